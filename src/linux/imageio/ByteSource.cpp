@@ -1,0 +1,112 @@
+#include "linux/imageio/ByteSource.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+namespace tessaly::imageio {
+
+ByteSource::ByteSource(Bytes bytes) noexcept : size_(bytes.size()), window_(bytes) {}
+
+std::optional<ByteSource> ByteSource::openFile(const std::string& path, int& error) {
+    // Non-blocking, so that a pipe without a writer is refused below instead of being waited for.
+    const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    if (file < 0) {
+        error = errno;
+        return std::nullopt;
+    }
+    ByteSource source;
+    source.file_ = file;
+    struct stat status {};
+    if (::fstat(file, &status) != 0) {
+        error = errno;
+        return std::nullopt;
+    }
+    if (!S_ISREG(status.st_mode)) {
+        error = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+        return std::nullopt;
+    }
+    source.size_ = static_cast<std::uint64_t>(status.st_size);
+    const auto head = static_cast<std::size_t>(std::min<std::uint64_t>(source.size_, kHeadSize));
+    errno = 0;
+    source.window_ = source.load(0, head);
+    if (source.window_.empty() && errno != 0) {
+        error = errno;
+        return std::nullopt;
+    }
+    return source;
+}
+
+ByteSource::ByteSource(ByteSource&& other) noexcept
+    : file_(std::exchange(other.file_, -1)),
+      size_(std::exchange(other.size_, 0)),
+      windowStart_(std::exchange(other.windowStart_, 0)),
+      window_(std::exchange(other.window_, {})),
+      blocks_(std::move(other.blocks_)),
+      memory_(std::move(other.memory_)),
+      kept_(std::exchange(other.kept_, 0)) {}
+
+ByteSource& ByteSource::operator=(ByteSource&& other) noexcept {
+    std::swap(file_, other.file_);
+    std::swap(size_, other.size_);
+    std::swap(windowStart_, other.windowStart_);
+    std::swap(window_, other.window_);
+    std::swap(blocks_, other.blocks_);
+    std::swap(memory_, other.memory_);
+    std::swap(kept_, other.kept_);
+    return *this;
+}
+
+ByteSource::~ByteSource() {
+    if (file_ >= 0) ::close(file_);
+}
+
+std::optional<Bytes> ByteSource::bytesElsewhere(std::uint64_t offset, std::uint64_t length) {
+    if (offset > size_ || length > size_ - offset) return std::nullopt;
+    if (length == 0) return Bytes{};
+    for (const Block& block : blocks_) {
+        if (offset < block.start || offset - block.start > block.bytes.size()) continue;
+        const auto skip = static_cast<std::size_t>(offset - block.start);
+        if (length > block.bytes.size() - skip) continue;
+        windowStart_ = block.start;
+        window_ = block.bytes;
+        return block.bytes.subspan(skip, static_cast<std::size_t>(length));
+    }
+    if (file_ < 0 || length > kMemoryLimit) return std::nullopt;
+    const auto wanted = std::min<std::uint64_t>(std::max<std::uint64_t>(length, kBlockSize), size_ - offset);
+    const Bytes loaded = load(offset, static_cast<std::size_t>(wanted));
+    if (loaded.size() < length) return std::nullopt;
+    windowStart_ = offset;
+    window_ = loaded;
+    return loaded.first(static_cast<std::size_t>(length));
+}
+
+Bytes ByteSource::bytesUpTo(std::uint64_t offset, std::uint64_t length) {
+    if (offset >= size_) return {};
+    return bytes(offset, std::min(length, size_ - offset)).value_or(Bytes{});
+}
+
+/// Reads and keeps `length` bytes; fewer when the file has shrunk, none when the limit is reached.
+Bytes ByteSource::load(std::uint64_t offset, std::size_t length) {
+    if (length == 0 || length > kMemoryLimit - kept_) return {};
+    auto memory = std::make_unique_for_overwrite<std::byte[]>(length);
+    std::size_t done = 0;
+    while (done < length) {
+        const auto got = ::pread(file_, memory.get() + done, length - done, static_cast<off_t>(offset + done));
+        if (got < 0 && errno == EINTR) continue;
+        if (got <= 0) break;
+        done += static_cast<std::size_t>(got);
+    }
+    const Bytes view(memory.get(), done);
+    if (done == 0) return {};
+    memory_.push_back(std::move(memory));
+    blocks_.push_back({offset, view});
+    kept_ += length;
+    return view;
+}
+
+}  // namespace tessaly::imageio

@@ -1,0 +1,37 @@
+#include "linux/imageio/ImageProperties.h"
+
+#include <array>
+#include <utility>
+
+#include "platform/ImageIO/CGImageProperties.h"
+
+namespace tessaly::imageio {
+
+void ImageProperties::setPixelSize(std::uint64_t width, std::uint64_t height) {
+    if (width == 0 || height == 0) return;
+    top.setLiteral(kCGImagePropertyPixelWidth, width);
+    top.setLiteral(kCGImagePropertyPixelHeight, height);
+}
+
+Dictionary ImageProperties::assemble() const {
+    const std::array<std::pair<std::string_view, const Dictionary*>, 12> parts{{
+        {kCGImagePropertyExifDictionary, &exif},
+        {kCGImagePropertyTIFFDictionary, &tiff},
+        {kCGImagePropertyGPSDictionary, &gps},
+        {kCGImagePropertyIPTCDictionary, &iptc},
+        {kCGImagePropertyExifAuxDictionary, &aux},
+        {kCGImagePropertyPictureStyleDictionary, &pictureStyle},
+        {kCGImagePropertyPNGDictionary, &png},
+        {kCGImagePropertyGIFDictionary, &gif},
+        {kCGImagePropertyJFIFDictionary, &jfif},
+        {kCGImagePropertyHEIFDictionary, &heif},
+        {kCGImagePropertyWebPDictionary, &webp},
+        {kCGImagePropertyDNGDictionary, &dng},
+    }};
+    Dictionary whole = top;
+    for (const auto& [name, part] : parts)
+        if (!part->empty()) whole.setLiteral(name, *part);
+    return whole;
+}
+
+}  // namespace tessaly::imageio

@@ -1,0 +1,29 @@
+#pragma once
+#include <cstddef>
+#include <string_view>
+
+#include "linux/imageio/ByteSource.h"
+#include "platform/Foundation/Value.h"
+
+namespace tessaly::imageio {
+
+/// The properties of one image while its container is read: the top level and every sub-dictionary.
+///
+/// The block that speaks first wins: a reader adds a property only where it is absent (`add`), and containers call
+/// the block readers in order of authority (Exif, then IPTC, then XMP).
+struct ImageProperties {
+    Dictionary top, exif, tiff, gps, iptc, aux, pictureStyle, png, gif, jfif, heif, webp, dng;
+    Dictionary xmp;  ///< Every XMP property by qualified name, for CGImageSourceCopyMetadataAtIndex.
+    std::size_t imageCount = 1;
+
+    /// Sets `key` (which must live as long as the program) where it is still absent.
+    static void add(Dictionary& dictionary, std::string_view key, Value value) {
+        if (!value.isNull() && !dictionary.contains(key)) dictionary.setLiteral(key, std::move(value));
+    }
+    void setPixelSize(std::uint64_t width, std::uint64_t height);
+
+    /// One dictionary of the platform's shape; sub-dictionaries that stayed empty are left out.
+    [[nodiscard]] Dictionary assemble() const;
+};
+
+}  // namespace tessaly::imageio

@@ -1,0 +1,136 @@
+#include "linux/imageio/TiffDirectory.h"
+
+#include <algorithm>
+#include <array>
+
+namespace tessaly::imageio {
+namespace {
+
+struct EntryShape {
+    std::uint32_t countSize, entrySize, inlineSize;
+};
+
+constexpr EntryShape kClassic{2, 12, 4};
+constexpr EntryShape kBig{8, 20, 8};
+
+std::uint64_t loadOffset(const std::byte* at, const TiffContext& tiff) {
+    return tiff.big ? loadInteger<std::uint64_t>(at, tiff.order) : loadInteger<std::uint32_t>(at, tiff.order);
+}
+
+TiffEntry parseEntry(const std::byte* at, std::uint64_t position, const TiffContext& tiff) {
+    const EntryShape& shape = tiff.big ? kBig : kClassic;
+    TiffEntry entry;
+    entry.tag = loadInteger<std::uint16_t>(at, tiff.order);
+    entry.type = static_cast<TiffType>(loadInteger<std::uint16_t>(at + 2, tiff.order));
+    entry.count = loadOffset(at + 4, tiff);
+    entry.entryPosition = position;
+    const std::uint32_t valueAt = shape.entrySize - shape.inlineSize;
+    const bool isInline = entry.byteLength() <= shape.inlineSize;
+    entry.position = isInline ? position + valueAt : tiff.base + loadOffset(at + valueAt, tiff);
+    return entry;
+}
+
+}  // namespace
+
+std::uint32_t sizeOf(TiffType type) noexcept {
+    static constexpr std::array<std::uint8_t, 19> sizes{0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8, 4, 0, 0, 8, 8, 8};
+    const auto index = static_cast<std::size_t>(type);
+    return index < sizes.size() ? sizes[index] : 0;
+}
+
+std::uint64_t TiffEntry::byteLength() const noexcept {
+    std::uint64_t length = 0;
+    return __builtin_mul_overflow(count, std::uint64_t{sizeOf(type)}, &length) ? UINT64_MAX : length;
+}
+
+std::optional<Bytes> TiffEntry::bytes(TiffContext& tiff) const { return tiff.source.bytes(position, byteLength()); }
+
+std::optional<std::uint64_t> TiffEntry::integer(TiffContext& tiff, std::uint64_t index) const {
+    const std::uint32_t size = sizeOf(type);
+    if (index >= count || size == 0) return std::nullopt;
+    std::uint64_t at = 0;
+    if (__builtin_mul_overflow(index, std::uint64_t{size}, &at) || __builtin_add_overflow(at, position, &at))
+        return std::nullopt;
+    const auto bytes = tiff.source.bytes(at, size);
+    if (!bytes) return std::nullopt;
+    switch (type) {
+        case TiffType::byte:
+        case TiffType::ascii:
+        case TiffType::undefined:
+        case TiffType::signedByte:
+            return loadInteger<std::uint8_t>(bytes->data(), tiff.order);
+        case TiffType::shortInteger:
+        case TiffType::signedShort:
+            return loadInteger<std::uint16_t>(bytes->data(), tiff.order);
+        case TiffType::longInteger:
+        case TiffType::signedLong:
+        case TiffType::directory:
+            return loadInteger<std::uint32_t>(bytes->data(), tiff.order);
+        case TiffType::long8:
+        case TiffType::signedLong8:
+        case TiffType::directory8:
+            return loadInteger<std::uint64_t>(bytes->data(), tiff.order);
+        case TiffType::rational:
+        case TiffType::signedRational: {
+            const auto denominator = loadInteger<std::uint32_t>(bytes->data() + 4, tiff.order);
+            if (denominator == 0) return std::nullopt;
+            return loadInteger<std::uint32_t>(bytes->data(), tiff.order) / denominator;
+        }
+        default:
+            return std::nullopt;
+    }
+}
+
+const TiffEntry* TiffDirectory::find(std::uint16_t tag) const noexcept {
+    const auto found = std::ranges::find(entries, tag, &TiffEntry::tag);
+    return found == entries.end() ? nullptr : &*found;
+}
+
+std::optional<TiffHeader> readTiffHeader(ByteSource& source, std::uint64_t base) {
+    const auto head = source.bytes(base, 8);
+    if (!head) return std::nullopt;
+    const std::string_view mark = asText(head->first(2));
+    if (mark != "II" && mark != "MM") return std::nullopt;
+    TiffContext tiff{source, mark == "II" ? ByteOrder::little : ByteOrder::big, false, base};
+    const auto magic = loadInteger<std::uint16_t>(head->data() + 2, tiff.order);
+    if (magic == 43) {
+        const auto rest = source.bytes(base + 4, 12);
+        if (!rest || loadInteger<std::uint16_t>(rest->data(), tiff.order) != 8) return std::nullopt;
+        tiff.big = true;
+        return TiffHeader{tiff, loadInteger<std::uint64_t>(rest->data() + 4, tiff.order)};
+    }
+    // 42 is TIFF; "RO", "RS" Olympus; 0x55 Panasonic; others count as damaged headers of a plain TIFF inside Exif.
+    static constexpr std::array<std::uint16_t, 4> known{42, 0x4F52, 0x5352, 0x55};
+    if (std::ranges::find(known, magic) == known.end()) return std::nullopt;
+    return TiffHeader{tiff, loadInteger<std::uint32_t>(head->data() + 4, tiff.order)};
+}
+
+TiffDirectory readTiffDirectory(TiffContext& tiff, std::uint64_t offset) {
+    TiffDirectory directory;
+    const EntryShape& shape = tiff.big ? kBig : kClassic;
+    std::uint64_t position = 0;
+    if (__builtin_add_overflow(tiff.base, offset, &position)) return directory;
+    const auto countBytes = tiff.source.bytes(position, shape.countSize);
+    if (!countBytes) return directory;
+    const std::uint64_t promised = tiff.big ? loadInteger<std::uint64_t>(countBytes->data(), tiff.order)
+                                            : loadInteger<std::uint16_t>(countBytes->data(), tiff.order);
+    position += shape.countSize;
+    const std::uint64_t wanted = std::min(promised, kMaximumEntries);
+    const std::uint64_t available =
+        position < tiff.source.size() ? (tiff.source.size() - position) / shape.entrySize : 0;
+    const std::uint64_t count = std::min(wanted, available);
+    const auto entries = tiff.source.bytes(position, count * shape.entrySize);
+    if (!entries) return directory;
+    directory.entries.reserve(static_cast<std::size_t>(count));
+    for (std::uint64_t i = 0; i < count; ++i) {
+        const std::uint64_t at = i * shape.entrySize;
+        directory.entries.push_back(parseEntry(entries->data() + at, position + at, tiff));
+    }
+    directory.complete = count == promised;
+    if (const auto next = tiff.source.bytes(position + count * shape.entrySize, shape.inlineSize);
+        next && directory.complete)
+        directory.next = loadOffset(next->data(), tiff);
+    return directory;
+}
+
+}  // namespace tessaly::imageio

@@ -1,0 +1,52 @@
+#pragma once
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/Foundation/Value.h"
+
+namespace tessaly {
+
+inline constexpr std::string_view kCGImageSourceShouldCache = "kCGImageSourceShouldCache";
+
+/// Why a source could not be opened.
+enum class CGImageSourceFault : std::uint8_t {
+    none,
+    notFound,
+    isFolder,
+    notRegularFile,
+    noPermission,
+    readError,
+    unknownFormat,
+    empty
+};
+
+/// An image file or image bytes, open for reading properties. Only the parts that a question needs are read.
+class CGImageSource;
+using CGImageSourceRef = std::shared_ptr<CGImageSource>;
+
+/// Opens the file at `path`. Null when it cannot be opened or holds no known image format; `fault` says why.
+[[nodiscard]] CGImageSourceRef CGImageSourceCreateWithURL(const std::string& path, CGImageSourceFault* fault = nullptr);
+/// The same over bytes in memory, which the source shares.
+[[nodiscard]] CGImageSourceRef CGImageSourceCreateWithData(const Data& data, CGImageSourceFault* fault = nullptr);
+
+/// Uniform type identifier of the container: "public.jpeg", "public.heic", "com.adobe.raw-image", ...
+[[nodiscard]] std::string_view CGImageSourceGetType(const CGImageSourceRef& source);
+/// Number of images (pages, frames, top-level items).
+[[nodiscard]] std::size_t CGImageSourceGetCount(const CGImageSourceRef& source);
+/// Bytes of the whole file.
+[[nodiscard]] std::uint64_t CGImageSourceGetByteCount(const CGImageSourceRef& source);
+
+/// The properties of one image, shaped as CGImageProperties.h names them; nullopt when there are none.
+/// A damaged file yields what could be read. Only index 0 carries the file-level metadata.
+[[nodiscard]] std::optional<Dictionary> CGImageSourceCopyPropertiesAtIndex(const CGImageSourceRef& source,
+                                                                           std::size_t index,
+                                                                           const Dictionary& options);
+/// The XMP properties of one image by qualified name ("dc:title"); nullopt when it carries none.
+[[nodiscard]] std::optional<Dictionary> CGImageSourceCopyMetadataAtIndex(const CGImageSourceRef& source,
+                                                                         std::size_t index, const Dictionary& options);
+
+}  // namespace tessaly
