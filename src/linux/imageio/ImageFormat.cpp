@@ -1,0 +1,7 @@
+#include "linux/imageio/ImageFormat.h"
+
+namespace tessaly::imageio {
+
+const ImageFormat* detectImageFormat(ByteSource&) { return nullptr; }
+
+}  // namespace tessaly::imageio
