@@ -1,2 +1,41 @@
-install(TARGETS libtessaly tessaly_warnings EXPORT tessaly
+# install: the program, its texts, man page and completions; component "dev" adds the library with a CMake package.
+install(TARGETS libtessaly tessaly_warnings EXPORT tessaly-targets
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT dev)
+install(DIRECTORY src/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tessaly COMPONENT dev
+        FILES_MATCHING PATTERN "*.h" PATTERN "linux" EXCLUDE)
+install(EXPORT tessaly-targets NAMESPACE tessaly:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/tessaly COMPONENT dev)
+include(CMakePackageConfigHelpers)
+configure_package_config_file(${CMAKE_SOURCE_DIR}/cmake/tessaly-config.cmake.in
+  ${CMAKE_BINARY_DIR}/tessaly-config.cmake INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/tessaly)
+write_basic_package_version_file(${CMAKE_BINARY_DIR}/tessaly-config-version.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${CMAKE_BINARY_DIR}/tessaly-config.cmake ${CMAKE_BINARY_DIR}/tessaly-config-version.cmake
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/tessaly COMPONENT dev)
+
+install(DIRECTORY resources/ DESTINATION ${CMAKE_INSTALL_DATADIR}/tessaly COMPONENT program
+        PATTERN "sample" EXCLUDE)
+if(EXISTS ${CMAKE_SOURCE_DIR}/docs/tessaly.1)
+  install(FILES docs/tessaly.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT program)
+endif()
+set(completions ${CMAKE_SOURCE_DIR}/apps/tessaly/completions)
+if(EXISTS ${completions})
+  install(FILES ${completions}/tessaly.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+          RENAME tessaly COMPONENT program)
+  install(FILES ${completions}/_tessaly DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions COMPONENT program)
+  install(FILES ${completions}/tessaly.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d
+          COMPONENT program)
+endif()
+install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/tessaly RENAME copyright COMPONENT program)
+
+# package: a .deb of the program.
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_CONTACT "Tessaly developers <dev@tessaly.invalid>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Photo metadata viewer and cleaner")
+set(CPACK_DEBIAN_PACKAGE_SECTION graphics)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENTS_GROUPING ALL_COMPONENTS_IN_ONE)
+set(CPACK_COMPONENTS_ALL program)
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+include(CPack)

@@ -1,0 +1,11 @@
+#include "ratio_reporter.h"
+#include "reading_bench.h"
+
+int main(int argc, char** argv) {
+    benchmark::Initialize(&argc, argv);
+    tessaly::bench::registerReading();
+    tessaly::bench::registerFormatting();
+    tessaly::bench::RatioReporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    return 0;
+}

@@ -1,0 +1,12 @@
+#pragma once
+#include <benchmark/benchmark.h>
+
+namespace tessaly::bench {
+
+/// Reading the metadata of each type of file, against the floor and against libexiv2 where it was built in.
+/// The files are those below TESSALY_BENCH_FILES, or the sample photo.
+void registerReading();
+/// From the properties to the record, and from the record to every item's text.
+void registerFormatting();
+
+}  // namespace tessaly::bench
