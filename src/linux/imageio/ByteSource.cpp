@@ -43,6 +43,8 @@ std::optional<ByteSource> ByteSource::openFile(const std::string& path, int& err
 
 ByteSource::ByteSource(ByteSource&& other) noexcept
     : file_(std::exchange(other.file_, -1)),
+      parent_(std::exchange(other.parent_, nullptr)),
+      parentStart_(std::exchange(other.parentStart_, 0)),
       size_(std::exchange(other.size_, 0)),
       windowStart_(std::exchange(other.windowStart_, 0)),
       window_(std::exchange(other.window_, {})),
@@ -52,6 +54,8 @@ ByteSource::ByteSource(ByteSource&& other) noexcept
 
 ByteSource& ByteSource::operator=(ByteSource&& other) noexcept {
     std::swap(file_, other.file_);
+    std::swap(parent_, other.parent_);
+    std::swap(parentStart_, other.parentStart_);
     std::swap(size_, other.size_);
     std::swap(windowStart_, other.windowStart_);
     std::swap(window_, other.window_);
@@ -68,6 +72,11 @@ ByteSource::~ByteSource() {
 std::optional<Bytes> ByteSource::bytesElsewhere(std::uint64_t offset, std::uint64_t length) {
     if (offset > size_ || length > size_ - offset) return std::nullopt;
     if (length == 0) return Bytes{};
+    if (parent_) {
+        const auto found = parent_->bytes(parentStart_ + offset, length);
+        if (found) adoptParentWindow();
+        return found;
+    }
     for (const Block& block : blocks_) {
         if (offset < block.start || offset - block.start > block.bytes.size()) continue;
         const auto skip = static_cast<std::size_t>(offset - block.start);
@@ -83,6 +92,27 @@ std::optional<Bytes> ByteSource::bytesElsewhere(std::uint64_t offset, std::uint6
     windowStart_ = offset;
     window_ = loaded;
     return loaded.first(static_cast<std::size_t>(length));
+}
+
+ByteSource ByteSource::part(std::uint64_t offset, std::uint64_t length) {
+    ByteSource child;
+    child.parent_ = this;
+    child.parentStart_ = std::min(offset, size_);
+    child.size_ = std::min(length, size_ - child.parentStart_);
+    child.adoptParentWindow();
+    return child;
+}
+
+/// A part looks through its parent's present window, as far as that lies within the part.
+void ByteSource::adoptParentWindow() {
+    const std::uint64_t from = std::max(parent_->windowStart_, parentStart_);
+    const std::uint64_t to = std::min(parent_->windowStart_ + parent_->window_.size(), parentStart_ + size_);
+    window_ = {};
+    windowStart_ = 0;
+    if (from >= to) return;
+    windowStart_ = from - parentStart_;
+    window_ = parent_->window_.subspan(static_cast<std::size_t>(from - parent_->windowStart_),
+                                       static_cast<std::size_t>(to - from));
 }
 
 Bytes ByteSource::bytesUpTo(std::uint64_t offset, std::uint64_t length) {

@@ -39,6 +39,10 @@ public:
 
     [[nodiscard]] std::uint64_t size() const noexcept { return size_; }
 
+    /// The bytes from `offset`, at most `length` of them, as a source of their own: whoever reads it cannot see its
+    /// neighbours. Nothing is read or copied for it. This source must outlive the part and stay where it is.
+    [[nodiscard]] ByteSource part(std::uint64_t offset, std::uint64_t length);
+
     /// Exactly `length` bytes from `offset`, or nullopt where they do not all exist.
     [[nodiscard]] std::optional<Bytes> bytes(std::uint64_t offset, std::uint64_t length) {
         if (offset >= windowStart_ && offset - windowStart_ <= window_.size() &&
@@ -61,6 +65,7 @@ private:
     ByteSource() = default;
     [[nodiscard]] std::optional<Bytes> bytesElsewhere(std::uint64_t offset, std::uint64_t length);
     Bytes load(std::uint64_t offset, std::size_t length);
+    void adoptParentWindow();
 
     struct Block {
         std::uint64_t start;
@@ -68,6 +73,8 @@ private:
     };
 
     int file_ = -1;
+    ByteSource* parent_ = nullptr;  // Of a part, which starts there at parentStart_.
+    std::uint64_t parentStart_ = 0;
     std::uint64_t size_ = 0;
     std::uint64_t windowStart_ = 0;  // The block that answered last: most requests are neighbours.
     Bytes window_;

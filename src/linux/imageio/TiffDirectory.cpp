@@ -108,8 +108,8 @@ std::optional<TiffHeader> readTiffHeader(ByteSource& source, std::uint64_t base)
 TiffDirectory readTiffDirectory(TiffContext& tiff, std::uint64_t offset) {
     TiffDirectory directory;
     const EntryShape& shape = tiff.big ? kBig : kClassic;
-    std::uint64_t position = 0;
-    if (__builtin_add_overflow(tiff.base, offset, &position)) return directory;
+    // Wraps round where the base lies before the source's start (a moved maker note); the source checks the sum.
+    std::uint64_t position = tiff.base + offset;
     const auto countBytes = tiff.source.bytes(position, shape.countSize);
     if (!countBytes) return directory;
     const std::uint64_t promised = tiff.big ? loadInteger<std::uint64_t>(countBytes->data(), tiff.order)

@@ -1,8 +1,148 @@
+#include "linux/imageio/blocks/ExifBlock.h"
+
+#include <array>
+#include <bitset>
+#include <span>
+
 #include "linux/imageio/blocks/Blocks.h"
+#include "linux/imageio/blocks/ExifTags.h"
+#include "linux/imageio/blocks/ExifValues.h"
+#include "platform/ImageIO/CGImageProperties.h"
 
 namespace tessaly::imageio {
+namespace {
 
-void readExif(ByteSource&, std::uint64_t, ImageProperties&) {}
-void readExif(Bytes, ImageProperties&) {}
+constexpr std::uint16_t kExifPointer = 0x8769;
+constexpr std::uint16_t kGpsPointer = 0x8825;
+constexpr std::uint16_t kMakerNote = 0x927C;
+constexpr std::size_t kMaximumDirectories = 32;
+constexpr double kCentimetresPerInch = 2.54;
+
+const TagRule* ruleFor(std::span<const TagRule> rules, std::uint16_t tag) {
+    const auto found = std::ranges::lower_bound(rules, tag, {}, &TagRule::tag);
+    return found != rules.end() && found->tag == tag ? &*found : nullptr;
+}
+
+/// Adds every entry that `rules` knows. Names are looked for only when the dictionary holds some already.
+void addEntries(TiffContext& tiff, const TiffDirectory& directory, std::span<const TagRule> rules,
+                Dictionary& dictionary) {
+    const bool fresh = dictionary.empty();
+    std::bitset<128> seen;
+    for (const TiffEntry& entry : directory.entries) {
+        const TagRule* rule = ruleFor(rules, entry.tag);
+        if (!rule) continue;
+        const auto index = static_cast<std::size_t>(rule - rules.data());
+        if (seen[index]) continue;
+        Value value = tiffValue(tiff, entry, rule->form);
+        if (value.isNull()) continue;
+        seen.set(index);
+        if (fresh)
+            dictionary.appendLiteral(rule->name, std::move(value));
+        else
+            ImageProperties::add(dictionary, rule->name, std::move(value));
+    }
+}
+
+}  // namespace
+
+bool ExifWalk::visit(std::uint64_t offset) {
+    if (offset == 0 || visited_.size() >= kMaximumDirectories) return false;
+    if (std::ranges::find(visited_, offset) != visited_.end()) return false;
+    visited_.push_back(offset);
+    return true;
+}
+
+void ExifWalk::readFirst(const TiffDirectory& directory) {
+    addEntries(tiff_, directory, tiffTags(), properties_.tiff);
+    for (const TiffEntry& entry : directory.entries) {
+        if (entry.tag != kExifPointer && entry.tag != kGpsPointer) continue;
+        const auto offset = entry.integer(tiff_);
+        if (!offset) continue;
+        if (entry.tag == kExifPointer)
+            readExifDirectory(*offset);
+        else
+            readGpsDirectory(*offset);
+    }
+    // Raw formats and careless writers put Exif's own tags into the first directory.
+    addEntries(tiff_, directory, exifTags(), properties_.exif);
+    readXpTexts(directory);
+    if (const TiffEntry* note = directory.find(kMakerNote)) notes_.push_back(*note);
+}
+
+void ExifWalk::readExifDirectory(std::uint64_t offset) {
+    if (!visit(offset)) return;
+    const TiffDirectory directory = readTiffDirectory(tiff_, offset);
+    if (properties_.exif.empty()) properties_.exif.reserve(directory.entries.size());
+    addEntries(tiff_, directory, exifTags(), properties_.exif);
+    for (const TiffEntry& entry : directory.entries) {
+        if (entry.tag == kMakerNote) notes_.push_back(entry);
+        if (entry.tag == kGpsPointer)
+            if (const auto gps = entry.integer(tiff_)) readGpsDirectory(*gps);
+    }
+    // A few programs write make and model here.
+    addEntries(tiff_, directory, tiffTags(), properties_.tiff);
+}
+
+void ExifWalk::readGpsDirectory(std::uint64_t offset) {
+    if (!visit(offset)) return;
+    const TiffDirectory directory = readTiffDirectory(tiff_, offset);
+    addEntries(tiff_, directory, gpsTags(), properties_.gps);
+}
+
+void ExifWalk::readXpTexts(const TiffDirectory& directory) {
+    // Windows writes its own copies of title, comment, author, keywords and subject, and often nothing else.
+    struct XpText {
+        std::uint16_t tag;
+        Dictionary ImageProperties::*dictionary;
+        std::string_view name;
+    };
+    static constexpr std::array texts{
+        XpText{0x9C9B, &ImageProperties::iptc, kCGImagePropertyIPTCObjectName},
+        XpText{0x9C9D, &ImageProperties::tiff, kCGImagePropertyTIFFArtist},
+        XpText{0x9C9C, &ImageProperties::exif, "UserComment"},
+    };
+    for (const auto& [tag, dictionary, name] : texts)
+        if (const TiffEntry* entry = directory.find(tag))
+            ImageProperties::add(properties_.*dictionary, name, tiffValue(tiff_, *entry, TagForm::utf16));
+}
+
+void ExifWalk::readMakerNotes() {
+    for (const TiffEntry& note : notes_) {
+        const Value make = properties_.tiff[kCGImagePropertyTIFFMake];
+        const Value model = properties_.tiff[kCGImagePropertyTIFFModel];
+        readMakerNote(tiff_, {note.position, note.byteLength()}, make.string(), model.string(), properties_);
+    }
+}
+
+void adoptTiffBasics(ImageProperties& properties) {
+    const Dictionary& tiff = properties.tiff;
+    const auto orientation = tiff["Orientation"].integerValue();
+    if (orientation >= 1 && orientation <= 8)
+        ImageProperties::add(properties.top, kCGImagePropertyOrientation, orientation);
+    const double perUnit = tiff["ResolutionUnit"].integerValue() == 3 ? kCentimetresPerInch : 1;
+    const double x = tiff["XResolution"].doubleValue() * perUnit;
+    const double y = tiff["YResolution"].doubleValue() * perUnit;
+    if (x > 0) ImageProperties::add(properties.top, kCGImagePropertyDPIWidth, x);
+    if (y > 0) ImageProperties::add(properties.top, kCGImagePropertyDPIHeight, y);
+}
+
+void readExif(ByteSource& source, std::uint64_t base, ImageProperties& properties) {
+    auto header = readTiffHeader(source, base);
+    if (!header) return;
+    ExifWalk walk(header->context, properties);
+    if (!walk.visit(header->firstDirectory)) return;
+    const TiffDirectory first = readTiffDirectory(header->context, header->firstDirectory);
+    if (properties.tiff.empty()) properties.tiff.reserve(first.entries.size());
+    walk.readFirst(first);
+    walk.readMakerNotes();
+    adoptTiffBasics(properties);
+}
+
+void readExif(Bytes block, ImageProperties& properties) {
+    std::uint64_t base = 0;
+    if (asText(block).starts_with("Exif")) base = 6;
+    ByteSource source(block);
+    readExif(source, base, properties);
+}
 
 }  // namespace tessaly::imageio

@@ -1,0 +1,116 @@
+#include "platform/ImageIO/CGImageSource.h"
+
+#include <cerrno>
+#include <mutex>
+#include <utility>
+
+#include "linux/imageio/ImageFormat.h"
+
+namespace tessaly {
+
+using imageio::ByteSource;
+using imageio::ImageFormat;
+using imageio::ImageProperties;
+
+class CGImageSource {
+public:
+    CGImageSource(ByteSource bytes, const ImageFormat& format, Data data)
+        : bytes_(std::move(bytes)), format_(format), data_(std::move(data)) {}
+
+    [[nodiscard]] std::string_view type() const { return format_.typeIdentifier; }
+    [[nodiscard]] std::uint64_t byteCount() const { return bytes_.size(); }
+
+    /// Reads on the first question; every later one is answered from memory.
+    const ImageProperties& properties() {
+        std::call_once(read_, [this] { format_.read(bytes_, properties_); });
+        return properties_;
+    }
+
+private:
+    ByteSource bytes_;
+    const ImageFormat& format_;
+    Data data_;  // Kept alive for bytes_, which views it.
+    std::once_flag read_;
+    ImageProperties properties_;
+};
+
+namespace {
+
+CGImageSourceFault faultOf(int error) {
+    switch (error) {
+        case ENOENT:
+        case ENOTDIR:
+            return CGImageSourceFault::notFound;
+        case EISDIR:
+            return CGImageSourceFault::isFolder;
+        case EINVAL:
+        case ENXIO:
+        case ENODEV:
+            return CGImageSourceFault::notRegularFile;
+        case EACCES:
+        case EPERM:
+            return CGImageSourceFault::noPermission;
+        default:
+            return CGImageSourceFault::readError;
+    }
+}
+
+CGImageSourceRef makeSource(ByteSource bytes, Data data, CGImageSourceFault& fault) {
+    if (bytes.size() == 0) {
+        fault = CGImageSourceFault::empty;
+        return nullptr;
+    }
+    const ImageFormat* format = imageio::detectImageFormat(bytes);
+    if (!format) {
+        fault = CGImageSourceFault::unknownFormat;
+        return nullptr;
+    }
+    fault = CGImageSourceFault::none;
+    return std::make_shared<CGImageSource>(std::move(bytes), *format, std::move(data));
+}
+
+}  // namespace
+
+CGImageSourceRef CGImageSourceCreateWithURL(const std::string& path, CGImageSourceFault* fault) {
+    CGImageSourceFault ignored{};
+    CGImageSourceFault& why = fault ? *fault : ignored;
+    int error = 0;
+    auto bytes = ByteSource::openFile(path, error);
+    if (!bytes) {
+        why = faultOf(error);
+        return nullptr;
+    }
+    return makeSource(std::move(*bytes), nullptr, why);
+}
+
+CGImageSourceRef CGImageSourceCreateWithData(const Data& data, CGImageSourceFault* fault) {
+    CGImageSourceFault ignored{};
+    CGImageSourceFault& why = fault ? *fault : ignored;
+    return makeSource(ByteSource(data ? imageio::Bytes(*data) : imageio::Bytes()), data, why);
+}
+
+std::string_view CGImageSourceGetType(const CGImageSourceRef& source) {
+    return source ? source->type() : std::string_view{};
+}
+
+std::size_t CGImageSourceGetCount(const CGImageSourceRef& source) {
+    return source ? source->properties().imageCount : 0;
+}
+
+std::uint64_t CGImageSourceGetByteCount(const CGImageSourceRef& source) { return source ? source->byteCount() : 0; }
+
+std::optional<Dictionary> CGImageSourceCopyPropertiesAtIndex(const CGImageSourceRef& source, std::size_t index,
+                                                             const Dictionary& /*options*/) {
+    if (!source || index != 0) return std::nullopt;
+    Dictionary properties = source->properties().assemble();
+    if (properties.empty()) return std::nullopt;
+    return properties;
+}
+
+std::optional<Dictionary> CGImageSourceCopyMetadataAtIndex(const CGImageSourceRef& source, std::size_t index,
+                                                           const Dictionary& /*options*/) {
+    if (!source || index != 0 || source->properties().xmp.empty()) return std::nullopt;
+    return source->properties().xmp;
+}
+
+}  // namespace tessaly
