@@ -1,0 +1,175 @@
+#include "platform/Foundation/NSBundle.h"
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <mutex>
+
+#include "platform/Foundation/Log.h"
+#include "platform/Foundation/NSLocale.h"
+
+namespace tessaly {
+namespace {
+
+using Table = std::map<std::string, std::string, std::less<>>;
+
+/// A cursor over a .strings file.
+class StringsParser {
+public:
+    explicit StringsParser(std::string_view text) : rest_(text) {}
+
+    std::optional<Table> parse() {
+        Table table;
+        while (skipBlanks()) {
+            auto key = quoted();
+            if (!key || !expect('=')) return std::nullopt;
+            skipBlanks();
+            auto value = quoted();
+            if (!value || !expect(';')) return std::nullopt;
+            table.insert_or_assign(std::move(*key), std::move(*value));
+        }
+        if (!rest_.empty()) return std::nullopt;
+        return table;
+    }
+
+private:
+    /// False at the end, or before what can start no pair.
+    bool skipBlanks() {
+        while (!rest_.empty()) {
+            if (rest_.starts_with("/*")) {
+                const auto end = rest_.find("*/", 2);
+                if (end == std::string_view::npos) return false;
+                rest_.remove_prefix(end + 2);
+            } else if (rest_.starts_with("//")) {
+                rest_.remove_prefix(std::min(rest_.find('\n'), rest_.size()));
+            } else if (std::string_view(" \t\r\n").find(rest_.front()) != std::string_view::npos) {
+                rest_.remove_prefix(1);
+            } else {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    bool expect(char wanted) {
+        skipBlanks();
+        if (!rest_.starts_with(wanted)) return false;
+        rest_.remove_prefix(1);
+        return true;
+    }
+
+    std::optional<std::string> quoted() {
+        if (!rest_.starts_with('"')) return std::nullopt;
+        std::string text;
+        for (std::size_t at = 1; at < rest_.size(); ++at) {
+            const char c = rest_[at];
+            if (c == '"') {
+                rest_.remove_prefix(at + 1);
+                return text;
+            }
+            if (c != '\\') {
+                text += c;
+            } else if (++at < rest_.size()) {
+                text += rest_[at] == 'n' ? '\n' : rest_[at] == 't' ? '\t' : rest_[at];
+            }
+        }
+        return std::nullopt;
+    }
+
+    std::string_view rest_;
+};
+
+std::string readFile(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+bool exists(const std::string& path) { return ::access(path.c_str(), R_OK) == 0; }
+
+/// Beside the program in the build tree, or where it was installed.
+std::string resourcesFolder() {
+    if (const char* chosen = std::getenv("TESSALY_RESOURCES"); chosen && *chosen) return chosen;
+    char buffer[4096];
+    const auto length = ::readlink("/proc/self/exe", buffer, sizeof buffer);
+    const std::filesystem::path program(std::string(buffer, length > 0 ? static_cast<std::size_t>(length) : 0));
+    const auto installed = program.parent_path().parent_path() / "share" / "tessaly";
+    if (exists(installed.string())) return installed.string();
+    for (auto folder = program.parent_path(); folder.has_relative_path(); folder = folder.parent_path())
+        if (const auto found = folder / "resources"; exists((found / "DateTools.bundle").string()))
+            return found.string();
+    return installed.string();
+}
+
+}  // namespace
+
+std::optional<Table> parseStringsFile(std::string_view text) {
+    if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
+    return StringsParser(text).parse();
+}
+
+struct NSBundle::Tables {
+    mutable std::mutex mutex;
+    std::string language;  // Set by setLanguage.
+    std::string preferred;
+    std::map<std::string, Table, std::less<>> byName;
+
+    const Table& table(const std::string& folder, std::string_view name) {
+        if (const auto found = byName.find(name); found != byName.end()) return found->second;
+        const std::string path =
+            folder + "/" + (language.empty() ? preferred : language) + ".lproj/" + std::string(name) + ".strings";
+        Table table;
+        if (exists(path)) {
+            if (auto parsed = parseStringsFile(readFile(path)))
+                table = std::move(*parsed);
+            else
+                log("Strings file %@ is not well formed; its keys are shown instead", path);
+        }
+        return byName.emplace(std::string(name), std::move(table)).first->second;
+    }
+};
+
+NSBundle::NSBundle(std::string folder) : folder_(std::move(folder)), tables_(std::make_unique<Tables>()) {
+    tables_->preferred = "en";
+    for (const std::string& language : NSLocale::preferredLanguages()) {
+        if (language != "en" && !exists(folder_ + "/" + language + ".lproj")) continue;
+        tables_->preferred = language;
+        break;
+    }
+}
+
+NSBundle::~NSBundle() = default;
+
+NSBundle& NSBundle::mainBundle() {
+    static NSBundle bundle(resourcesFolder());
+    return bundle;
+}
+
+NSBundle& NSBundle::dateToolsBundle() {
+    static NSBundle bundle(mainBundle().folder() + "/DateTools.bundle");
+    return bundle;
+}
+
+std::string NSBundle::localizedStringForKey(std::string_view key, std::string_view value,
+                                            std::string_view table) const {
+    const std::lock_guard lock(tables_->mutex);
+    const Table& texts = tables_->table(folder_, table.empty() ? "Localizable" : table);
+    if (const auto found = texts.find(key); found != texts.end()) return found->second;
+    return std::string(value.empty() ? key : value);
+}
+
+const std::string& NSBundle::preferredLocalization() const {
+    return tables_->language.empty() ? tables_->preferred : tables_->language;
+}
+
+void NSBundle::setLanguage(std::string_view code) {
+    const std::lock_guard lock(tables_->mutex);
+    tables_->language = code;
+    tables_->byName.clear();
+}
+
+std::string localized(std::string_view key) { return NSBundle::mainBundle().localizedStringForKey(key, "", ""); }
+
+}  // namespace tessaly
