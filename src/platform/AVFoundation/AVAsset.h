@@ -67,6 +67,7 @@ public:
     double durationInSeconds = 0;
     std::vector<AVMetadataItem> metadata;
     std::optional<AVMetadataItem> creationDate;
+    std::optional<NSDate> fileCreationDate;  ///< Of the file itself, as the file system tells it.
     std::vector<AVAssetTrack> tracks;
 
     [[nodiscard]] const AVAssetTrack* firstVideoTrack() const noexcept;

@@ -1,0 +1,63 @@
+#include "acquisition/ExifManager.h"
+#include "platform/ImageIO/CGImageProperties.h"
+
+namespace tessaly {
+namespace {
+
+// ISO 6709 as cameras write it: "+51.4169-000.0806/". The split is fixed: eight characters, then nine.
+constexpr std::size_t kLatitudeLength = 8;
+constexpr std::size_t kLongitudeLength = 9;
+
+void readLocation(std::string_view text, ExifInformation& record) {
+    if (text.size() <= kLatitudeLength) return;
+    CLLocation location;
+    location.coordinate.latitude = Value(text.substr(0, kLatitudeLength)).doubleValue();
+    location.coordinate.longitude = Value(text.substr(kLatitudeLength, kLongitudeLength)).doubleValue();
+    record.location = location;
+}
+
+void readItem(const AVMetadataItem& item, ExifInformation& record) {
+    Dictionary& tiff = *record.tifDic;
+    if (item.commonKey == AVMetadataCommonKeyModel) {
+        if (item.value.isString()) record.cameraModel = item.stringValue();
+        tiff.setLiteral(kCGImagePropertyTIFFModel, item.value);
+        record.exifInfoAvailable = true;
+        record.exifORTiffInfoAvailable = true;
+    } else if (item.commonKey == AVMetadataCommonKeySoftware) {
+        tiff.setLiteral(kCGImagePropertyTIFFSoftware, item.value);
+        record.exifORTiffInfoAvailable = true;
+    } else if (item.commonKey == AVMetadataCommonKeyMake) {
+        tiff.setLiteral(kCGImagePropertyTIFFMake, item.value);
+        record.exifORTiffInfoAvailable = true;
+    } else if (item.commonKey == AVMetadataCommonKeyLocation) {
+        readLocation(item.stringValue(), record);
+    }
+}
+
+}  // namespace
+
+ExifInformationRef ExifManager::exifInformationFromAsset(const AVAsset& asset, const NSURL& url) {
+    auto record = std::make_shared<ExifInformation>();
+    record->imageResultIsInCloud = false;
+    record->setMediaType(PHAssetMediaTypeVideo);
+    record->tifDic.emplace();
+    record->imageFilePathURL = url;
+    record->setFileNameCached(record->correctedImageFilePathURL().lastPathComponent());
+    for (const AVMetadataItem& item : asset.metadata) readItem(item, *record);
+    record->duration = asset.durationInSeconds;
+    if (asset.creationDate) record->dateTaken = asset.creationDate->startDate;
+    // A movie that tells no date was taken when its file was made.
+    if (!record->dateTaken) record->dateTaken = asset.fileCreationDate;
+    if (const AVAssetTrack* video = asset.firstVideoTrack()) {
+        record->dimensions = video->naturalSize;
+        record->framesPerSecondValue = video->nominalFrameRate;
+    }
+    record->fileSizeInBytes = static_cast<std::int64_t>(asset.byteCount);
+    return record;
+}
+
+ExifInformationRef ExifManager::exifInformationFromVideoURL(const NSURL& url) {
+    return exifInformationFromAsset(*AVAsset::assetWithURL(url.path()), url);
+}
+
+}  // namespace tessaly

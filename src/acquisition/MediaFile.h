@@ -1,0 +1,32 @@
+#pragma once
+#include <string>
+
+#include "metadata/ExifInformation.h"
+
+namespace tessaly {
+
+/// Why a file yields no record.
+enum class MediaFault : std::uint8_t {
+    none,
+    notFound,
+    isFolder,
+    notRegularFile,
+    noPermission,
+    readError,
+    unknownFormat,
+    empty
+};
+
+/// The fault in words, as they stand behind a path: "no such file".
+[[nodiscard]] std::string_view describe(MediaFault fault) noexcept;
+
+/// A photo or a movie, told apart by its content.
+struct MediaFile {
+    ExifInformationRef record;  ///< Null when there is a fault.
+    MediaFault fault = MediaFault::none;
+    Dictionary properties;  ///< As the reader delivered them; of a movie {"{TIFF}": ...}.
+
+    [[nodiscard]] static MediaFile read(const std::string& path);
+};
+
+}  // namespace tessaly
