@@ -1,0 +1,8 @@
+#pragma once
+
+namespace tessaly {
+
+/// A decoded picture.
+class UIImage;
+
+}  // namespace tessaly
