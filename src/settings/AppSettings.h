@@ -1,5 +1,6 @@
 #pragma once
 #include <memory>
+#include <string>
 #include <string_view>
 
 #include "platform/Foundation/NSUserDefaults.h"
@@ -24,6 +25,9 @@ public:
     void setExifKeysOrderedArray_Video(ExifKeys keys) { videoList_.set(std::move(keys), *suite_); }
     [[nodiscard]] const ExifKeys& exifVisibleKeysOrderedArray() const { return photoList_.visibleKeys(); }
     [[nodiscard]] const ExifKeys& exifVisibleKeysOrderedArray_Video() const { return videoList_.visibleKeys(); }
+
+    /// Why the lists could not be stored last; "" when they were.
+    [[nodiscard]] std::string lastError() const { return suite_->lastError(); }
 
 private:
     void load(OrderedKeyList& list, NSUserDefaults& standard, bool forVideo);

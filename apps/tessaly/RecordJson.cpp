@@ -1,0 +1,119 @@
+#include "RecordJson.h"
+
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <ctime>
+
+#include "Json.h"
+#include "platform/Foundation/NSTimeZone.h"
+
+namespace tessaly::cli {
+namespace {
+
+void writeNumber(JsonWriter& json, double number) {
+    // Whole numbers without a fraction: pixels are counted, and 4032.0 helps nobody.
+    if (std::nearbyint(number) == number && std::fabs(number) < 1e15)
+        json.number(static_cast<std::int64_t>(number));
+    else
+        json.number(number);
+}
+
+void writeDimensions(JsonWriter& json, const CGSize& size) {
+    json.key("dimensions");
+    if (size.width <= 0 || size.height <= 0) {
+        json.null();
+        return;
+    }
+    json.beginArray();
+    writeNumber(json, size.width);
+    writeNumber(json, size.height);
+    json.endArray();
+}
+
+void writeLocation(JsonWriter& json, const std::optional<CLLocation>& location) {
+    json.key("location");
+    if (!location) {
+        json.null();
+        return;
+    }
+    json.beginObject();
+    json.key("latitude").number(location->coordinate.latitude);
+    json.key("longitude").number(location->coordinate.longitude);
+    json.key("altitude").number(location->altitude);
+    json.key("course").number(location->course);
+    json.key("speed").number(location->speed);
+    json.endObject();
+}
+
+void writeItems(JsonWriter& json, const std::vector<Item>& items) {
+    json.key("items").beginArray();
+    for (const Item& item : items)
+        json.beginObject()
+            .key("key")
+            .text(item.key)
+            .key("label")
+            .text(item.label)
+            .key("value")
+            .text(item.value)
+            .key("raw")
+            .text(item.raw)
+            .endObject();
+    json.endArray();
+}
+
+}  // namespace
+
+std::string iso8601(NSDate date) {
+    const int offset = NSTimeZone::secondsFromGMT(date);
+    const auto seconds = static_cast<std::time_t>(std::floor(date.timeIntervalSince1970)) + offset;
+    std::tm civil{};
+    ::gmtime_r(&seconds, &civil);
+    std::array<char, 64> text{};
+    const int minutes = std::abs(offset) / 60;
+    const int length = std::snprintf(text.data(), text.size(), "%04d-%02d-%02dT%02d:%02d:%02d%c%02d:%02d",
+                                     civil.tm_year + 1900, civil.tm_mon + 1, civil.tm_mday, civil.tm_hour, civil.tm_min,
+                                     civil.tm_sec, offset < 0 ? '-' : '+', minutes / 60, minutes % 60);
+    return {text.data(), static_cast<std::size_t>(length)};
+}
+
+void appendJsonError(std::string& out, std::string_view path, std::string_view error) {
+    JsonWriter(out).beginObject().key("path").text(path).key("error").text(error).endObject();
+}
+
+void appendJson(std::string& out, const std::string& path, const MediaFile& file, const KeySelection& selection) {
+    if (!file.record) return appendJsonError(out, path, describe(file.fault));
+    ExifInformation& record = *file.record;
+    const bool video = isVideo(record);
+    JsonWriter json(out);
+    json.beginObject();
+    json.key("path").text(path);
+    json.key("mediaType").text(video ? "video" : "image");
+    json.key("fileSizeInBytes").number(record.fileSizeInBytes);
+    writeDimensions(json, record.dimensions);
+    json.key("dateTaken");
+    if (record.dateTaken)
+        json.text(iso8601(*record.dateTaken));
+    else
+        json.null();
+    writeLocation(json, record.location);
+    json.key("duration");
+    if (video)
+        json.number(record.duration);
+    else
+        json.null();
+    json.key("framesPerSecond");
+    if (video)
+        json.number(static_cast<double>(record.framesPerSecondValue));
+    else
+        json.null();
+    json.key("exifInfoAvailable").boolean(record.exifInfoAvailable);
+    json.key("exifORTiffInfoAvailable").boolean(record.exifORTiffInfoAvailable);
+    json.key("gpsInfoAvailable").boolean(record.gpsInfoAvailable());
+    json.key("isScreenShot").boolean(record.isScreenShot);
+    writeItems(json, itemsOf(record, selection));
+    json.key("metadata").value(file.properties);
+    json.endObject();
+}
+
+}  // namespace tessaly::cli

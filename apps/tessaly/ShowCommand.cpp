@@ -1,0 +1,194 @@
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+#include "CommandLine.h"
+#include "Commands.h"
+#include "Csv.h"
+#include "FileWalk.h"
+#include "Output.h"
+#include "Page.h"
+#include "RecordJson.h"
+#include "Suggestion.h"
+
+namespace tessaly::cli {
+namespace {
+
+struct ShowOptions {
+    std::vector<std::string> files;
+    std::vector<std::string> keys;
+    bool all = false;
+    bool recursive = false;
+    bool json = false;
+    bool ndjson = false;
+    bool csv = false;
+};
+
+/// A name that no key has is a mistake of the caller's, not an empty row.
+void checkKeys(const std::vector<std::string>& keys) {
+    for (const std::string& key : keys) {
+        if (isKeyName(key)) continue;
+        throw CLI::ValidationError("--keys: '" + key + "' is not the name of a key" +
+                                   suggestion(key, ExifInformation::keyNames()));
+    }
+}
+
+bool isFolder(const std::string& path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+/// One form of output: what comes before, between and after the files.
+class Report {
+public:
+    Report() = default;
+    Report(const Report&) = delete;
+    Report& operator=(const Report&) = delete;
+    virtual ~Report() = default;
+    virtual void begin(std::string& /*out*/) {}
+    virtual void add(std::string& out, const std::string& path, const MediaFile& file) = 0;
+    virtual void end(std::string& /*out*/) {}
+    virtual void addError(std::string& /*out*/, const std::string& /*path*/, std::string_view /*error*/) {}
+};
+
+class PageReport final : public Report {
+public:
+    explicit PageReport(const KeySelection& selection) : selection_(selection) {}
+    void add(std::string& out, const std::string& path, const MediaFile& file) override {
+        if (!first_) out += '\n';
+        first_ = false;
+        appendPage(out, path, file, selection_, style_);
+    }
+
+private:
+    const KeySelection& selection_;
+    PageStyle style_ = PageStyle::forStandardOutput();
+    bool first_ = true;
+};
+
+class JsonReport final : public Report {
+public:
+    JsonReport(const KeySelection& selection, bool lines) : selection_(selection), lines_(lines) {}
+    void begin(std::string& out) override {
+        if (!lines_) out += '[';
+    }
+    void add(std::string& out, const std::string& path, const MediaFile& file) override {
+        separate(out);
+        appendJson(out, path, file, selection_);
+        if (lines_) out += '\n';
+    }
+    void addError(std::string& out, const std::string& path, std::string_view error) override {
+        separate(out);
+        appendJsonError(out, path, error);
+        if (lines_) out += '\n';
+    }
+    void end(std::string& out) override {
+        if (!lines_) out += first_ ? "]\n" : "\n]\n";
+    }
+
+private:
+    void separate(std::string& out) {
+        if (!lines_) out += first_ ? "\n" : ",\n";
+        first_ = false;
+    }
+
+    const KeySelection& selection_;
+    bool lines_;
+    bool first_ = true;
+};
+
+class CsvReport final : public Report {
+public:
+    explicit CsvReport(const KeySelection& selection) : table_(selection) {}
+    void begin(std::string& out) override { table_.appendHeader(out); }
+    void add(std::string& out, const std::string& path, const MediaFile& file) override {
+        table_.appendRow(out, path, *file.record);
+    }
+
+private:
+    CsvTable table_;
+};
+
+std::unique_ptr<Report> reportFor(const ShowOptions& options, const KeySelection& selection) {
+    if (options.csv) return std::make_unique<CsvReport>(selection);
+    if (options.json || options.ndjson) return std::make_unique<JsonReport>(selection, options.ndjson);
+    return std::make_unique<PageReport>(selection);
+}
+
+/// The files that the arguments name, folders opened up where that was asked for.
+std::vector<std::string> filesOf(const ShowOptions& options, bool& failed) {
+    std::vector<std::string> files;
+    const auto complainAbout = [&failed](const std::string& path, const std::string& why) {
+        complain(path, why);
+        failed = true;
+    };
+    for (const std::string& path : options.files) {
+        if (!options.recursive || !isFolder(path)) {
+            files.push_back(path);
+            continue;
+        }
+        walkTree(
+            path,
+            [&files](const std::string& file) {
+                files.push_back(file);
+                return true;
+            },
+            complainAbout);
+    }
+    return files;
+}
+
+int show(const ShowOptions& options) {
+    checkKeys(options.keys);
+    const KeySelection selection =
+        options.keys.empty() ? KeySelection::usersOwn(options.all) : KeySelection::named(options.keys);
+    bool failed = false;
+    const std::vector<std::string> files = filesOf(options, failed);
+    const auto report = reportFor(options, selection);
+    Output& output = Output::standard();
+    Progress progress(files.size());
+    std::string text;
+    report->begin(text);
+    for (const std::string& path : files) {
+        const MediaFile file = MediaFile::read(path);
+        if (file.record) {
+            report->add(text, path, file);
+        } else {
+            complain(path, describe(file.fault));
+            report->addError(text, path, describe(file.fault));
+            failed = true;
+        }
+        output << text;
+        text.clear();
+        progress.advance();
+    }
+    report->end(text);
+    output << text;
+    return failed ? kFailure : kSuccess;
+}
+
+}  // namespace
+
+void addShowCommand(CLI::App& program, int& status) {
+    auto options = std::make_shared<ShowOptions>();
+    CLI::App* command = program.add_subcommand("show", "Show what files tell (the default command)");
+    command->add_option("FILE", options->files, "Photos and videos; '-- NAME' for a name that begins with '-'")
+        ->required()
+        ->type_name("");
+    command->add_option("--keys", options->keys, "Only these rows, in this order: Make,Model,GPS")
+        ->delimiter(',')
+        ->type_name("A,B");
+    command->add_flag("--all", options->all, "Also the rows that you have hidden")->excludes("--keys");
+    command->add_flag("-r,--recursive", options->recursive, "Read what is in folders");
+    CLI::Option* json = command->add_flag("--json", options->json, "One JSON array");
+    CLI::Option* ndjson = command->add_flag("--ndjson", options->ndjson, "One JSON object a line");
+    CLI::Option* csv = command->add_flag("--csv", options->csv, "A table of comma-separated values");
+    json->excludes(ndjson)->excludes(csv);
+    ndjson->excludes(csv);
+    command->callback([options, &status] { status = show(*options); });
+}
+
+}  // namespace tessaly::cli

@@ -1,0 +1,19 @@
+#pragma once
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tessaly::cli {
+
+/// Bytes of the well-formed sequence at the start of `text`; 0 when there is none.
+[[nodiscard]] std::size_t utf8SequenceLength(std::string_view text) noexcept;
+/// Columns that a text takes on a terminal: none for combining marks, two for wide characters.
+[[nodiscard]] std::size_t displayWidth(std::string_view text) noexcept;
+/// The text in lines of at most `width` columns, broken at blanks where there are any. Control characters become
+/// blanks: a file's text never steers the terminal.
+[[nodiscard]] std::vector<std::string> wrapped(std::string_view text, std::size_t width);
+/// The text without control characters.
+[[nodiscard]] std::string printable(std::string_view text);
+
+}  // namespace tessaly::cli
