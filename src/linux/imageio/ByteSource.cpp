@@ -50,7 +50,8 @@ ByteSource::ByteSource(ByteSource&& other) noexcept
       window_(std::exchange(other.window_, {})),
       blocks_(std::move(other.blocks_)),
       memory_(std::move(other.memory_)),
-      kept_(std::exchange(other.kept_, 0)) {}
+      kept_(std::exchange(other.kept_, 0)),
+      blockSize_(std::exchange(other.blockSize_, kBlockSize)) {}
 
 ByteSource& ByteSource::operator=(ByteSource&& other) noexcept {
     std::swap(file_, other.file_);
@@ -62,6 +63,7 @@ ByteSource& ByteSource::operator=(ByteSource&& other) noexcept {
     std::swap(blocks_, other.blocks_);
     std::swap(memory_, other.memory_);
     std::swap(kept_, other.kept_);
+    std::swap(blockSize_, other.blockSize_);
     return *this;
 }
 
@@ -77,21 +79,35 @@ std::optional<Bytes> ByteSource::bytesElsewhere(std::uint64_t offset, std::uint6
         if (found) adoptParentWindow();
         return found;
     }
-    for (const Block& block : blocks_) {
-        if (offset < block.start || offset - block.start > block.bytes.size()) continue;
-        const auto skip = static_cast<std::size_t>(offset - block.start);
-        if (length > block.bytes.size() - skip) continue;
-        windowStart_ = block.start;
-        window_ = block.bytes;
-        return block.bytes.subspan(skip, static_cast<std::size_t>(length));
+    if (const Block* block = keptBlock(offset, length)) {
+        windowStart_ = block->start;
+        window_ = block->bytes;
+        return window_.subspan(static_cast<std::size_t>(offset - windowStart_), static_cast<std::size_t>(length));
     }
     if (file_ < 0 || length > kMemoryLimit) return std::nullopt;
-    const auto wanted = std::min<std::uint64_t>(std::max<std::uint64_t>(length, kBlockSize), size_ - offset);
+    // Whoever reads on where the last block ended will go on doing so.
+    const bool onwards = !blocks_.empty() && offset >= blocks_.back().start &&
+                         offset - blocks_.back().start <= blocks_.back().bytes.size() + kBlockSize;
+    blockSize_ = onwards ? std::min(blockSize_ * 2, kLargestBlock) : kBlockSize;
+    const auto wanted = std::min<std::uint64_t>(std::max<std::uint64_t>(length, blockSize_), size_ - offset);
     const Bytes loaded = load(offset, static_cast<std::size_t>(wanted));
     if (loaded.size() < length) return std::nullopt;
     windowStart_ = offset;
     window_ = loaded;
     return loaded.first(static_cast<std::size_t>(length));
+}
+
+/// Looks through the head and the latest blocks only: reading an old block again costs less than a long search.
+const ByteSource::Block* ByteSource::keptBlock(std::uint64_t offset, std::uint64_t length) const {
+    const auto holds = [&](const Block& block) {
+        return offset >= block.start && offset - block.start <= block.bytes.size() &&
+               length <= block.bytes.size() - (offset - block.start);
+    };
+    if (!blocks_.empty() && holds(blocks_.front())) return &blocks_.front();
+    const std::size_t first = blocks_.size() - std::min(blocks_.size(), kSearched);
+    for (std::size_t i = blocks_.size(); i > first; --i)
+        if (holds(blocks_[i - 1])) return &blocks_[i - 1];
+    return nullptr;
 }
 
 ByteSource ByteSource::part(std::uint64_t offset, std::uint64_t length) {

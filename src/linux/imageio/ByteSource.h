@@ -20,8 +20,9 @@ class ByteSource {
 public:
     /// The first block of a file: enough for the whole head of most photos.
     static constexpr std::size_t kHeadSize = 16 * 1024;
-    /// Later blocks.
+    /// Later blocks, and what they grow to while a file is read onwards.
     static constexpr std::size_t kBlockSize = 4 * 1024;
+    static constexpr std::size_t kLargestBlock = 64 * 1024;
     /// All that one source ever keeps in memory.
     static constexpr std::size_t kMemoryLimit = 48 * 1024 * 1024;
 
@@ -62,15 +63,18 @@ public:
     }
 
 private:
-    ByteSource() = default;
-    [[nodiscard]] std::optional<Bytes> bytesElsewhere(std::uint64_t offset, std::uint64_t length);
-    Bytes load(std::uint64_t offset, std::size_t length);
-    void adoptParentWindow();
-
     struct Block {
         std::uint64_t start;
         Bytes bytes;
     };
+
+    static constexpr std::size_t kSearched = 32;
+
+    ByteSource() = default;
+    [[nodiscard]] const Block* keptBlock(std::uint64_t offset, std::uint64_t length) const;
+    [[nodiscard]] std::optional<Bytes> bytesElsewhere(std::uint64_t offset, std::uint64_t length);
+    Bytes load(std::uint64_t offset, std::size_t length);
+    void adoptParentWindow();
 
     int file_ = -1;
     ByteSource* parent_ = nullptr;  // Of a part, which starts there at parentStart_.
@@ -81,6 +85,7 @@ private:
     std::vector<Block> blocks_;
     std::vector<std::unique_ptr<std::byte[]>> memory_;
     std::size_t kept_ = 0;
+    std::size_t blockSize_ = kBlockSize;
 };
 
 }  // namespace tessaly::imageio

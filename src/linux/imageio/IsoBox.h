@@ -1,0 +1,52 @@
+#pragma once
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+#include "linux/imageio/ByteSource.h"
+
+namespace tessaly::imageio {
+
+/// A box of the ISO base media file format (ISO/IEC 14496-12, 4.2), which QuickTime calls an atom.
+struct IsoBox {
+    std::array<char, 4> code{};
+    std::array<std::byte, 16> userType{};  ///< Of a "uuid" box.
+    std::uint64_t start = 0;               ///< Of its header.
+    std::uint64_t position = 0;            ///< Of its content; of a "uuid" box behind the user type.
+    std::uint64_t length = 0;              ///< Of its content, cut where its parent ends.
+
+    [[nodiscard]] std::string_view type() const noexcept { return {code.data(), code.size()}; }
+    [[nodiscard]] std::uint64_t end() const noexcept { return position + length; }
+};
+
+/// The boxes that stand one behind the other in a part of a source. Ends at the first that cannot be one.
+class IsoBoxes {
+public:
+    /// Boxes of one level at most: real files have a few dozen.
+    static constexpr std::size_t kMaximumBoxes = 4096;
+
+    IsoBoxes(ByteSource& source, std::uint64_t position, std::uint64_t length) noexcept;
+    /// Those of the whole source.
+    explicit IsoBoxes(ByteSource& source) noexcept : IsoBoxes(source, 0, source.size()) {}
+    /// Those inside a box, behind `skipped` bytes of its own.
+    IsoBoxes(ByteSource& source, const IsoBox& parent, std::uint64_t skipped = 0) noexcept
+        : IsoBoxes(source, parent.position + skipped, parent.length > skipped ? parent.length - skipped : 0) {}
+
+    [[nodiscard]] std::optional<IsoBox> next();
+
+private:
+    ByteSource& source_;
+    std::uint64_t position_;
+    std::uint64_t end_;
+    std::size_t count_ = 0;
+};
+
+/// The first box of that type inside `parent`.
+[[nodiscard]] std::optional<IsoBox> findBox(ByteSource& source, const IsoBox& parent, std::string_view type,
+                                            std::uint64_t skipped = 0);
+
+/// Bytes that a full box (version and flags) has before its content.
+inline constexpr std::uint64_t kFullBoxHead = 4;
+
+}  // namespace tessaly::imageio

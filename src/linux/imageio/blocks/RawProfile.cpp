@@ -1,0 +1,71 @@
+#include "linux/imageio/blocks/RawProfile.h"
+
+#include <algorithm>
+#include <charconv>
+
+#include "linux/imageio/blocks/Blocks.h"
+
+namespace tessaly::imageio {
+namespace {
+
+constexpr std::string_view kXmpMark{"http://ns.adobe.com/xap/1.0/\0", 29};
+constexpr std::string_view kBlanks = " \t\r\n";
+
+std::string_view withoutBlanks(std::string_view text) {
+    text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
+    return text;
+}
+
+int digitOf(char c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    return -1;
+}
+
+}  // namespace
+
+std::vector<std::byte> decodedRawProfile(std::string_view text) {
+    text = withoutBlanks(text);
+    text.remove_prefix(std::min(text.find_first_of(kBlanks), text.size()));  // Its name.
+    text = withoutBlanks(text);
+    std::size_t length = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), length);
+    if (error != std::errc{}) return {};
+    text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+    std::vector<std::byte> bytes;
+    bytes.reserve(std::min(length, text.size() / 2));
+    int high = -1;
+    for (const char c : text) {
+        const int digit = digitOf(c);
+        if (digit < 0) continue;
+        if (high < 0) {
+            high = digit;
+            continue;
+        }
+        bytes.push_back(static_cast<std::byte>(high * 16 + digit));
+        high = -1;
+        if (bytes.size() == length) break;
+    }
+    return bytes;
+}
+
+void readRawProfile(std::string_view type, Bytes profile, ImageProperties& properties) {
+    const std::string_view text = asText(profile);
+    if (text.starts_with(kXmpMark)) {
+        readXmp(profile.subspan(kXmpMark.size()), properties);
+    } else if (type == "exif" || type == "APP1" || type == "app1") {
+        readExif(profile, properties);
+    } else if (type == "xmp") {
+        readXmp(profile, properties);
+    } else if (type == "icc" || type == "icm") {
+        readIccProfile(profile, properties);
+    } else if (text.starts_with("8BIM") || text.starts_with("Photoshop 3.0")) {
+        const std::size_t head = text.starts_with("8BIM") ? 0 : std::min<std::size_t>(14, profile.size());
+        readPhotoshopResources(profile.subspan(head), properties);
+    } else if (type == "iptc" || type == "8bim") {
+        readIptc(profile, properties);
+    }
+}
+
+}  // namespace tessaly::imageio

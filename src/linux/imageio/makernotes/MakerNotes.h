@@ -1,0 +1,52 @@
+#pragma once
+#include <span>
+#include <string_view>
+
+#include "linux/imageio/ImageProperties.h"
+#include "linux/imageio/TiffDirectory.h"
+#include "linux/imageio/blocks/ExifTags.h"
+
+/// The private directories of camera makers, of which only serial numbers, lens, counters, firmware, owner and film
+/// mode are read. None is documented by its maker; what is known comes from comparing files.
+namespace tessaly::imageio {
+
+/// A tag that becomes a property as it is.
+struct NoteTag {
+    std::uint16_t tag;
+    TagForm form;
+    Dictionary ImageProperties::*dictionary;
+    std::string_view name;
+};
+
+/// Adds every tag of the directory that `tags` knows, the first of two that mean the same.
+void addNoteTags(TiffContext& tiff, const TiffDirectory& directory, std::span<const NoteTag> tags,
+                 ImageProperties& properties);
+
+/// The directory of a note, with the base from which its offsets count.
+struct MakerDirectory {
+    TiffContext& tiff;
+    const TiffDirectory& directory;
+    std::string_view model;
+};
+
+void readCanonNote(const MakerDirectory& note, ImageProperties& properties);
+void readNikonNote(const MakerDirectory& note, ImageProperties& properties);
+void readFujifilmNote(const MakerDirectory& note, ImageProperties& properties);
+void readSonyNote(const MakerDirectory& note, ImageProperties& properties);
+void readPanasonicNote(const MakerDirectory& note, ImageProperties& properties);
+void readOlympusNote(const MakerDirectory& note, ImageProperties& properties);
+void readPentaxNote(const MakerDirectory& note, ImageProperties& properties);
+void readSamsungNote(const MakerDirectory& note, ImageProperties& properties);
+void readRicohNote(const MakerDirectory& note, ImageProperties& properties);
+void readSigmaNote(const MakerDirectory& note, ImageProperties& properties);
+/// Nothing in Apple's note is told elsewhere than in Exif; it is known so that it is not taken for another's.
+void readAppleNote(const MakerDirectory& note, ImageProperties& properties);
+
+/// "18-55mm f/3.5-5.6" from focal lengths in mm and F-numbers; 0 is unknown, equal ends are written once.
+struct LensRange {
+    double shortest = 0, longest = 0, widestAtShortest = 0, widestAtLongest = 0;
+};
+[[nodiscard]] Value lensDescription(const LensRange& lens);
+[[nodiscard]] Value lensInfo(const LensRange& lens);
+
+}  // namespace tessaly::imageio

@@ -1,0 +1,25 @@
+#include <array>
+
+#include "linux/imageio/makernotes/MakerNotes.h"
+
+namespace tessaly::imageio {
+
+void readRicohNote(const MakerDirectory& note, ImageProperties& properties) {
+    static constexpr std::array tags{
+        NoteTag{0x0005, TagForm::text, &ImageProperties::aux, "SerialNumber"},
+        NoteTag{0x0002, TagForm::text, &ImageProperties::aux, "Firmware"},
+    };
+    addNoteTags(note.tiff, note.directory, tags, properties);
+}
+
+void readSigmaNote(const MakerDirectory& note, ImageProperties& properties) {
+    static constexpr std::array tags{
+        NoteTag{0x0002, TagForm::text, &ImageProperties::aux, "SerialNumber"},
+        NoteTag{0x0017, TagForm::text, &ImageProperties::aux, "Firmware"},
+    };
+    addNoteTags(note.tiff, note.directory, tags, properties);
+}
+
+void readAppleNote(const MakerDirectory& /*note*/, ImageProperties& /*properties*/) {}
+
+}  // namespace tessaly::imageio

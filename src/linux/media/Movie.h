@@ -1,0 +1,13 @@
+#pragma once
+#include "linux/imageio/ByteSource.h"
+#include "platform/AVFoundation/AVAsset.h"
+
+/// One reader a family of movies. Each ends in what could be read.
+namespace tessaly::media {
+
+/// QuickTime (File Format Specification), MP4 (ISO/IEC 14496-12 and -14), 3GP (3GPP TS 26.244).
+void readMovie(imageio::ByteSource& source, AVAsset& asset);
+/// Matroska (RFC 9559) and WebM.
+void readMatroska(imageio::ByteSource& source, AVAsset& asset);
+
+}  // namespace tessaly::media
