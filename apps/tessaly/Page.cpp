@@ -100,7 +100,7 @@ void appendPage(std::string& out, const std::string& path, const MediaFile& file
     page.line(sizeLine(record));
     if (const std::string date = dateLine(record); !date.empty()) page.line(date);
     page.line(placeLine(record), hasValidLocation(record) ? std::string_view{} : kFaint);
-    if (selection.isUsersOwn && !record.exifORTiffInfoAvailable)
+    if (selection.isUsersOwn && !isVideo(record) && !record.exifORTiffInfoAvailable)
         page.line(localized("EXIF data is not available"), kFaint);
     page.rows(itemsOf(record, selection));
 }

@@ -14,12 +14,15 @@ void ImageProperties::setPixelSize(std::uint64_t width, std::uint64_t height) {
 }
 
 Dictionary ImageProperties::assemble() const {
+    Dictionary wholeAux = aux;
+    for (const auto& entry : makerAux)
+        if (!wholeAux.contains(entry.key())) wholeAux.set(entry.key(), entry.value);
     const std::array<std::pair<std::string_view, const Dictionary*>, 12> parts{{
         {kCGImagePropertyExifDictionary, &exif},
         {kCGImagePropertyTIFFDictionary, &tiff},
         {kCGImagePropertyGPSDictionary, &gps},
         {kCGImagePropertyIPTCDictionary, &iptc},
-        {kCGImagePropertyExifAuxDictionary, &aux},
+        {kCGImagePropertyExifAuxDictionary, &wholeAux},
         {kCGImagePropertyPictureStyleDictionary, &pictureStyle},
         {kCGImagePropertyPNGDictionary, &png},
         {kCGImagePropertyGIFDictionary, &gif},

@@ -13,6 +13,8 @@ namespace tessaly::imageio {
 /// the block readers in order of authority (Exif, then IPTC, then XMP).
 struct ImageProperties {
     Dictionary top, exif, tiff, gps, iptc, aux, pictureStyle, png, gif, jfif, heif, webp, dng;
+    /// What a maker note says of the things in aux: it holds where neither XMP nor the file's own tags say otherwise.
+    Dictionary makerAux;
     Dictionary xmp;  ///< Every XMP property by qualified name, for CGImageSourceCopyMetadataAtIndex.
     std::size_t imageCount = 1;
 

@@ -35,6 +35,7 @@ public:
         }
         if (primary) {
             readProperties(*primary);
+            readTile(*primary);
             readDescriptions(primary->id);
             noteAlpha(primary->id);
         }
@@ -59,6 +60,21 @@ private:
             if (type == "colr"sv) readColour(property);
             if (type == "pixi"sv) readDepth(property);
             if (type == "hvcC"sv || type == "av1C"sv) readCodec(property);
+        }
+    }
+
+    /// A picture that is put together from tiles may leave its colour and depth to them.
+    void readTile(const HeifItem& derived) {
+        for (const HeifReference& reference : items_.references()) {
+            if (reference.from != derived.id || reference.type != "dimg" || reference.to.empty()) continue;
+            const HeifItem* tile = items_.find(reference.to.front());
+            if (!tile) return;
+            for (const IsoBox& property : tile->properties) {
+                const std::string_view type = property.type();
+                if (type == "colr"sv) readColour(property);
+                if (type == "pixi"sv) readDepth(property);
+                if (type == "hvcC"sv || type == "av1C"sv) readCodec(property);
+            }
         }
     }
 

@@ -169,6 +169,7 @@ private:
         adopt(properties_.tiff, preview.tiff);
         adopt(properties_.gps, preview.gps);
         adopt(properties_.aux, preview.aux);
+        adopt(properties_.makerAux, preview.makerAux);
         adopt(properties_.iptc, preview.iptc);
     }
 

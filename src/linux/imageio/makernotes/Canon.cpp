@@ -12,10 +12,10 @@ constexpr std::uint16_t kCameraSettings = 0x0001;
 constexpr std::uint16_t kShotInfo = 0x0004;
 
 constexpr std::array kTags{
-    NoteTag{0x000C, TagForm::number, &ImageProperties::aux, "SerialNumber"},
-    NoteTag{0x0095, TagForm::text, &ImageProperties::aux, "LensModel"},
-    NoteTag{0x0009, TagForm::text, &ImageProperties::aux, "OwnerName"},
-    NoteTag{0x0007, TagForm::text, &ImageProperties::aux, "Firmware"},
+    NoteTag{0x000C, TagForm::number, &ImageProperties::makerAux, "SerialNumber"},
+    NoteTag{0x0095, TagForm::text, &ImageProperties::makerAux, "LensModel"},
+    NoteTag{0x0009, TagForm::text, &ImageProperties::makerAux, "OwnerName"},
+    NoteTag{0x0007, TagForm::text, &ImageProperties::makerAux, "Firmware"},
 };
 
 std::int16_t shortAt(TiffContext& tiff, const TiffEntry& entry, std::uint64_t index) {
@@ -39,11 +39,11 @@ void readLens(TiffContext& tiff, const TiffEntry& settings, ImageProperties& pro
     LensRange lens;
     lens.shortest = static_cast<std::uint16_t>(shortAt(tiff, settings, shortest)) / perMillimetre;
     lens.longest = static_cast<std::uint16_t>(shortAt(tiff, settings, longest)) / perMillimetre;
-    ImageProperties::add(properties.aux, "LensModel", lensDescription(lens));
+    ImageProperties::add(properties.makerAux, "LensModel", lensDescription(lens));
     if (const auto apex = shortAt(tiff, settings, widest); apex > 0)
         lens.widestAtShortest = std::round(std::exp2(stops(apex) / 2) * 10) / 10;
     lens.widestAtLongest = lens.widestAtShortest;
-    ImageProperties::add(properties.aux, "LensInfo", lensInfo(lens));
+    ImageProperties::add(properties.makerAux, "LensInfo", lensInfo(lens));
 }
 
 }  // namespace
@@ -52,7 +52,7 @@ void readCanonNote(const MakerDirectory& note, ImageProperties& properties) {
     addNoteTags(note.tiff, note.directory, kTags, properties);
     if (const TiffEntry* settings = note.directory.find(kCameraSettings)) readLens(note.tiff, *settings, properties);
     if (const TiffEntry* shot = note.directory.find(kShotInfo); shot && shot->count > 15)
-        ImageProperties::add(properties.aux, "FlashCompensation", stops(shortAt(note.tiff, *shot, 15)));
+        ImageProperties::add(properties.makerAux, "FlashCompensation", stops(shortAt(note.tiff, *shot, 15)));
 }
 
 }  // namespace tessaly::imageio

@@ -9,7 +9,7 @@ namespace {
 constexpr std::uint16_t kImageCount = 0x1438;
 
 constexpr std::array kTags{
-    NoteTag{0x0010, TagForm::text, &ImageProperties::aux, "SerialNumber"},
+    NoteTag{0x0010, TagForm::text, &ImageProperties::makerAux, "SerialNumber"},
     NoteTag{0x1401, TagForm::numbers, &ImageProperties::pictureStyle, "FilmSimulation"},
     NoteTag{0x1003, TagForm::numbers, &ImageProperties::pictureStyle, "Saturation"},
 };
@@ -20,7 +20,7 @@ void readFujifilmNote(const MakerDirectory& note, ImageProperties& properties) {
     addNoteTags(note.tiff, note.directory, kTags, properties);
     if (const TiffEntry* count = note.directory.find(kImageCount))
         if (const auto number = count->integer(note.tiff))
-            ImageProperties::add(properties.aux, "ImageNumber", *number & 0x7FFFU);
+            ImageProperties::add(properties.makerAux, "ImageNumber", *number & 0x7FFFU);
 }
 
 }  // namespace tessaly::imageio

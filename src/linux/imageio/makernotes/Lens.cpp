@@ -1,15 +1,15 @@
+#include <cmath>
 #include <string>
 
 #include "linux/imageio/makernotes/MakerNotes.h"
-#include "platform/Foundation/Format.h"
 
 namespace tessaly::imageio {
 namespace {
 
+std::string rounded(double number) { return Value(std::round(number * 10) / 10).description(); }
+
 std::string range(double from, double to) {
-    std::string text = Value(from).description();
-    if (to > from) text += "-" + Value(to).description();
-    return text;
+    return to > from ? rounded(from) + "-" + rounded(to) : rounded(from);
 }
 
 }  // namespace

@@ -12,15 +12,15 @@ constexpr std::uint64_t kUncounted = 4294965247;  // What bodies without a count
 
 constexpr std::array kTags{
     // Written as "NO= 200ef6d1" on early bodies, whose other serial number is blank.
-    NoteTag{0x00A0, TagForm::text, &ImageProperties::aux, "SerialNumber"},
-    NoteTag{0x001D, TagForm::text, &ImageProperties::aux, "SerialNumber"},
+    NoteTag{0x00A0, TagForm::text, &ImageProperties::makerAux, "SerialNumber"},
+    NoteTag{0x001D, TagForm::text, &ImageProperties::makerAux, "SerialNumber"},
 };
 
 void readLens(TiffContext& tiff, const TiffEntry& entry, ImageProperties& properties) {
     const auto at = [&](std::uint64_t index) { return tiffNumber(tiff, entry, index).doubleValue(); };
     const LensRange lens{at(0), at(1), at(2), at(3)};
-    ImageProperties::add(properties.aux, "LensInfo", lensInfo(lens));
-    ImageProperties::add(properties.aux, "LensModel", lensDescription(lens));
+    ImageProperties::add(properties.makerAux, "LensInfo", lensInfo(lens));
+    ImageProperties::add(properties.makerAux, "LensModel", lensDescription(lens));
 }
 
 }  // namespace
@@ -31,7 +31,7 @@ void readNikonNote(const MakerDirectory& note, ImageProperties& properties) {
         readLens(note.tiff, *lens, properties);
     if (const TiffEntry* count = note.directory.find(kShutterCount))
         if (const auto number = count->integer(note.tiff); number && *number != kUncounted)
-            ImageProperties::add(properties.aux, "ImageNumber", *number);
+            ImageProperties::add(properties.makerAux, "ImageNumber", *number);
 }
 
 }  // namespace tessaly::imageio

@@ -8,14 +8,14 @@ namespace {
 constexpr std::uint16_t kEquipment = 0x2010;
 
 constexpr std::array kEquipmentTags{
-    NoteTag{0x0101, TagForm::text, &ImageProperties::aux, "SerialNumber"},
-    NoteTag{0x0202, TagForm::text, &ImageProperties::aux, "LensSerialNumber"},
-    NoteTag{0x0203, TagForm::text, &ImageProperties::aux, "LensModel"},
+    NoteTag{0x0101, TagForm::text, &ImageProperties::makerAux, "SerialNumber"},
+    NoteTag{0x0202, TagForm::text, &ImageProperties::makerAux, "LensSerialNumber"},
+    NoteTag{0x0203, TagForm::text, &ImageProperties::makerAux, "LensModel"},
 };
 /// Cameras before there was an equipment directory.
 constexpr std::array kEarlyTags{
-    NoteTag{0x0404, TagForm::text, &ImageProperties::aux, "SerialNumber"},
-    NoteTag{0x101A, TagForm::text, &ImageProperties::aux, "SerialNumber"},
+    NoteTag{0x0404, TagForm::text, &ImageProperties::makerAux, "SerialNumber"},
+    NoteTag{0x101A, TagForm::text, &ImageProperties::makerAux, "SerialNumber"},
 };
 
 }  // namespace

@@ -6,16 +6,16 @@ namespace tessaly::imageio {
 
 void readRicohNote(const MakerDirectory& note, ImageProperties& properties) {
     static constexpr std::array tags{
-        NoteTag{0x0005, TagForm::text, &ImageProperties::aux, "SerialNumber"},
-        NoteTag{0x0002, TagForm::text, &ImageProperties::aux, "Firmware"},
+        NoteTag{0x0005, TagForm::text, &ImageProperties::makerAux, "SerialNumber"},
+        NoteTag{0x0002, TagForm::text, &ImageProperties::makerAux, "Firmware"},
     };
     addNoteTags(note.tiff, note.directory, tags, properties);
 }
 
 void readSigmaNote(const MakerDirectory& note, ImageProperties& properties) {
     static constexpr std::array tags{
-        NoteTag{0x0002, TagForm::text, &ImageProperties::aux, "SerialNumber"},
-        NoteTag{0x0017, TagForm::text, &ImageProperties::aux, "Firmware"},
+        NoteTag{0x0002, TagForm::text, &ImageProperties::makerAux, "SerialNumber"},
+        NoteTag{0x0017, TagForm::text, &ImageProperties::makerAux, "Firmware"},
     };
     addNoteTags(note.tiff, note.directory, tags, properties);
 }

@@ -6,9 +6,9 @@ namespace tessaly::imageio {
 
 void readPanasonicNote(const MakerDirectory& note, ImageProperties& properties) {
     static constexpr std::array tags{
-        NoteTag{0x0025, TagForm::text, &ImageProperties::aux, "SerialNumber"},
-        NoteTag{0x0051, TagForm::text, &ImageProperties::aux, "LensModel"},
-        NoteTag{0x0052, TagForm::text, &ImageProperties::aux, "LensSerialNumber"},
+        NoteTag{0x0025, TagForm::text, &ImageProperties::makerAux, "SerialNumber"},
+        NoteTag{0x0051, TagForm::text, &ImageProperties::makerAux, "LensModel"},
+        NoteTag{0x0052, TagForm::text, &ImageProperties::makerAux, "LensSerialNumber"},
     };
     addNoteTags(note.tiff, note.directory, tags, properties);
 }

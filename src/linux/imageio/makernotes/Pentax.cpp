@@ -23,8 +23,8 @@ std::uint32_t word(TiffContext& tiff, const TiffEntry& entry) {
 
 void readPentaxNote(const MakerDirectory& note, ImageProperties& properties) {
     static constexpr std::array tags{
-        NoteTag{0x0229, TagForm::text, &ImageProperties::aux, "SerialNumber"},
-        NoteTag{0x0230, TagForm::text, &ImageProperties::aux, "Firmware"},
+        NoteTag{0x0229, TagForm::text, &ImageProperties::makerAux, "SerialNumber"},
+        NoteTag{0x0230, TagForm::text, &ImageProperties::makerAux, "Firmware"},
     };
     addNoteTags(note.tiff, note.directory, tags, properties);
     const TiffEntry* count = note.directory.find(kShutterCount);
@@ -32,7 +32,7 @@ void readPentaxNote(const MakerDirectory& note, ImageProperties& properties) {
     const TiffEntry* time = note.directory.find(kTime);
     if (!count || !date || !time || count->byteLength() < 4) return;
     // The counter is masked with the moment at which the picture was taken.
-    ImageProperties::add(properties.aux, "ImageNumber",
+    ImageProperties::add(properties.makerAux, "ImageNumber",
                          word(note.tiff, *count) ^ word(note.tiff, *date) ^ ~word(note.tiff, *time));
 }
 

@@ -6,9 +6,9 @@ namespace tessaly::imageio {
 
 void readSamsungNote(const MakerDirectory& note, ImageProperties& properties) {
     static constexpr std::array tags{
-        NoteTag{0xA002, TagForm::text, &ImageProperties::aux, "SerialNumber"},
-        NoteTag{0xA005, TagForm::text, &ImageProperties::aux, "LensSerialNumber"},
-        NoteTag{0xA001, TagForm::text, &ImageProperties::aux, "Firmware"},
+        NoteTag{0xA002, TagForm::text, &ImageProperties::makerAux, "SerialNumber"},
+        NoteTag{0xA005, TagForm::text, &ImageProperties::makerAux, "LensSerialNumber"},
+        NoteTag{0xA001, TagForm::text, &ImageProperties::makerAux, "Firmware"},
     };
     addNoteTags(note.tiff, note.directory, tags, properties);
 }

@@ -12,8 +12,8 @@ constexpr std::uint16_t kLensSpecification = 0xB02A;
 constexpr std::uint16_t kEncipheredInfo = 0x9050;
 
 constexpr std::array kTags{
-    NoteTag{0x2031, TagForm::text, &ImageProperties::aux, "SerialNumber"},
-    NoteTag{0x0104, TagForm::number, &ImageProperties::aux, "FlashCompensation"},
+    NoteTag{0x2031, TagForm::text, &ImageProperties::makerAux, "SerialNumber"},
+    NoteTag{0x0104, TagForm::number, &ImageProperties::makerAux, "FlashCompensation"},
 };
 
 /// Blocks 0x9050 and 0x94xx are enciphered byte by byte: b becomes b * b * b modulo 249; 249 and above stay.
@@ -43,7 +43,7 @@ void readCounter(const MakerDirectory& note, const TiffEntry& entry, ImageProper
     std::uint32_t count = 0;
     for (std::size_t i = 3; i > 0; --i)
         count = count << 8U | kDeciphered[std::to_integer<std::size_t>((*bytes)[i - 1])];
-    ImageProperties::add(properties.aux, "ImageNumber", count);
+    ImageProperties::add(properties.makerAux, "ImageNumber", count);
 }
 
 /// Packed decimal digits, high half first; -1 where a half is none.
@@ -65,8 +65,8 @@ void readLens(TiffContext& tiff, const TiffEntry& entry, ImageProperties& proper
     const LensRange lens{static_cast<double>(packedDecimal(bytes->subspan(1, 2))),
                          static_cast<double>(packedDecimal(bytes->subspan(3, 2))),
                          packedDecimal(bytes->subspan(5, 1)) / 10.0, packedDecimal(bytes->subspan(6, 1)) / 10.0};
-    ImageProperties::add(properties.aux, "LensInfo", lensInfo(lens));
-    ImageProperties::add(properties.aux, "LensModel", lensDescription(lens));
+    ImageProperties::add(properties.makerAux, "LensInfo", lensInfo(lens));
+    ImageProperties::add(properties.makerAux, "LensModel", lensDescription(lens));
 }
 
 }  // namespace
