@@ -1,7 +1,9 @@
 #include "platform/Foundation/NSBundle.h"
 
+#include <unicode/unistr.h>
 #include <unistd.h>
 
+#include <charconv>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -70,13 +72,27 @@ private:
                 rest_.remove_prefix(at + 1);
                 return text;
             }
-            if (c != '\\') {
+            if (c != '\\')
                 text += c;
-            } else if (++at < rest_.size()) {
-                text += rest_[at] == 'n' ? '\n' : rest_[at] == 't' ? '\t' : rest_[at];
-            }
+            else
+                appendEscape(++at, text);
         }
         return std::nullopt;
+    }
+
+    /// What follows a backslash: \n, \t, \Uxxxx, or a character that stands for itself. `at` stays on its last byte.
+    void appendEscape(std::size_t& at, std::string& text) const {
+        if (at >= rest_.size()) return;
+        unsigned point = 0;
+        const char* const digits = rest_.data() + at + 1;
+        if (rest_[at] == 'U' && rest_.size() - at > 4 &&
+            std::from_chars(digits, digits + 4, point, 16).ptr == digits + 4) {
+            const auto unit = static_cast<char16_t>(point);
+            icu::UnicodeString(unit).toUTF8String(text);
+            at += 4;
+            return;
+        }
+        text += rest_[at] == 'n' ? '\n' : rest_[at] == 't' ? '\t' : rest_[at];
     }
 
     std::string_view rest_;

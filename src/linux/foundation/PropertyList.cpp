@@ -260,8 +260,10 @@ private:
     }
 
     static std::optional<Value> typed(Dictionary dictionary) {
-        if (dictionary.size() == 1 && dictionary.contains("$date"))
-            return Value(NSDate{dictionary["$date"].doubleValue()});
+        if (dictionary.size() == 1 && dictionary.contains("$date")) {
+            const Value& seconds = dictionary["$date"];
+            return seconds.isNumber() ? std::optional(Value(NSDate{seconds.doubleValue()})) : std::nullopt;
+        }
         if (dictionary.size() == 1 && dictionary.contains("$data")) {
             auto bytes = bytesFromBase64(dictionary["$data"].string());
             if (!bytes) return std::nullopt;

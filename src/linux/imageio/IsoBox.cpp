@@ -16,7 +16,8 @@ IsoBoxes::IsoBoxes(ByteSource& source, std::uint64_t position, std::uint64_t len
 }
 
 std::optional<IsoBox> IsoBoxes::next() {
-    if (count_++ >= kMaximumBoxes || end_ - position_ < kShortHead) return std::nullopt;
+    if (left_ == 0 || end_ - position_ < kShortHead) return std::nullopt;
+    --left_;
     const auto head = source_.bytes(position_, kShortHead);
     if (!head) return std::nullopt;
     IsoBox box;

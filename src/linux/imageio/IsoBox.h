@@ -23,7 +23,7 @@ struct IsoBox {
 /// The boxes that stand one behind the other in a part of a source. Ends at the first that cannot be one.
 class IsoBoxes {
 public:
-    /// Boxes of one level at most: real files have a few dozen.
+    /// Boxes of one level at most, where nothing else is set: real files have a few dozen.
     static constexpr std::size_t kMaximumBoxes = 4096;
 
     IsoBoxes(ByteSource& source, std::uint64_t position, std::uint64_t length) noexcept;
@@ -33,13 +33,14 @@ public:
     IsoBoxes(ByteSource& source, const IsoBox& parent, std::uint64_t skipped = 0) noexcept
         : IsoBoxes(source, parent.position + skipped, parent.length > skipped ? parent.length - skipped : 0) {}
 
+    void setLimit(std::size_t boxes) noexcept { left_ = boxes; }
     [[nodiscard]] std::optional<IsoBox> next();
 
 private:
     ByteSource& source_;
     std::uint64_t position_;
     std::uint64_t end_;
-    std::size_t count_ = 0;
+    std::size_t left_ = kMaximumBoxes;
 };
 
 /// The first box of that type inside `parent`.

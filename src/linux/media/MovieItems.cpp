@@ -12,6 +12,9 @@
 namespace tessaly::media {
 namespace {
 
+/// The end of the year 9999: no movie was made later, and no calendar goes further.
+constexpr double kLastDate = 253'402'300'799;
+
 /// Reads the parts of a date from its front.
 class DateText {
 public:
@@ -102,6 +105,7 @@ void addCreationDate(AVAsset& asset, std::string identifier, std::string_view te
 }
 
 void addCreationDate(AVAsset& asset, std::string identifier, NSDate date) {
+    if (std::fabs(date.timeIntervalSince1970) > kLastDate) return;
     addItem(asset, AVMetadataCommonKeyCreationDate, std::move(identifier), date);
     asset.metadata.back().startDate = date;
     if (!asset.creationDate) asset.creationDate = asset.metadata.back();

@@ -215,7 +215,7 @@ Value numberOf(TiffContext& tiff, const TiffEntry& entry) {
     if (entry.type != TiffType::ascii) return tiffNumber(tiff, entry);
     const auto parsed = numbersIn(trimmed(asText(textBytes(tiff, entry))))[0];
     if (!parsed) return {};
-    const auto whole = static_cast<std::int64_t>(*parsed);
+    const std::int64_t whole = Value(*parsed).integerValue();
     return static_cast<double>(whole) == *parsed ? Value(whole) : Value(*parsed);
 }
 

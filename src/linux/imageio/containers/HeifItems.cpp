@@ -11,6 +11,7 @@ using std::string_view_literals::operator""sv;
 // Phones cut a picture into at most a few hundred tiles; a gigapixel grid has 65,536.
 constexpr std::size_t kMaximumItems = 70'000;
 constexpr std::size_t kMaximumExtents = 64;
+constexpr std::size_t kMaximumProperties = 32;  // Of one item.
 constexpr std::uint64_t kMaximumTable = 8 * 1024 * 1024;
 
 /// The content of a full box as a cursor, with its version.
@@ -80,11 +81,13 @@ const HeifItem* HeifItems::find(std::uint32_t id) const noexcept {
 
 HeifItem* HeifItems::find(std::uint32_t id) noexcept { return const_cast<HeifItem*>(std::as_const(*this).find(id)); }
 
-bool HeifItems::refers(std::string_view type, std::uint32_t from, std::uint32_t to) const noexcept {
-    return std::ranges::any_of(references_, [&](const HeifReference& reference) {
-        return reference.from == from && reference.type == type &&
-               std::ranges::find(reference.to, to) != reference.to.end();
-    });
+std::vector<const HeifItem*> HeifItems::referringTo(std::uint32_t to, std::string_view type) const {
+    std::vector<const HeifItem*> found;
+    for (const HeifReference& reference : references_) {
+        if (reference.type != type || std::ranges::find(reference.to, to) == reference.to.end()) continue;
+        if (const HeifItem* item = find(reference.from)) found.push_back(item);
+    }
+    return found;
 }
 
 // 8.11.6: a count, then a box an item.
@@ -93,8 +96,8 @@ void HeifItems::readInfo(const IsoBox& box) {
     if (!full) return;
     const std::uint64_t countSize = full->version == 0 ? 2 : 4;
     IsoBoxes entries(source_, box, kFullBoxHead + countSize);
+    entries.setLimit(kMaximumItems);
     while (const auto entry = entries.next()) {
-        if (items_.size() >= kMaximumItems) break;
         if (entry->type() == "infe"sv) readInfoEntry(*entry);
     }
     std::ranges::stable_sort(items_, {}, &HeifItem::id);
@@ -192,7 +195,7 @@ void HeifItems::readAssociations(const IsoBox& box, const std::vector<IsoBox>& p
             // The top bit says that a reader must understand the property.
             const std::size_t index = wideIndex ? reader.read<std::uint16_t>().value_or(0) & 0x7FFFU
                                                 : reader.read<std::uint8_t>().value_or(0) & 0x7FU;
-            if (item && index >= 1 && index <= properties.size() && item->properties.size() < properties.size())
+            if (item && index >= 1 && index <= properties.size() && item->properties.size() < kMaximumProperties)
                 item->properties.push_back(properties[index - 1]);
         }
     }

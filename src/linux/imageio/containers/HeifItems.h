@@ -39,8 +39,8 @@ public:
     [[nodiscard]] const std::vector<HeifItem>& all() const noexcept { return items_; }
     [[nodiscard]] const std::vector<HeifReference>& references() const noexcept { return references_; }
     [[nodiscard]] const HeifItem* find(std::uint32_t id) const noexcept;
-    /// Whether an item refers to another in that way ("cdsc", "auxl", "thmb", "dimg").
-    [[nodiscard]] bool refers(std::string_view type, std::uint32_t from, std::uint32_t to) const noexcept;
+    /// The items that refer to `to` in that way ("cdsc", "auxl", "thmb", "dimg"), in the order of the references.
+    [[nodiscard]] std::vector<const HeifItem*> referringTo(std::uint32_t to, std::string_view type) const;
 
     /// The bytes of an item, at most `limit`; nothing where they are not all there.
     /// One extent is viewed, several are joined in `storage`, which must outlive the view.

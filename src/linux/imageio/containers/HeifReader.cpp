@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <string_view>
+#include <unordered_set>
 
 #include "linux/imageio/ImageOrientation.h"
 #include "linux/imageio/IsoBox.h"
@@ -127,13 +128,10 @@ private:
 
     template <class Kind>
     const HeifItem* describing(std::uint32_t primary, Kind isKind) {
-        const HeifItem* any = nullptr;
-        for (const HeifItem& item : items_.all()) {
-            if (!isKind(item)) continue;
-            if (items_.refers("cdsc"sv, item.id, primary)) return &item;
-            if (!any) any = &item;
-        }
-        return any;
+        for (const HeifItem* item : items_.referringTo(primary, "cdsc"sv))
+            if (isKind(*item)) return item;
+        const auto any = std::ranges::find_if(items_.all(), isKind);
+        return any == items_.all().end() ? nullptr : &*any;
     }
 
     // ISO/IEC 23008-12, annex A.2.1: the offset of the TIFF header, counted from behind itself.
@@ -153,9 +151,8 @@ private:
     }
 
     void noteAlpha(std::uint32_t primary) {
-        for (const HeifItem& item : items_.all()) {
-            if (!items_.refers("auxl"sv, item.id, primary)) continue;
-            for (const IsoBox& property : item.properties) {
+        for (const HeifItem* item : items_.referringTo(primary, "auxl"sv)) {
+            for (const IsoBox& property : item->properties) {
                 if (property.type() != "auxC"sv) continue;
                 const std::string_view kind = asText(source_.bytesUpTo(
                     property.position + kFullBoxHead,
@@ -175,16 +172,16 @@ private:
     }
 
     void countImages() {
-        std::size_t count = 0;
-        for (const HeifItem& item : items_.all()) {
-            if (item.hidden || !isImage(item)) continue;
-            const bool isPart = std::ranges::any_of(items_.references(), [&](const HeifReference& reference) {
-                if (reference.from == item.id) return reference.type == "auxl" || reference.type == "thmb";
-                return reference.type == "dimg" && std::ranges::find(reference.to, item.id) != reference.to.end();
-            });
-            if (!isPart) ++count;
+        // Auxiliary pictures, thumbnails and tiles are parts of others.
+        std::unordered_set<std::uint32_t> parts;
+        for (const HeifReference& reference : items_.references()) {
+            if (reference.type == "auxl" || reference.type == "thmb") parts.insert(reference.from);
+            if (reference.type == "dimg") parts.insert(reference.to.begin(), reference.to.end());
         }
-        properties_.imageCount = std::max<std::size_t>(count, 1);
+        const auto count = std::ranges::count_if(items_.all(), [&parts](const HeifItem& item) {
+            return !item.hidden && isImage(item) && !parts.contains(item.id);
+        });
+        properties_.imageCount = static_cast<std::size_t>(std::max<std::ptrdiff_t>(count, 1));
     }
 
     ByteSource& source_;

@@ -8,9 +8,7 @@ namespace {
 
 std::string rounded(double number) { return Value(std::round(number * 10) / 10).description(); }
 
-std::string range(double from, double to) {
-    return to > from ? rounded(from) + "-" + rounded(to) : rounded(from);
-}
+std::string range(double from, double to) { return to > from ? rounded(from) + "-" + rounded(to) : rounded(from); }
 
 }  // namespace
 

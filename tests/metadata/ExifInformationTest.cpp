@@ -1,0 +1,155 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "metadata/ExifInformation.h"
+#include "platform/UIKit/UIScreen.h"
+#include "settings/AppSettings.h"
+#include "settings/PersistanceManager.h"
+
+namespace tessaly {
+namespace {
+
+ExifInformationRef recordOf(const Dictionary& properties) {
+    return ExifInformation::exifInformationFromMetaDataDictionary(properties);
+}
+
+TEST(ExifInformation, TellsWhetherThereIsExif) {
+    struct Case {
+        const char* why;
+        Value properties;
+        bool exif, exifOrTiff;
+    };
+    const Case cases[] = {
+        {"nothing", {}, false, false},
+        {"not a dictionary", "text", false, false},
+        {"TIFF only", Dictionary{{"{TIFF}", Dictionary{{"Make", "M"}}}}, false, true},
+        {"colour space alone", Dictionary{{"{Exif}", Dictionary{{"ColorSpace", 1}, {"PixelXDimension", 5}}}}, false,
+         true},
+        {"an aperture", Dictionary{{"{Exif}", Dictionary{{"FNumber", 2}}}}, true, true},
+    };
+    for (const auto& [why, properties, exif, exifOrTiff] : cases) {
+        const auto record = ExifInformation::exifInformationFromMetaDataDictionary(properties);
+        ASSERT_TRUE(record) << why;
+        EXPECT_EQ(record->exifInfoAvailable, exif) << why;
+        EXPECT_EQ(record->exifORTiffInfoAvailable, exifOrTiff) << why;
+    }
+}
+
+TEST(ExifInformation, KnowsScreenshotsByTheirSize) {
+    const UIScreen& screen = UIScreen::mainScreen();
+    const double width = screen.bounds.width * screen.scale;
+    const double height = screen.bounds.height * screen.scale;
+    EXPECT_TRUE(recordOf({{"PixelWidth", width}, {"PixelHeight", height}})->isScreenShot);
+    EXPECT_TRUE(recordOf({{"PixelWidth", height}, {"PixelHeight", width}})->isScreenShot) << "turned";
+    EXPECT_FALSE(recordOf({{"PixelWidth", width + 1}, {"PixelHeight", height}})->isScreenShot);
+    EXPECT_FALSE(recordOf({{"PixelWidth", width}, {"PixelHeight", height}, {"{Exif}", Dictionary{{"FNumber", 2}}}})
+                     ->isScreenShot)
+        << "a camera's picture of that size";
+}
+
+TEST(ExifInformation, MarksWhatIsMissingOnlyWithoutExif) {
+    const auto bare = recordOf({{"{TIFF}", Dictionary{{"Make", "M"}}}});
+    const auto text = [](const ExifInformationRef& record, std::string_view key) {
+        return std::get<ExifValue>(record->performCustomSelector(key)).exifValueReadableFormat;
+    };
+    EXPECT_EQ(text(bare, "LensModel"), "Not available");
+    EXPECT_EQ(text(bare, "Software"), "") << "texts of the TIFF dictionary are not marked";
+    EXPECT_EQ(text(bare, "ApertureValue"), "f/0.0") << "a text that was found is never overwritten";
+    const auto full = recordOf({{"{Exif}", Dictionary{{"FNumber", 2}}}});
+    EXPECT_EQ(text(full, "LensModel"), "");
+}
+
+TEST(ExifInformation, AnswersEveryNameOfTheVocabularyAndNoOther) {
+    const auto record = recordOf({{"PixelWidth", 5}, {"{Exif}", Dictionary{{"FNumber", 2}}}});
+    EXPECT_EQ(ExifInformation::keyNames().size(), 70U);
+    for (const std::string_view key : ExifInformation::keyNames()) {
+        const KeyResult result = record->performCustomSelector(key);
+        ASSERT_TRUE(std::holds_alternative<ExifValue>(result)) << key;
+        const std::string expected = key == "Map" ? "MapView" : std::string(key);
+        EXPECT_EQ(std::get<ExifValue>(result).uniqueID, expected);
+    }
+    for (const auto& defaults :
+         {AppSettings::exifKeysDefaultOrderedArray(), AppSettings::exifKeysDefaultOrderedArrayForVideos(),
+          PersistanceManager::sharedExifKeysDefaultOrderedArray(),
+          PersistanceManager::sharedEDITExifKeysDefaultOrderedArray()})
+        for (const ExifKey& key : defaults)
+            EXPECT_TRUE(std::holds_alternative<ExifValue>(record->exifValueFor(key))) << key.key;
+    EXPECT_EQ(std::get<Value>(record->performCustomSelector("PixelWidth")), Value(5));
+    EXPECT_TRUE(std::get<Value>(record->performCustomSelector("SubsecTimeOriginal")).isNull());
+    EXPECT_TRUE(std::holds_alternative<std::monostate>(record->performCustomSelector("ShutterCount"))) << "case counts";
+    EXPECT_TRUE(std::holds_alternative<std::monostate>(record->performCustomSelector("")));
+}
+
+class ShareText : public testing::Test {
+protected:
+    void SetUp() override { settings.setShouldShareAPPURLWhileSharing(false); }
+    void TearDown() override {
+        settings.setSharedExifVisibleKeysOrderedArray(PersistanceManager::sharedExifKeysDefaultOrderedArray());
+        settings.setShouldShareAPPURLWhileSharing(false);
+    }
+    void show(std::initializer_list<std::string_view> names) {
+        settings.setSharedExifVisibleKeysOrderedArray(keysNamed(names));
+    }
+    PersistanceManager& settings = PersistanceManager::sharedInstance();
+};
+
+TEST_F(ShareText, HasALineAKeyInTheUsersOrder) {
+    show({"Model", "ApertureValue", "ExposureTime", "ISOSpeedRatings", "FocalLength", "FocalLenIn35mmFilm",
+          "ExposureBiasValue", "MeteringMode", "Copyright", "LensMake", "GPS", "PixelWidth", "nonsense"});
+    const Dictionary exif{{"FNumber", 1.6},     {"ExposureTime", 1.0 / 120}, {"ISOSpeedRatings", Array{32}},
+                          {"FocalLength", 4.2}, {"FocalLenIn35mmFilm", 26},  {"ExposureBiasValue", -1.0 / 3},
+                          {"MeteringMode", 5}};
+    const auto record =
+        recordOf({{"{Exif}", exif}, {"{TIFF}", Dictionary{{"Model", "iPhone 12 Pro"}, {"Copyright", "Me"}}}});
+    EXPECT_EQ(record->shortExifStringsForShare(),
+              "iPhone 12 Pro\nf/1.6\n1/120 seconds\nISO 32\n4 mm\n26 mm (35 mm format)\n-0.33 EV\n"
+              "Pattern Metering mode\n© Me\n\n\n");
+}
+
+TEST_F(ShareText, SaysAFocalLengthOnceAndLeavesOutWhatIsHidden) {
+    show({"FocalLength", "FocalLenIn35mmFilm", "Copyright"});
+    const auto record = recordOf({{"{Exif}", Dictionary{{"FocalLength", 50}, {"FocalLenIn35mmFilm", 50}}}});
+    EXPECT_EQ(record->shortExifStringsForShare(), "50 mm (35 mm format)\n\n\n");
+    ExifKeys keys = settings.sharedExifVisibleKeysOrderedArray();
+    for (ExifKey& key : keys) key.isHidden = true;
+    settings.setSharedExifVisibleKeysOrderedArray(keys);
+    EXPECT_EQ(record->shortExifStringsForShare(), "\n\n");
+    settings.setShouldShareAPPURLWhileSharing(true);
+    EXPECT_THAT(record->shortExifStringsForShare(), testing::HasSubstr("\n\nShared via Tessaly App http"));
+    EXPECT_THAT(record->shortExifStringsForShare(), testing::HasSubstr("ct=SharedContent"));
+}
+
+TEST(ExifInformation, EditsACopyThatSharesNothing) {
+    const auto record =
+        recordOf({{"{Exif}", Dictionary{{"FNumber", 2}}}, {"{IPTC}", Dictionary{{"Keywords", "not an array"}}}});
+    record->phAsset = std::make_shared<PHAsset>();
+    record->phAsset->mediaType = PHAssetMediaTypeVideo;
+    EXPECT_EQ(record->keywordsArray, Array());
+    const auto copy = record->editedEXIFInfo();
+    EXPECT_EQ(copy, record->editedEXIFInfo());
+    EXPECT_EQ(copy->mediaTypeForEditedCase(), PHAssetMediaTypeVideo);
+    copy->exifDic->set("FNumber", 4);
+    EXPECT_EQ((*record->exifDic)["FNumber"], Value(2));
+    for (const auto& [key, text] :
+         {std::pair("Title", "one"), std::pair("Artist", "two"), std::pair("Title", "three")}) {
+        ExifValue value;
+        value.uniqueID = key;
+        value.exifValueReadableFormat = text;
+        record->addToEditedExifValues(value);
+    }
+    ASSERT_EQ(record->editedValuesArray.size(), 2U);
+    EXPECT_EQ(record->editedValuesArray[0].exifValueReadableFormat, "three") << "in the order of the first edit";
+}
+
+TEST(ExifInformation, LeadsBackFromARenderedEdit) {
+    ExifInformation record;
+    EXPECT_TRUE(record.correctedImageFilePathURL().empty());
+    record.imageFilePathURL =
+        NSURL::URLWithString("file:///a/Adjustments/FullSizeRender/b/Adjustments/FullSizeRender.jpg");
+    EXPECT_EQ(record.correctedImageFilePathURL().absoluteString(), "file:///a/b.jpg");
+}
+
+}  // namespace
+}  // namespace tessaly
