@@ -180,6 +180,7 @@ void addShowCommand(CLI::App& program, int& status) {
         ->type_name("");
     command->add_option("--keys", options->keys, "Only these rows, in this order: Make,Model,GPS")
         ->delimiter(',')
+        ->allow_extra_args(false)
         ->type_name("A,B");
     command->add_flag("--all", options->all, "Also the rows that you have hidden")->excludes("--keys");
     command->add_flag("-r,--recursive", options->recursive, "Read what is in folders");

@@ -1,0 +1,54 @@
+# Completion of tessaly for bash.
+_tessaly() {
+    local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} command=${COMP_WORDS[1]}
+    local keys lists="photo video share edit edit-video"
+    COMPREPLY=()
+    if [ "$COMP_CWORD" -eq 1 ]; then
+        mapfile -t COMPREPLY < <(compgen -W "show share scan settings keys help --help --version" -- "$current"; compgen -f -- "$current")
+        return
+    fi
+    case $command in
+        scan)
+            case $previous in
+                --jobs | -j | --shard) return ;;
+            esac
+            if [[ $current == -* ]]; then
+                mapfile -t COMPREPLY < <(compgen -W "--jobs --shard --help" -- "$current")
+            else
+                mapfile -t COMPREPLY < <(compgen -d -- "$current")
+            fi
+            ;;
+        settings)
+            if [ "$COMP_CWORD" -eq 2 ]; then
+                mapfile -t COMPREPLY < <(compgen -W "list get set reset --help" -- "$current")
+            elif [ "$COMP_CWORD" -eq 3 ] || [ "${COMP_WORDS[2]}" = reset ]; then
+                mapfile -t COMPREPLY < <(compgen -W "$(tessaly settings list 2>/dev/null | awk '{print $1}')" -- "$current")
+            elif [ "${COMP_WORDS[2]}" = set ]; then
+                mapfile -t COMPREPLY < <(compgen -W "true false" -- "$current")
+            fi
+            ;;
+        keys)
+            if [ "$COMP_CWORD" -eq 2 ]; then
+                mapfile -t COMPREPLY < <(compgen -W "$lists --help" -- "$current")
+            elif [ "$COMP_CWORD" -eq 3 ]; then
+                mapfile -t COMPREPLY < <(compgen -W "show hide unhide move reset --help" -- "$current")
+            else
+                keys=$(tessaly keys "${COMP_WORDS[2]}" show 2>/dev/null | awk '{print $2}')
+                mapfile -t COMPREPLY < <(compgen -W "$keys" -- "$current")
+            fi
+            ;;
+        share) mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
+        help) mapfile -t COMPREPLY < <(compgen -W "show share scan settings keys" -- "$current") ;;
+        *)
+            if [ "$previous" = --keys ]; then
+                keys=$(tessaly keys photo show 2>/dev/null | awk '{print $2}')
+                mapfile -t COMPREPLY < <(compgen -W "$keys" -- "$current")
+            elif [[ $current == -* ]]; then
+                mapfile -t COMPREPLY < <(compgen -W "--keys --all --recursive --json --ndjson --csv --help" -- "$current")
+            else
+                mapfile -t COMPREPLY < <(compgen -f -- "$current")
+            fi
+            ;;
+    esac
+}
+complete -o filenames -F _tessaly tessaly
