@@ -201,6 +201,43 @@ TEST(Tiff, ReadsBigTiff) {
     EXPECT_EQ(propertiesOf(file)["PixelWidth"], Value(640));
 }
 
+TEST(OtherRaws, KeepExifInTheirOwnContainers) {
+    const ByteString block = exifBlock();
+    ByteString minolta =
+        ByteString("\0MRM"_z).u32(100).add("\0PRD"_z).u32(24).add(12, '\0').u16(1960).u16(2568).add(8, '\0');
+    minolta.add("\0TTW"_z).u32(static_cast<std::uint32_t>(block.size())).add(block);
+    EXPECT_EQ(makeOf(propertiesOf(minolta)), "Maker");
+    EXPECT_EQ(propertiesOf(minolta)["PixelWidth"], Value(2568));
+
+    const auto little = [](std::uint32_t number) { return ByteString().number(number, true); };
+    ByteString sigma("FOVb");
+    sigma.add(24, '\0').add(little(2640)).add(little(1760)).add(little(0));
+    const auto sectionAt = static_cast<std::uint32_t>(sigma.size());
+    const ByteString preview = jpegWithExif(block);
+    sigma.add("SECi").add(little(0x20000)).add(little(2)).add(little(18)).add(12, '\0').add(preview);
+    const auto directoryAt = static_cast<std::uint32_t>(sigma.size());
+    sigma.add("SECd").add(little(0x20000)).add(little(1)).add(little(sectionAt));
+    sigma.add(little(static_cast<std::uint32_t>(preview.size() + 28))).add("IMA2").add(little(directoryAt));
+    EXPECT_EQ(makeOf(propertiesOf(sigma)), "Maker");
+    EXPECT_EQ(propertiesOf(sigma)["PixelWidth"], Value(2640)) << "the picture's size, not the preview's";
+}
+
+TEST(Jpeg2000, ReadsItsHeaderAndUuidBoxes) {
+    ByteString file = box("jP  ", {"\r\n\x87\n"});
+    file.add(box("ftyp", {"jp2 \0\0\0\0jp2 "_z}));
+    file.add(box("jp2h", {box("ihdr", {ByteString().u32(48).u32(64).u16(3).u8(7).add("\7\0\0"_z)}),
+                          box("colr", {ByteString("\2\0\0"_z).add(iccProfile("Wide colours"))})}));
+    file.add(box("uuid", {ByteString("JpgTiffExif->JP2").add(exifBlock())}));
+    file.add(box("uuid", {ByteString("\xBE\x7A\xCF\xCB\x97\xA9\x42\xE8\x9C\x71\x99\x94\x91\xE3\xAF\xAC"),
+                          xmp("xmp:Rating=\"5\"")}));
+    const Dictionary properties = propertiesOf(file);
+    EXPECT_EQ(properties["PixelWidth"], Value(64));
+    EXPECT_EQ(properties["Depth"], Value(8));
+    EXPECT_EQ(properties["ProfileName"], Value("Wide colours"));
+    EXPECT_EQ(makeOf(properties), "Maker");
+    EXPECT_EQ(properties["{IPTC}"].dictionary()["StarRating"].integerValue(), 5);
+}
+
 struct HeifOptions {
     bool inIdat = false;
     std::string_view transforms;  ///< Quarter turns as digits, "m" and "M" for the two mirrors.

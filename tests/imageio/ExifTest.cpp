@@ -72,7 +72,7 @@ TEST(Exif, ReadsPositionsHoweverTheyAreWritten) {
         double latitude;
         std::string_view time;
     };
-    std::vector<Case> cases(3);
+    std::vector<Case> cases(4);
     cases[0].why = "degrees, minutes, seconds";
     cases[0].tiff.rationals(gps, 2, {{51, 1}, {30, 1}, {36, 1}}).rationals(gps, 7, {{7, 1}, {8, 1}, {95, 10}});
     cases[0].latitude = 51.51;
@@ -85,6 +85,10 @@ TEST(Exif, ReadsPositionsHoweverTheyAreWritten) {
     cases[2].tiff.text(gps, 2, "51,30,36").text(gps, 7, "07:08:09");
     cases[2].latitude = 51.51;
     cases[2].time = "07:08:09";
+    cases[3].why = "as text with decimal commas";
+    cases[3].tiff.text(gps, 2, "51,00000,30,00000,36,00000").text(gps, 7, "7,00000,8,00000,9,00000");
+    cases[3].latitude = 51.51;
+    cases[3].time = "07:08:09";
     for (Case& one : cases) {
         one.tiff.text(gps, 1, "N").text(gps, 29, "2020-01-02");
         const Dictionary found = section(one.tiff.build(), "{GPS}");

@@ -20,6 +20,10 @@ constexpr ImageFormat kBmp{"com.microsoft.bmp", readBmp};
 constexpr ImageFormat kTiff{"public.tiff", readTiff};
 constexpr ImageFormat kDng{"com.adobe.raw-image", readTiff};
 constexpr ImageFormat kRaf{"com.fuji.raw-image", readRaf};
+constexpr ImageFormat kMrw{"com.konicaminolta.raw-image", readMrw};
+constexpr ImageFormat kX3f{"com.sigma.x3f-raw-image", readX3f};
+constexpr ImageFormat kJp2{"public.jpeg-2000", readJp2};
+constexpr ImageFormat kJxr{"com.microsoft.jxr", readTiff};
 constexpr ImageFormat kCr3{"com.canon.cr3-raw-image", readCr3};
 constexpr ImageFormat kHeic{"public.heic", readHeif};
 constexpr ImageFormat kHeif{"public.heif", readHeif};
@@ -62,6 +66,7 @@ const ImageFormat* tiffFormat(ByteSource& source) {
     auto header = readTiffHeader(source);
     if (!header) return nullptr;
     const auto magic = source.read<std::uint16_t>(2, header->context.order).value_or(42);
+    if (magic == 0x01BC) return &kJxr;
     if (magic == 0x55) return &kMakerFormats[3].format;
     if (magic == 0x4F52 || magic == 0x5352) return &kMakerFormats[5].format;
     if (source.bytesUpTo(8, 2).size() == 2 && asText(source.bytesUpTo(8, 2)) == "CR"sv) return &kMakerFormats[0].format;
@@ -126,6 +131,9 @@ const ImageFormat* detectImageFormat(ByteSource& source) {
     if (head.starts_with("RIFF"sv) && head.substr(8, 4) == "WEBP"sv) return &kWebp;
     if (head.starts_with("FUJIFILMCCD-RAW"sv)) return &kRaf;
     if (head.starts_with("\xFF\x0A"sv) || head.starts_with("\0\0\0\x0CJXL \r\n\x87\n"sv)) return &kJxl;
+    if (head.starts_with("\0\0\0\x0CjP  \r\n\x87\n"sv)) return &kJp2;
+    if (head.starts_with("\0MRM"sv)) return &kMrw;
+    if (head.starts_with("FOVb"sv)) return &kX3f;
     if (head.starts_with("II"sv) || head.starts_with("MM"sv)) return tiffFormat(source);
     if (head.size() >= 8 && head.substr(4, 4) == "ftyp"sv) return brandFormat(source);
     if (head.starts_with("BM"sv) && isBmp(source)) return &kBmp;

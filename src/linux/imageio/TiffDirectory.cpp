@@ -99,8 +99,8 @@ std::optional<TiffHeader> readTiffHeader(ByteSource& source, std::uint64_t base)
         tiff.big = true;
         return TiffHeader{tiff, loadInteger<std::uint64_t>(rest->data() + 4, tiff.order)};
     }
-    // 42 is TIFF; "RO", "RS" Olympus; 0x55 Panasonic; others count as damaged headers of a plain TIFF inside Exif.
-    static constexpr std::array<std::uint16_t, 4> known{42, 0x4F52, 0x5352, 0x55};
+    // 42 is TIFF; "RO", "RS" Olympus; 0x55 Panasonic; 0x01BC JPEG XR.
+    static constexpr std::array<std::uint16_t, 5> known{42, 0x4F52, 0x5352, 0x55, 0x01BC};
     if (std::ranges::find(known, magic) == known.end()) return std::nullopt;
     return TiffHeader{tiff, loadInteger<std::uint32_t>(head->data() + 4, tiff.order)};
 }

@@ -90,8 +90,17 @@ Array allNumbers(TiffContext& tiff, const TiffEntry& entry) {
     return Array(std::move(values));
 }
 
+/// "52,00000,50,00000,34,01180": three numbers from a locale whose decimal point is a comma, between commas.
+bool hasDecimalCommas(std::string_view text) {
+    return std::ranges::count(text, ',') == 5 && text.find_first_not_of("0123456789, ") == std::string_view::npos;
+}
+
 /// Numbers written as text, in the order in which they stand: "51,30,12.5" or "51 deg 30'".
-std::array<std::optional<double>, 3> numbersIn(std::string_view text) {
+std::array<std::optional<double>, 3> numbersIn(std::string_view written) {
+    std::string text(written);
+    if (hasDecimalCommas(text))
+        for (std::size_t at = 0, count = 0; at < text.size(); ++at)
+            if (text[at] == ',' && count++ % 2 == 0) text[at] = '.';
     std::array<std::optional<double>, 3> found;
     std::size_t count = 0;
     const char* at = text.data();

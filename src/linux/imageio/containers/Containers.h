@@ -16,10 +16,15 @@ void readBmp(ByteSource& source, ImageProperties& properties);
 /// TIFF, BigTIFF and the raw formats built on TIFF (DNG, CR2, NEF, ARW, ORF, RW2, PEF, ...).
 void readTiff(ByteSource& source, ImageProperties& properties);
 void readRaf(ByteSource& source, ImageProperties& properties);
+/// Minolta's and Sigma's raws.
+void readMrw(ByteSource& source, ImageProperties& properties);
+void readX3f(ByteSource& source, ImageProperties& properties);
 /// HEIF, HEIC, AVIF.
 void readHeif(ByteSource& source, ImageProperties& properties);
 /// Canon CR3.
 void readCr3(ByteSource& source, ImageProperties& properties);
+/// JPEG 2000 in its file format.
+void readJp2(ByteSource& source, ImageProperties& properties);
 /// JPEG XL, container and bare codestream.
 void readJxl(ByteSource& source, ImageProperties& properties);
 

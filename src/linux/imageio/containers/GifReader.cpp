@@ -1,4 +1,5 @@
 #include <string_view>
+#include <vector>
 
 #include "linux/imageio/blocks/Blocks.h"
 #include "linux/imageio/containers/Containers.h"
@@ -64,6 +65,7 @@ private:
         const auto name = source_.bytes(body, 11);
         if (!name) return false;
         const bool isXmp = asText(*name) == "XMP DataXMP"sv;
+        const bool isProfile = asText(*name) == "ICCRGBG1012"sv;
         const bool isLoop = asText(*name) == "NETSCAPE2.0"sv;
         position_ = body + 11;
         const std::uint64_t start = position_;
@@ -72,6 +74,7 @@ private:
             if (const auto loops = source_.read<std::uint16_t>(start + 2, ByteOrder::little))
                 ImageProperties::add(properties_.gif, "LoopCount", *loops);
         if (isXmp) readPacket(start);
+        if (isProfile) readIccProfile(joinedSubBlocks(start), properties_);
         return more;
     }
 
@@ -88,6 +91,18 @@ private:
         const Bytes bytes = source_.bytesUpTo(start, position_ - start);
         const auto end = asText(bytes).rfind('>');
         if (end != std::string_view::npos) readXmp(bytes.first(end + 1), properties_);
+    }
+
+    std::vector<std::byte> joinedSubBlocks(std::uint64_t start) {
+        std::vector<std::byte> whole;
+        for (std::uint64_t at = start; at < position_;) {
+            const auto size = source_.read<std::uint8_t>(at);
+            const auto bytes = size ? source_.bytes(at + 1, *size) : std::nullopt;
+            if (!bytes || bytes->empty()) break;
+            whole.insert(whole.end(), bytes->begin(), bytes->end());
+            at += 1ULL + *size;
+        }
+        return whole;
     }
 
     bool skipSubBlocks() {
