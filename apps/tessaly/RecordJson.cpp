@@ -1,11 +1,11 @@
 #include "RecordJson.h"
 
-#include <array>
 #include <cmath>
-#include <cstdio>
+#include <cstdlib>
 #include <ctime>
 
 #include "Json.h"
+#include "platform/Foundation/Format.h"
 #include "platform/Foundation/NSTimeZone.h"
 
 namespace tessaly::cli {
@@ -69,12 +69,9 @@ std::string iso8601(NSDate date) {
     const auto seconds = static_cast<std::time_t>(std::floor(date.timeIntervalSince1970)) + offset;
     std::tm civil{};
     ::gmtime_r(&seconds, &civil);
-    std::array<char, 64> text{};
     const int minutes = std::abs(offset) / 60;
-    const int length = std::snprintf(text.data(), text.size(), "%04d-%02d-%02dT%02d:%02d:%02d%c%02d:%02d",
-                                     civil.tm_year + 1900, civil.tm_mon + 1, civil.tm_mday, civil.tm_hour, civil.tm_min,
-                                     civil.tm_sec, offset < 0 ? '-' : '+', minutes / 60, minutes % 60);
-    return {text.data(), static_cast<std::size_t>(length)};
+    return formatted("%04d-%02d-%02dT%02d:%02d:%02d%@%02d:%02d", civil.tm_year + 1900, civil.tm_mon + 1, civil.tm_mday,
+                     civil.tm_hour, civil.tm_min, civil.tm_sec, offset < 0 ? "-" : "+", minutes / 60, minutes % 60);
 }
 
 void appendJsonError(std::string& out, std::string_view path, std::string_view error) {

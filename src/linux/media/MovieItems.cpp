@@ -4,9 +4,9 @@
 #include <array>
 #include <cctype>
 #include <cmath>
-#include <cstdio>
 
 #include "linux/foundation/CivilTime.h"
+#include "platform/Foundation/Format.h"
 #include "platform/Foundation/NSTimeZone.h"
 
 namespace tessaly::media {
@@ -112,10 +112,7 @@ void addCreationDate(AVAsset& asset, std::string identifier, NSDate date) {
 }
 
 std::string iso6709(double latitude, double longitude) {
-    std::array<char, 48> text{};
-    const int length = std::snprintf(text.data(), text.size(), "%+08.4f%+09.4f/", std::clamp(latitude, -90.0, 90.0),
-                                     std::clamp(longitude, -180.0, 180.0));
-    return {text.data(), static_cast<std::size_t>(length)};
+    return formatted("%+08.4f%+09.4f/", std::clamp(latitude, -90.0, 90.0), std::clamp(longitude, -180.0, 180.0));
 }
 
 std::string_view commonKeyOfName(std::string_view name) {
