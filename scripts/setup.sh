@@ -29,15 +29,17 @@ install_missing() {
         fail "apt-get could not install: $(echo $missing)"
 }
 
-# build PRESET [TARGET...]: configures once, then only builds.
+# build PRESET [TARGET...]: configures once, then only builds. With tests=ON the tests are part of it.
 build() {
     local preset=$1 folder="$root/build/$1" log
     shift
     mkdir -p "$folder"
     log="$folder/build.log"
-    if [ ! -f "$folder/build.ninja" ]; then
+    if [ ! -f "$folder/build.ninja" ] ||
+        { [ "${tests:-OFF}" = ON ] && ! grep -q '^TESSALY_TESTS:BOOL=ON' "$folder/CMakeCache.txt"; }; then
         echo "Configuring ($preset)" >&2
-        (cd "$root" && cmake --preset "$preset") >"$log" 2>&1 || { cat "$log" >&2; fail "cmake failed"; }
+        (cd "$root" && cmake --preset "$preset" -DTESSALY_TESTS="${tests:-OFF}") >"$log" 2>&1 ||
+            { cat "$log" >&2; rm -f "$folder/build.ninja"; fail "cmake failed"; }
         echo "Building ($preset); the first time takes a few minutes" >&2
     fi
     ninja -C "$folder" "$@" >"$log" 2>&1 || { grep -vE '^\[[0-9]+/' "$log" | tail -n 60 >&2; fail "the build failed; all of it is in $log"; }
