@@ -24,7 +24,7 @@ public:
     static constexpr std::size_t kBlockSize = 4 * 1024;
     static constexpr std::size_t kLargestBlock = 64 * 1024;
     /// All that one source ever keeps in memory.
-    static constexpr std::size_t kMemoryLimit = 48 * 1024 * 1024;
+    static constexpr std::size_t kMemoryLimit = 24 * 1024 * 1024;
 
     /// A view of `bytes`, which the caller keeps.
     explicit ByteSource(Bytes bytes) noexcept;

@@ -46,7 +46,7 @@ constexpr std::uint32_t kCluster = 0x1F43B675;
 
 constexpr std::size_t kMaximumElements = 4096;
 constexpr std::size_t kMaximumTracks = 256;
-constexpr std::uint64_t kMaximumText = 64 * 1024;
+constexpr std::uint64_t kMaximumText = 16 * 1024;
 /// Seconds from 1970 to 2001, from which dates count.
 constexpr double kEpoch = 978'307'200;
 

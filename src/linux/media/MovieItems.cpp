@@ -15,6 +15,9 @@ namespace {
 /// The end of the year 9999: no movie was made later, and no calendar goes further.
 constexpr double kLastDate = 253'402'300'799;
 
+/// Items of one movie: real ones have a few dozen.
+constexpr std::size_t kMaximumItems = 256;
+
 /// Reads the parts of a date from its front.
 class DateText {
 public:
@@ -63,6 +66,14 @@ std::string lowerCase(std::string_view text) {
     return lower;
 }
 
+void addDate(AVAsset& asset, std::string identifier, const Value& value, NSDate date) {
+    const std::size_t before = asset.metadata.size();
+    addItem(asset, AVMetadataCommonKeyCreationDate, std::move(identifier), value);
+    if (asset.metadata.size() == before) return;
+    asset.metadata.back().startDate = date;
+    if (!asset.creationDate) asset.creationDate = asset.metadata.back();
+}
+
 }  // namespace
 
 std::optional<NSDate> parseMovieDate(std::string_view text) {
@@ -89,7 +100,7 @@ std::optional<NSDate> parseMovieDate(std::string_view text) {
 }
 
 void addItem(AVAsset& asset, std::string_view commonKey, std::string identifier, Value value) {
-    if (value.isNull()) return;
+    if (value.isNull() || asset.metadata.size() >= kMaximumItems) return;
     const bool taken = std::ranges::any_of(
         asset.metadata, [commonKey](const AVMetadataItem& item) { return item.commonKey == commonKey; });
     asset.metadata.push_back(
@@ -99,16 +110,12 @@ void addItem(AVAsset& asset, std::string_view commonKey, std::string identifier,
 void addCreationDate(AVAsset& asset, std::string identifier, std::string_view text) {
     const auto date = parseMovieDate(text);
     if (!date) return;
-    addItem(asset, AVMetadataCommonKeyCreationDate, identifier, text);
-    asset.metadata.back().startDate = date;
-    if (!asset.creationDate) asset.creationDate = asset.metadata.back();
+    addDate(asset, std::move(identifier), text, *date);
 }
 
 void addCreationDate(AVAsset& asset, std::string identifier, NSDate date) {
     if (std::fabs(date.timeIntervalSince1970) > kLastDate) return;
-    addItem(asset, AVMetadataCommonKeyCreationDate, std::move(identifier), date);
-    asset.metadata.back().startDate = date;
-    if (!asset.creationDate) asset.creationDate = asset.metadata.back();
+    addDate(asset, std::move(identifier), date, date);
 }
 
 std::string iso6709(double latitude, double longitude) {

@@ -30,7 +30,7 @@ using imageio::kFullBoxHead;
 using imageio::textValue;
 using std::string_view_literals::operator""sv;
 
-constexpr std::uint64_t kMaximumText = 64 * 1024;
+constexpr std::uint64_t kMaximumText = 16 * 1024;
 constexpr std::uint64_t kMaximumPacket = 16 * 1024 * 1024;
 constexpr std::uint32_t kMaximumKeys = 1024;
 constexpr auto kXmpBox = "\xBE\x7A\xCF\xCB\x97\xA9\x42\xE8\x9C\x71\x99\x94\x91\xE3\xAF\xAC"sv;

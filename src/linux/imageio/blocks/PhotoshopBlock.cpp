@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <bitset>
 
 #include "linux/imageio/blocks/Blocks.h"
 #include "platform/ImageIO/CGImageProperties.h"
@@ -40,6 +41,7 @@ void readResource(std::uint16_t identifier, Bytes data, ImageProperties& propert
 
 void readPhotoshopResources(Bytes resources, ImageProperties& properties) {
     ByteReader reader(resources);
+    std::bitset<0x10000> seen;  // Each resource stands once.
     while (reader.remaining() >= 12) {
         const auto mark = reader.take(4);
         const std::string_view text = asText(*mark);
@@ -51,7 +53,8 @@ void readPhotoshopResources(Bytes resources, ImageProperties& properties) {
         const auto size = reader.read<std::uint32_t>();
         if (!size) return;
         const Bytes data = reader.rest().first(std::min<std::size_t>(*size, reader.remaining()));
-        readResource(*identifier, data, properties);
+        if (!seen[*identifier]) readResource(*identifier, data, properties);
+        seen.set(*identifier);
         if (!reader.skip(std::uint64_t{*size} + *size % 2)) return;
     }
 }

@@ -12,7 +12,9 @@
 namespace tessaly::imageio {
 namespace {
 
-constexpr std::size_t kMaximumPacket = 16 * 1024 * 1024;
+constexpr std::size_t kMaximumPacket = 8 * 1024 * 1024;
+/// Elements and attributes, which cost many times their text: real packets have a few thousand.
+constexpr std::size_t kMaximumNodes = 100'000;
 constexpr int kMaximumDepth = 12;
 constexpr std::size_t kMaximumProperties = 2000;
 constexpr std::string_view kRdf = "http://www.w3.org/1999/02/22-rdf-syntax-ns#";
@@ -204,6 +206,16 @@ std::string utf8Packet(Bytes packet) {
     return {};
 }
 
+/// The text up to where it has too many elements or attributes.
+std::string_view withFewNodes(std::string_view text) {
+    for (const char mark : {'<', '='}) {
+        std::size_t count = 0;
+        for (auto at = text.find(mark); at != std::string_view::npos; at = text.find(mark, at + 1))
+            if (++count > kMaximumNodes) text = text.substr(0, at);
+    }
+    return text;
+}
+
 }  // namespace
 
 Dictionary parseXmpPacket(Bytes packet) {
@@ -215,6 +227,7 @@ Dictionary parseXmpPacket(Bytes packet) {
     if (start == std::string_view::npos) return found;
     text = text.substr(start, text.find_last_of('>') + 1 - start);
 
+    text = withFewNodes(text);
     pugi::xml_document document;
     // A damaged packet still yields the elements before the damage.
     document.load_buffer(text.data(), text.size(), pugi::parse_cdata | pugi::parse_escapes | pugi::parse_eol,

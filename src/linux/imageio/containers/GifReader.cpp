@@ -17,7 +17,7 @@ constexpr std::uint8_t kGraphicControl = 0xF9;
 constexpr std::uint8_t kApplication = 0xFF;
 constexpr std::uint64_t kHeaderSize = 13;
 /// Blocks have no directory: frames are counted by walking them, and no further than this.
-constexpr std::uint64_t kWalked = 32 * 1024 * 1024;
+constexpr std::uint64_t kWalked = 16 * 1024 * 1024;
 
 class GifWalk {
 public:
@@ -73,7 +73,7 @@ private:
         if (isLoop)
             if (const auto loops = source_.read<std::uint16_t>(start + 2, ByteOrder::little))
                 ImageProperties::add(properties_.gif, "LoopCount", *loops);
-        if (isXmp) readPacket(start);
+        if (isXmp && properties_.xmp.empty()) readPacket(start);
         if (isProfile) readIccProfile(joinedSubBlocks(start), properties_);
         return more;
     }

@@ -8,9 +8,10 @@ namespace {
 
 using std::string_view_literals::operator""sv;
 
-// Phones cut a picture into at most a few hundred tiles; a gigapixel grid has 65,536.
-constexpr std::size_t kMaximumItems = 70'000;
+// Phones cut a picture into a few hundred tiles at most; this is enough for four gigapixels.
+constexpr std::size_t kMaximumItems = 20'000;
 constexpr std::size_t kMaximumExtents = 64;
+constexpr std::size_t kMaximumContentType = 64;
 constexpr std::size_t kMaximumProperties = 32;  // Of one item.
 constexpr std::uint64_t kMaximumTable = 8 * 1024 * 1024;
 
@@ -100,7 +101,7 @@ void HeifItems::readInfo(const IsoBox& box) {
     while (const auto entry = entries.next()) {
         if (entry->type() == "infe"sv) readInfoEntry(*entry);
     }
-    std::ranges::stable_sort(items_, {}, &HeifItem::id);
+    if (!std::ranges::is_sorted(items_, {}, &HeifItem::id)) std::ranges::stable_sort(items_, {}, &HeifItem::id);
 }
 
 void HeifItems::readInfoEntry(const IsoBox& box) {
@@ -114,7 +115,7 @@ void HeifItems::readInfoEntry(const IsoBox& box) {
     item.type = asText(*type);
     item.hidden = (full->flags & 1U) != 0;
     textUpToNul(full->reader);  // Its name.
-    if (item.type == "mime") item.contentType = textUpToNul(full->reader);
+    if (item.type == "mime") item.contentType = textUpToNul(full->reader).substr(0, kMaximumContentType);
     items_.push_back(std::move(item));
 }
 
@@ -129,6 +130,8 @@ void HeifItems::readLocations(const IsoBox& box) {
     const unsigned baseSize = sizes >> 4U & 15U;
     const unsigned indexSize = full->version > 0 ? sizes & 15U : 0;
     const std::uint32_t count = identifier(reader, full->version >= 2).value_or(0);
+    const std::uint64_t extentSize = std::uint64_t{indexSize} + offsetSize + lengthSize;
+    std::size_t left = kMaximumItems;  // Of extents, in all items together.
     for (std::uint32_t i = 0; i < count && reader.remaining() > 0; ++i) {
         const auto id = identifier(reader, full->version >= 2);
         if (!id) return;
@@ -136,14 +139,17 @@ void HeifItems::readLocations(const IsoBox& box) {
         reader.skip(2);  // Data reference.
         const std::uint64_t base = sized(reader, baseSize);
         const std::uint16_t extents = reader.read<std::uint16_t>().value_or(0);
+        const std::size_t kept = std::min({std::size_t{extents}, kMaximumExtents, left});
         HeifItem* item = find(*id);
         if (item) item->constructionMethod = method;
-        for (std::uint16_t j = 0; j < extents && reader.remaining() > 0; ++j) {
+        for (std::size_t j = 0; j < kept; ++j) {
             reader.skip(indexSize);
             const std::uint64_t offset = sized(reader, offsetSize);
             const std::uint64_t length = sized(reader, lengthSize);
             if (item && item->extents.size() < kMaximumExtents) item->extents.push_back({base + offset, length});
         }
+        left -= kept;
+        if (!reader.skip((extents - kept) * extentSize)) return;
     }
 }
 
@@ -152,6 +158,7 @@ void HeifItems::readReferences(const IsoBox& box) {
     auto full = open(source_, box);
     if (!full) return;
     const bool wide = full->version > 0;
+    std::size_t left = 4 * kMaximumItems;  // Of items that are referred to.
     IsoBoxes boxes(source_, box, kFullBoxHead);
     while (const auto entry = boxes.next()) {
         ByteReader reader(source_.bytesUpTo(entry->position, std::min(entry->length, kMaximumTable)));
@@ -159,7 +166,7 @@ void HeifItems::readReferences(const IsoBox& box) {
         reference.type = entry->type();
         reference.from = identifier(reader, wide).value_or(0);
         const std::uint16_t count = reader.read<std::uint16_t>().value_or(0);
-        for (std::uint16_t i = 0; i < count; ++i) {
+        for (std::uint16_t i = 0; i < count && left > 0; ++i, --left) {
             const auto to = identifier(reader, wide);
             if (!to) break;
             reference.to.push_back(*to);
@@ -170,17 +177,16 @@ void HeifItems::readReferences(const IsoBox& box) {
 
 // 8.11.14: all properties, then which items have which.
 void HeifItems::readProperties(const IsoBox& box) {
-    std::vector<IsoBox> properties;
     if (const auto container = findBox(source_, box, "ipco"sv)) {
         IsoBoxes boxes(source_, *container);
-        while (const auto property = boxes.next()) properties.push_back(*property);
+        while (const auto property = boxes.next()) properties_.push_back(*property);
     }
     IsoBoxes boxes(source_, box);
     while (const auto entry = boxes.next())
-        if (entry->type() == "ipma"sv) readAssociations(*entry, properties);
+        if (entry->type() == "ipma"sv) readAssociations(*entry);
 }
 
-void HeifItems::readAssociations(const IsoBox& box, const std::vector<IsoBox>& properties) {
+void HeifItems::readAssociations(const IsoBox& box) {
     auto full = open(source_, box);
     if (!full) return;
     ByteReader& reader = full->reader;
@@ -191,14 +197,22 @@ void HeifItems::readAssociations(const IsoBox& box, const std::vector<IsoBox>& p
         const auto associations = reader.read<std::uint8_t>();
         if (!id || !associations) return;
         HeifItem* item = find(*id);
-        for (int j = 0; j < *associations; ++j) {
+        const std::size_t kept = std::min<std::size_t>(*associations, kMaximumProperties);
+        for (std::size_t j = 0; j < kept; ++j) {
             // The top bit says that a reader must understand the property.
-            const std::size_t index = wideIndex ? reader.read<std::uint16_t>().value_or(0) & 0x7FFFU
-                                                : reader.read<std::uint8_t>().value_or(0) & 0x7FU;
-            if (item && index >= 1 && index <= properties.size() && item->properties.size() < kMaximumProperties)
-                item->properties.push_back(properties[index - 1]);
+            const unsigned index = wideIndex ? reader.read<std::uint16_t>().value_or(0) & 0x7FFFU
+                                             : reader.read<std::uint8_t>().value_or(0) & 0x7FU;
+            if (item && index >= 1 && index <= properties_.size() && item->properties.size() < kMaximumProperties)
+                item->properties.push_back(static_cast<std::uint16_t>(index - 1));
         }
+        reader.skip((*associations - kept) * (wideIndex ? 2 : 1));
     }
+}
+
+std::vector<IsoBox> HeifItems::propertiesOf(const HeifItem& item) const {
+    std::vector<IsoBox> boxes;
+    for (const std::uint16_t index : item.properties) boxes.push_back(properties_[index]);
+    return boxes;
 }
 
 std::optional<Bytes> HeifItems::bytesOf(const HeifItem& item, std::uint64_t limit,

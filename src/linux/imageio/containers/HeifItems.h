@@ -14,7 +14,8 @@ struct HeifItem {
     std::string type;         ///< "hvc1", "av01", "grid", "Exif", "mime", ...
     std::string contentType;  ///< Of a "mime" item.
     bool hidden = false;
-    std::vector<IsoBox> properties;  ///< In the order of association, which is the order in which transforms apply.
+    /// Places in the list of properties, in the order of association, which is the order in which transforms apply.
+    std::vector<std::uint16_t> properties;
 
     struct Extent {
         std::uint64_t position, length;
@@ -39,6 +40,8 @@ public:
     [[nodiscard]] const std::vector<HeifItem>& all() const noexcept { return items_; }
     [[nodiscard]] const std::vector<HeifReference>& references() const noexcept { return references_; }
     [[nodiscard]] const HeifItem* find(std::uint32_t id) const noexcept;
+    /// The boxes of an item's properties.
+    [[nodiscard]] std::vector<IsoBox> propertiesOf(const HeifItem& item) const;
     /// The items that refer to `to` in that way ("cdsc", "auxl", "thmb", "dimg"), in the order of the references.
     [[nodiscard]] std::vector<const HeifItem*> referringTo(std::uint32_t to, std::string_view type) const;
 
@@ -54,13 +57,14 @@ private:
     void readLocations(const IsoBox& box);
     void readReferences(const IsoBox& box);
     void readProperties(const IsoBox& box);
-    void readAssociations(const IsoBox& box, const std::vector<IsoBox>& properties);
+    void readAssociations(const IsoBox& box);
 
     ByteSource& source_;
     std::uint32_t primary_ = 0;
     IsoBox idat_;
     std::vector<HeifItem> items_;
     std::vector<HeifReference> references_;
+    std::vector<IsoBox> properties_;
 };
 
 }  // namespace tessaly::imageio

@@ -46,7 +46,7 @@ public:
 
 private:
     void readProperties(const HeifItem& item) {
-        for (const IsoBox& property : item.properties) {
+        for (const IsoBox& property : items_.propertiesOf(item)) {
             const std::string_view type = property.type();
             if (type == "ispe"sv) readSize(property);
             if (type == "irot"sv) {
@@ -70,7 +70,7 @@ private:
             if (reference.from != derived.id || reference.type != "dimg" || reference.to.empty()) continue;
             const HeifItem* tile = items_.find(reference.to.front());
             if (!tile) return;
-            for (const IsoBox& property : tile->properties) {
+            for (const IsoBox& property : items_.propertiesOf(*tile)) {
                 const std::string_view type = property.type();
                 if (type == "colr"sv) readColour(property);
                 if (type == "pixi"sv) readDepth(property);
@@ -152,7 +152,7 @@ private:
 
     void noteAlpha(std::uint32_t primary) {
         for (const HeifItem* item : items_.referringTo(primary, "auxl"sv)) {
-            for (const IsoBox& property : item->properties) {
+            for (const IsoBox& property : items_.propertiesOf(*item)) {
                 if (property.type() != "auxC"sv) continue;
                 const std::string_view kind = asText(source_.bytesUpTo(
                     property.position + kFullBoxHead,

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <map>
 #include <optional>
+#include <span>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -24,7 +25,8 @@ constexpr std::uint8_t kApp2 = 0xE2;
 constexpr std::uint8_t kApp13 = 0xED;
 
 constexpr std::size_t kMaximumSegments = 4096;
-constexpr std::size_t kMaximumJoined = 16 * 1024 * 1024;
+constexpr std::size_t kMaximumJoined = 8 * 1024 * 1024;
+constexpr std::size_t kMaximumPackets = 4;
 constexpr std::uint64_t kMaximumFill = 64 * 1024;
 
 constexpr auto kExifMark = "Exif\0"sv;
@@ -213,7 +215,8 @@ private:
     }
 
     void readXmpSegments() {
-        for (const Segment& segment : xmp_)
+        // One packet is the rule; programs that append theirs make a few.
+        for (const Segment& segment : std::span(xmp_).first(std::min(xmp_.size(), kMaximumPackets)))
             if (const auto packet = source_.bytes(segment.position, segment.length)) readXmp(*packet, properties_);
         if (!extendedXmp_.empty()) readExtendedXmp();
     }

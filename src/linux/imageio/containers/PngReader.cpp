@@ -21,6 +21,8 @@ constexpr std::uint64_t kSignatureSize = 8;
 constexpr std::uint64_t kChunkOverhead = 12;  // Length, type, CRC.
 constexpr std::size_t kMaximumChunks = 10'000;
 constexpr std::uint64_t kMaximumText = 16 * 1024 * 1024;
+constexpr std::size_t kMaximumProfiles = 16;
+constexpr std::size_t kMaximumPlainText = 64 * 1024;
 constexpr double kMetresPerInch = 0.0254;
 
 struct Chunk {
@@ -141,7 +143,7 @@ private:
         if (!bytes) return;
         const auto end = asText(*bytes).find('\0');
         if (end == std::string_view::npos || end + 2 > bytes->size()) return;
-        readIccProfile(inflated(bytes->subspan(end + 2)), properties_);
+        readIccProfile(unpacked(bytes->subspan(end + 2), budget_), properties_);
         ImageProperties::add(properties_.top, kCGImagePropertyProfileName, textValue(bytes->first(end)));
     }
 
@@ -161,7 +163,7 @@ private:
         if (end == std::string_view::npos) return;
         const std::string_view keyword = asText(bytes->first(end));
         Bytes body = bytes->subspan(end + 1);
-        std::vector<std::byte> unpacked;
+        std::vector<std::byte> storage;
         bool compressed = kind == "zTXt"sv;
         if (kind == "iTXt"sv) {
             if (body.size() < 2) return;
@@ -172,10 +174,19 @@ private:
             body = body.subspan(1);
         }
         if (compressed) {
-            unpacked = inflated(body);
-            body = unpacked;
+            if (properties_.png.contains(keyOf(keyword))) return;
+            const bool isBlock = keyword.starts_with("XML:"sv) || keyword.starts_with("Raw profile"sv);
+            storage = unpacked(body, isBlock ? budget_ : kMaximumPlainText);
+            body = storage;
         }
         keep(keyword, body);
+    }
+
+    /// Inflated, within what is left of the file's budget.
+    std::vector<std::byte> unpacked(Bytes compressed, std::size_t limit) {
+        std::vector<std::byte> bytes = inflated(compressed, std::min(limit, budget_));
+        budget_ -= bytes.size();
+        return bytes;
     }
 
     static Bytes behindTerminator(Bytes text) {
@@ -186,12 +197,20 @@ private:
     void keep(std::string_view keyword, Bytes body) {
         if (keyword == "XML:com.adobe.xmp"sv) {
             xmp_.assign(body.begin(), body.end());
-        } else if (keyword.starts_with("Raw profile type "sv)) {
+        } else if (keyword.starts_with("Raw profile type "sv) && profiles_.size() < kMaximumProfiles) {
             profiles_.push_back({std::string(keyword.substr(17)), decodedRawProfile(asText(body))});
         } else {
-            for (const auto& [name, key] : kTexts)
-                if (name == keyword) ImageProperties::add(properties_.png, key, textValue(body));
+            const std::string_view key = keyOf(keyword);
+            if (!key.empty())
+                ImageProperties::add(properties_.png, key,
+                                     textValue(body.first(std::min(body.size(), kMaximumPlainText))));
         }
+    }
+
+    /// The property of a keyword, "" where it has none.
+    static std::string_view keyOf(std::string_view keyword) {
+        const auto found = std::ranges::find(kTexts, keyword, &std::pair<std::string_view, std::string_view>::first);
+        return found == kTexts.end() ? std::string_view{} : found->second;
     }
 
     void readBlocks() {
@@ -214,6 +233,7 @@ private:
     std::vector<Chunk> exif_;
     std::vector<Profile> profiles_;
     std::vector<std::byte> xmp_;
+    std::size_t budget_ = kMaximumInflated;
 };
 
 }  // namespace

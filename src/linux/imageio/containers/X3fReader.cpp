@@ -11,6 +11,7 @@ constexpr auto kOrder = ByteOrder::little;
 constexpr std::uint32_t kMaximumSections = 256;
 constexpr std::uint64_t kImageHead = 28;
 constexpr std::uint32_t kJpegFormat = 18;
+constexpr int kMaximumPreviews = 2;
 
 }  // namespace
 
@@ -21,7 +22,8 @@ void readX3f(ByteSource& source, ImageProperties& properties) {
     const auto mark = directory ? source.bytes(*directory, 4) : std::nullopt;
     if (mark && asText(*mark) == "SECd"sv) {
         const std::uint32_t count = source.read<std::uint32_t>(*directory + 8ULL, kOrder).value_or(0);
-        for (std::uint32_t i = 0; i < count && i < kMaximumSections; ++i) {
+        int previews = 0;
+        for (std::uint32_t i = 0; i < count && i < kMaximumSections && previews < kMaximumPreviews; ++i) {
             const std::uint64_t entry = *directory + 12ULL + 12ULL * i;
             const auto offset = source.read<std::uint32_t>(entry, kOrder);
             const auto length = source.read<std::uint32_t>(entry + 4, kOrder);
@@ -32,6 +34,7 @@ void readX3f(ByteSource& source, ImageProperties& properties) {
                 continue;
             ByteSource preview = source.part(*offset + kImageHead, *length - kImageHead);
             readJpeg(preview, properties);
+            ++previews;
         }
     }
     const auto columns = source.read<std::uint32_t>(28, kOrder).value_or(0);
