@@ -56,7 +56,7 @@ KeySelection KeySelection::usersOwn(bool hiddenToo) {
             true};
 }
 
-KeySelection KeySelection::named(std::vector<std::string> keys) { return {keys, keys, false}; }
+KeySelection KeySelection::named(const std::vector<std::string>& keys) { return {keys, keys, false}; }
 
 const std::vector<std::string>& KeySelection::of(const ExifInformation& record) const {
     return isVideo(record) ? video : photo;

@@ -25,7 +25,7 @@ struct KeySelection {
 
     /// The user's visible keys, in the user's order; with `hiddenToo` all of them.
     [[nodiscard]] static KeySelection usersOwn(bool hiddenToo);
-    [[nodiscard]] static KeySelection named(std::vector<std::string> keys);
+    [[nodiscard]] static KeySelection named(const std::vector<std::string>& keys);
     [[nodiscard]] const std::vector<std::string>& of(const ExifInformation& record) const;
 };
 

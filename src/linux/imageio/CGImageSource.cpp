@@ -26,12 +26,25 @@ public:
         return properties_;
     }
 
+    /// Every XMP property, which hardly anybody asks for: read by itself.
+    const Dictionary& metadata() {
+        std::call_once(readMetadata_, [this] {
+            ImageProperties everything;
+            everything.keepsAllXmp = true;
+            format_.read(bytes_, everything);
+            metadata_ = std::move(everything.xmp);
+        });
+        return metadata_;
+    }
+
 private:
     ByteSource bytes_;
     const ImageFormat& format_;
     Data data_;  // Kept alive for bytes_, which views it.
     std::once_flag read_;
     ImageProperties properties_;
+    std::once_flag readMetadata_;
+    Dictionary metadata_;
 };
 
 namespace {
@@ -109,8 +122,8 @@ std::optional<Dictionary> CGImageSourceCopyPropertiesAtIndex(const CGImageSource
 
 std::optional<Dictionary> CGImageSourceCopyMetadataAtIndex(const CGImageSourceRef& source, std::size_t index,
                                                            const Dictionary& /*options*/) {
-    if (!source || index != 0 || source->properties().xmp.empty()) return std::nullopt;
-    return source->properties().xmp;
+    if (!source || index != 0 || source->metadata().empty()) return std::nullopt;
+    return source->metadata();
 }
 
 }  // namespace tessaly

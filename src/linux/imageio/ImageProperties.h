@@ -1,5 +1,6 @@
 #pragma once
 #include <cstddef>
+#include <string>
 #include <string_view>
 
 #include "linux/imageio/ByteSource.h"
@@ -15,7 +16,12 @@ struct ImageProperties {
     Dictionary top, exif, tiff, gps, iptc, aux, pictureStyle, png, gif, jfif, heif, webp, dng;
     /// What a maker note says of the things in aux: it holds where neither XMP nor the file's own tags say otherwise.
     Dictionary makerAux;
-    Dictionary xmp;  ///< Every XMP property by qualified name, for CGImageSourceCopyMetadataAtIndex.
+    bool hasXmp = false;      ///< A packet with properties was read.
+    std::string extendedXmp;  ///< Identifier of the extended packet that the main one announces; "" for none.
+    /// Set before reading: every XMP property goes into `xmp` by its qualified name, which costs more than all the
+    /// rest.
+    bool keepsAllXmp = false;
+    Dictionary xmp;
     std::size_t imageCount = 1;
 
     /// Sets `key` (which must live as long as the program) where it is still absent.

@@ -4,12 +4,12 @@
 #include <array>
 #include <bit>
 #include <optional>
-#include <pugixml.hpp>
 #include <string>
 #include <vector>
 
 #include "linux/imageio/Text.h"
 #include "linux/imageio/blocks/Blocks.h"
+#include "linux/imageio/blocks/XmlTree.h"
 #include "linux/imageio/containers/Containers.h"
 #include "linux/media/MovieItems.h"
 #include "platform/ImageIO/CGImageProperties.h"
@@ -144,14 +144,12 @@ public:
         const auto text = source_.bytes(box->position + kFullBoxHead, box->length - kFullBoxHead);
         if (!text) return;
         const std::string_view trimmed = imageio::trimmed(asText(*text));
-        pugi::xml_document document;
-        if (!document.load_buffer(trimmed.data(), trimmed.size())) return;
-        const pugi::xml_node root = document.child("NonRealTimeMeta");
-        const pugi::xml_node device = root.child("Device");
-        addItem(asset_, AVMetadataCommonKeyMake, "xml/manufacturer",
-                textValue(device.attribute("manufacturer").value()));
-        addItem(asset_, AVMetadataCommonKeyModel, "xml/modelName", textValue(device.attribute("modelName").value()));
-        addCreationDate(asset_, "xml/CreationDate", root.child("CreationDate").attribute("value").value());
+        const imageio::XmlTree tree(trimmed);
+        if (!tree.root() || tree.root().name() != "NonRealTimeMeta"sv) return;
+        const auto device = tree.root().firstChild("Device");
+        addItem(asset_, AVMetadataCommonKeyMake, "xml/manufacturer", textValue(device.attribute("manufacturer")));
+        addItem(asset_, AVMetadataCommonKeyModel, "xml/modelName", textValue(device.attribute("modelName")));
+        addCreationDate(asset_, "xml/CreationDate", tree.root().firstChild("CreationDate").attribute("value"));
     }
 
 private:

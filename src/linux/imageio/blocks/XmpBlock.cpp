@@ -177,26 +177,63 @@ Value converted(const Value& value, Form form) {
     }
 }
 
-}  // namespace
+constexpr std::string_view kExtendedMark = "xmpNote:HasExtendedXMP";
 
-void readXmp(Bytes packet, ImageProperties& properties) {
-    const Dictionary found = parseXmpPacket(packet);
+std::size_t mappingOf(std::string_view qualifiedName) {
+    return static_cast<std::size_t>(std::ranges::find(kMappings, qualifiedName, &Mapping::xmp) - kMappings.begin());
+}
+
+bool hasPrefix(std::string_view qualifiedName, std::string_view prefix) {
+    return qualifiedName.size() > prefix.size() && qualifiedName[prefix.size()] == ':' &&
+           qualifiedName.starts_with(prefix);
+}
+
+bool isMappedNamespace(std::string_view prefix) {
+    return prefix == "xmpNote" ||
+           std::ranges::any_of(kMappings, [prefix](const Mapping& mapping) { return hasPrefix(mapping.xmp, prefix); });
+}
+
+bool isMapped(std::string_view prefix, std::string_view name) {
+    const auto isIt = [&](std::string_view qualifiedName) {
+        return hasPrefix(qualifiedName, prefix) && qualifiedName.substr(prefix.size() + 1) == name;
+    };
+    return isIt(kExtendedMark) ||
+           std::ranges::any_of(kMappings, [&](const Mapping& mapping) { return isIt(mapping.xmp); });
+}
+
+/// What a packet says of the properties that are mapped, in the order of the table.
+using Found = std::array<Value, kMappings.size()>;
+
+void addMapped(const Found& found, ImageProperties& properties) {
     // Exif that was read from its own block is complete: XMP's copy of it would only mix in other programs' edits.
     const bool exifSpoke = !properties.exif.empty();
     const bool gpsSpoke = properties.gps.contains("Latitude");
-    for (const auto& entry : found)
-        if (!properties.xmp.contains(entry.key())) properties.xmp.set(entry.key(), entry.value);
     for (const Mapping& mapping : kMappings) {
-        if (mapping.dictionary == &P::exif && exifSpoke) continue;
-        if (mapping.dictionary == &P::gps && gpsSpoke) continue;
-        const Value& value = found[mapping.xmp];
-        if (value.isNull()) continue;
+        const Value& value = found[static_cast<std::size_t>(&mapping - kMappings.data())];
+        if (value.isNull() || (mapping.dictionary == &P::exif && exifSpoke) ||
+            (mapping.dictionary == &P::gps && gpsSpoke))
+            continue;
         Dictionary& target = properties.*mapping.dictionary;
         if (mapping.form == Form::coordinate)
             addCoordinate(mapping, firstText(value), target);
         else
             ImageProperties::add(target, mapping.name, converted(value, mapping.form));
     }
+}
+
+}  // namespace
+
+void readXmp(Bytes packet, ImageProperties& properties) {
+    Found found;
+    const XmpSelection selection = properties.keepsAllXmp ? XmpSelection{} : XmpSelection{isMappedNamespace, isMapped};
+    visitXmpPacket(packet, selection, [&](std::string_view name, Value value) {
+        properties.hasXmp = true;
+        if (name == kExtendedMark) properties.extendedXmp = value.string();
+        const std::size_t index = mappingOf(name);
+        if (index < found.size() && found[index].isNull()) found[index] = value;
+        if (properties.keepsAllXmp && !properties.xmp.contains(name)) properties.xmp.set(name, std::move(value));
+    });
+    addMapped(found, properties);
 }
 
 }  // namespace tessaly::imageio

@@ -2,24 +2,23 @@
 
 #include <algorithm>
 #include <array>
-#include <pugixml.hpp>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "linux/imageio/Text.h"
+#include "linux/imageio/blocks/XmlTree.h"
 
 namespace tessaly::imageio {
 namespace {
 
 constexpr std::size_t kMaximumPacket = 8 * 1024 * 1024;
-/// Elements and attributes, which cost many times their text: real packets have a few thousand.
-constexpr std::size_t kMaximumNodes = 100'000;
 constexpr int kMaximumDepth = 12;
 constexpr std::size_t kMaximumProperties = 2000;
 constexpr std::string_view kRdf = "http://www.w3.org/1999/02/22-rdf-syntax-ns#";
 
 using std::string_view_literals::operator""sv;
+using Element = XmlTree::Element;
 
 /// The customary prefix of each namespace that is looked for by name.
 constexpr std::array kPrefixes{
@@ -52,147 +51,164 @@ std::pair<std::string_view, std::string_view> split(std::string_view name) {
     return {name.substr(0, colon), name.substr(colon + 1)};
 }
 
+/// A name with the customary prefix of its namespace; with its own where the namespace is none of ours.
+struct QualifiedName {
+    std::string_view prefix;
+    std::string_view local;
+    bool isWanted = true;
+
+    [[nodiscard]] bool isRdf() const noexcept { return prefix == "rdf"sv; }
+    [[nodiscard]] std::string text() const {
+        return prefix.empty() ? std::string(local) : std::string(prefix).append(":").append(local);
+    }
+};
+
 class XmpWalk {
 public:
-    explicit XmpWalk(Dictionary& found) : found_(found) {}
+    XmpWalk(const XmpSelection& selection, const XmpVisitor& visit) : selection_(selection), visit_(visit) {}
 
-    void readDocument(const pugi::xml_node& node, int depth = 0) {
+    void readDocument(Element element, int depth = 0) {
         const std::size_t mark = scopes_.size();
-        enter(node);
-        if (isRdf(node.name(), "RDF")) {
-            for (const auto& description : node.children()) readDescription(description, {}, depth + 1);
-        } else if (depth < kMaximumDepth) {
-            for (const auto& child : node.children())
-                if (child.type() == pugi::node_element) readDocument(child, depth + 1);
-        }
+        enter(element);
+        const bool isRdf = isRdfNamed(element, "RDF");
+        for (Element child = element.firstChild(); child && depth < kMaximumDepth; child = child.nextSibling())
+            isRdf ? readDescription(child, {}, depth + 1) : readDocument(child, depth + 1);
         scopes_.resize(mark);
     }
 
 private:
-    void enter(const pugi::xml_node& node) {
-        for (const auto& attribute : node.attributes()) {
-            const std::string_view name = attribute.name();
-            if (name.starts_with("xmlns:")) scopes_.emplace_back(name.substr(6), attribute.value());
+    struct Scope {
+        std::string_view prefix;
+        std::string_view customary;
+        bool isWanted;
+    };
+
+    [[nodiscard]] bool wantsEverything() const { return selection_.wantsNamespace == nullptr; }
+
+    void enter(Element element) {
+        for (const XmlTree::Attribute& attribute : element.attributes()) {
+            if (!attribute.name.starts_with("xmlns:")) continue;
+            const std::string_view prefix = attribute.name.substr(6);
+            const auto known =
+                std::ranges::find(kPrefixes, attribute.rawValue, &std::pair<std::string_view, std::string_view>::first);
+            const std::string_view customary = known != kPrefixes.end() ? known->second : prefix;
+            scopes_.push_back({prefix, customary, wantsEverything() || selection_.wantsNamespace(customary)});
         }
     }
 
-    std::string_view namespaceOf(std::string_view prefix) const {
-        for (auto scope = scopes_.rbegin(); scope != scopes_.rend(); ++scope)
-            if (scope->first == prefix) return scope->second;
-        return {};
-    }
-
-    /// The name with the customary prefix of its namespace; as it stands where the namespace is none of ours.
-    std::string canonical(std::string_view name) const {
+    [[nodiscard]] QualifiedName qualified(std::string_view name) const {
         const auto [prefix, local] = split(name);
-        const std::string_view space = namespaceOf(prefix);
-        const auto known = std::ranges::find(kPrefixes, space, &std::pair<std::string_view, std::string_view>::first);
-        const std::string_view customary = known != kPrefixes.end() ? known->second : prefix;
-        return customary.empty() ? std::string(local) : std::string(customary) + ":" + std::string(local);
+        for (auto scope = scopes_.rbegin(); scope != scopes_.rend(); ++scope)
+            if (scope->prefix == prefix) return {scope->customary, local, scope->isWanted};
+        // A prefix that nobody declared is taken for the one that is customary.
+        return {prefix, local, wantsEverything() || selection_.wantsNamespace(prefix)};
     }
 
-    bool isRdf(std::string_view name, std::string_view local) const {
-        const auto parts = split(name);
-        if (parts.second != local) return false;
-        const std::string_view space = namespaceOf(parts.first);
-        return space == kRdf || (space.empty() && parts.first == "rdf");
+    [[nodiscard]] bool isRdfNamed(Element element, std::string_view local) const {
+        const QualifiedName name = qualified(element.name());
+        return name.local == local && name.isRdf();
     }
 
-    void set(const std::string& name, Value value) {
-        if (!value.isNull() && !name.empty() && found_.size() < kMaximumProperties && !found_.contains(name))
-            found_.set(name, std::move(value));
+    /// Whether a property is wanted, at the top of a description or in the structure `parent`.
+    [[nodiscard]] bool wants(const QualifiedName& name, const std::string& parent) const {
+        if (wantsEverything()) return true;
+        return parent.empty() && name.isWanted && selection_.wants(name.prefix, name.local);
+    }
+
+    void report(const std::string& name, Value value) {
+        if (!value.isNull() && !name.empty() && reported_++ < kMaximumProperties) visit_(name, std::move(value));
     }
 
     /// A description, or the fields of a structure named `parent`: attributes, then elements.
-    void readDescription(const pugi::xml_node& node, const std::string& parent, int depth) {
-        if (node.type() != pugi::node_element || depth > kMaximumDepth) return;
-        const std::size_t mark = scopes_.size();
-        enter(node);
-        for (const auto& attribute : node.attributes()) {
-            const std::string_view name = attribute.name();
-            if (name.starts_with("xmlns") || name.starts_with("xml:")) continue;
-            const std::string full = canonical(name);
-            if (!full.starts_with("rdf:")) set(joined(parent, full), textValue(std::string_view(attribute.value())));
-        }
-        for (const auto& child : node.children())
-            if (child.type() == pugi::node_element) readProperty(child, parent, depth + 1);
-        scopes_.resize(mark);
-    }
-
-    static std::string joined(const std::string& parent, const std::string& name) {
-        return parent.empty() ? name : parent + "/" + name;
-    }
-
-    void readProperty(const pugi::xml_node& node, const std::string& parent, int depth) {
+    void readDescription(Element element, const std::string& parent, int depth) {
         if (depth > kMaximumDepth) return;
         const std::size_t mark = scopes_.size();
-        enter(node);
-        const std::string name = joined(parent, canonical(node.name()));
-        const pugi::xml_node inner = node.find_child([](const auto& n) { return n.type() == pugi::node_element; });
-        if (!inner && isStructure(node)) {
-            readDescription(node, name, depth + 1);
-        } else if (!inner) {
-            const std::string_view resource = node.attribute("rdf:resource").value();
-            set(name, textValue(resource.empty() ? std::string_view(node.text().get()) : resource));
-        } else {
-            readInner(node, inner, name, depth);
+        enter(element);
+        for (const XmlTree::Attribute& attribute : element.attributes()) {
+            if (attribute.name.starts_with("xml")) continue;
+            const QualifiedName name = qualified(attribute.name);
+            if (!name.isRdf() && wants(name, parent)) report(joined(parent, name), textValue(attribute.value()));
+        }
+        for (Element child = element.firstChild(); child; child = child.nextSibling())
+            readProperty(child, parent, depth + 1);
+        scopes_.resize(mark);
+    }
+
+    static std::string joined(const std::string& parent, const QualifiedName& name) {
+        return parent.empty() ? name.text() : parent + "/" + name.text();
+    }
+
+    void readProperty(Element element, const std::string& parent, int depth) {
+        if (depth > kMaximumDepth) return;
+        const std::size_t mark = scopes_.size();
+        enter(element);
+        if (const QualifiedName qualifiedName = qualified(element.name()); wants(qualifiedName, parent)) {
+            const std::string name = joined(parent, qualifiedName);
+            if (const Element inner = element.firstChild()) {
+                readInner(element, inner, name, depth);
+            } else if (isStructure(element)) {
+                readDescription(element, name, depth + 1);
+            } else {
+                const std::string resource = element.attribute("rdf:resource");
+                report(name, textValue(resource.empty() ? element.text() : resource));
+            }
         }
         scopes_.resize(mark);
     }
 
-    void readInner(const pugi::xml_node& node, const pugi::xml_node& inner, const std::string& name, int depth) {
+    void readInner(Element element, Element inner, const std::string& name, int depth) {
         const std::size_t mark = scopes_.size();
         enter(inner);
-        if (isRdf(inner.name(), "Alt")) {
-            set(name, alternative(inner));
-        } else if (isRdf(inner.name(), "Bag") || isRdf(inner.name(), "Seq")) {
+        if (isRdfNamed(inner, "Alt")) {
+            report(name, alternative(inner));
+        } else if (isRdfNamed(inner, "Bag") || isRdfNamed(inner, "Seq")) {
             readList(inner, name, depth + 1);
-        } else if (isRdf(inner.name(), "Description")) {
+        } else if (isRdfNamed(inner, "Description")) {
             readDescription(inner, name, depth + 1);
         } else {
-            readDescription(node, name, depth + 1);  // rdf:parseType="Resource".
+            readDescription(element, name, depth + 1);  // rdf:parseType="Resource".
         }
         scopes_.resize(mark);
     }
 
     /// Fields as attributes: the short form of a structure.
-    bool isStructure(const pugi::xml_node& node) const {
-        return std::ranges::any_of(node.attributes(), [&](const pugi::xml_attribute& attribute) {
-            const std::string_view name = attribute.name();
-            return name.find(':') != std::string_view::npos && !name.starts_with("xml") &&
-                   !canonical(name).starts_with("rdf:");
+    [[nodiscard]] bool isStructure(Element element) const {
+        return std::ranges::any_of(element.attributes(), [&](const XmlTree::Attribute& attribute) {
+            return attribute.name.find(':') != std::string_view::npos && !attribute.name.starts_with("xml") &&
+                   !qualified(attribute.name).isRdf();
         });
     }
 
-    Value alternative(const pugi::xml_node& list) {
+    static Value alternative(Element list) {
         Value first;
-        for (const auto& item : list.children()) {
-            if (item.type() != pugi::node_element) continue;
-            Value text = textValue(std::string_view(item.text().get()));
-            if (std::string_view(item.attribute("xml:lang").value()) == "x-default" && !text.isNull()) return text;
+        for (Element item = list.firstChild(); item; item = item.nextSibling()) {
+            Value text = textValue(item.text());
+            if (item.attribute("xml:lang") == "x-default" && !text.isNull()) return text;
             if (first.isNull()) first = std::move(text);
         }
         return first;
     }
 
-    void readList(const pugi::xml_node& list, const std::string& name, int depth) {
+    void readList(Element list, const std::string& name, int depth) {
         Array values;
         std::size_t index = 0;
-        for (const auto& item : list.children()) {
-            if (item.type() != pugi::node_element || ++index > kMaximumProperties) continue;
-            const auto inner = item.find_child([](const auto& n) { return n.type() == pugi::node_element; });
+        for (Element item = list.firstChild(); item && index < kMaximumProperties; item = item.nextSibling()) {
+            ++index;
+            const Element inner = item.firstChild();
             if (inner || isStructure(item)) {
-                const bool wrapped = inner && isRdf(inner.name(), "Description");
+                const bool wrapped = inner && isRdfNamed(inner, "Description");
                 readDescription(wrapped ? inner : item, name + "[" + std::to_string(index) + "]", depth + 1);
-            } else if (Value text = textValue(std::string_view(item.text().get())); !text.isNull()) {
+            } else if (Value text = textValue(item.text()); !text.isNull()) {
                 values.append(std::move(text));
             }
         }
-        if (!values.empty()) set(name, std::move(values));
+        if (!values.empty()) report(name, std::move(values));
     }
 
-    Dictionary& found_;
-    std::vector<std::pair<std::string_view, std::string_view>> scopes_;
+    const XmpSelection& selection_;
+    const XmpVisitor& visit_;
+    std::size_t reported_ = 0;
+    std::vector<Scope> scopes_;
 };
 
 /// The packet as UTF-8 text from its first element on. XMP part 1, 7.3: other encodings are known by their first "<".
@@ -206,36 +222,14 @@ std::string utf8Packet(Bytes packet) {
     return {};
 }
 
-/// The text up to where it has too many elements or attributes.
-std::string_view withFewNodes(std::string_view text) {
-    for (const char mark : {'<', '='}) {
-        std::size_t count = 0;
-        for (auto at = text.find(mark); at != std::string_view::npos; at = text.find(mark, at + 1))
-            if (++count > kMaximumNodes) text = text.substr(0, at);
-    }
-    return text;
-}
-
 }  // namespace
 
-Dictionary parseXmpPacket(Bytes packet) {
-    Dictionary found;
+void visitXmpPacket(Bytes packet, const XmpSelection& selection, const XmpVisitor& visit) {
     packet = packet.first(std::min(packet.size(), kMaximumPacket));
     const std::string converted = utf8Packet(packet);
-    std::string_view text = converted.empty() ? asText(packet) : std::string_view(converted);
-    const auto start = text.find('<');
-    if (start == std::string_view::npos) return found;
-    text = text.substr(start, text.find_last_of('>') + 1 - start);
-
-    text = withFewNodes(text);
-    pugi::xml_document document;
-    // A damaged packet still yields the elements before the damage.
-    document.load_buffer(text.data(), text.size(), pugi::parse_cdata | pugi::parse_escapes | pugi::parse_eol,
-                         pugi::encoding_utf8);
-    XmpWalk walk(found);
-    for (const auto& child : document.children())
-        if (child.type() == pugi::node_element) walk.readDocument(child);
-    return found;
+    const std::string_view text = converted.empty() ? asText(packet) : std::string_view(converted);
+    const XmlTree tree(text.substr(std::min(text.find('<'), text.size())));
+    if (tree.root()) XmpWalk(selection, visit).readDocument(tree.root());
 }
 
 }  // namespace tessaly::imageio

@@ -73,7 +73,7 @@ private:
         if (isLoop)
             if (const auto loops = source_.read<std::uint16_t>(start + 2, ByteOrder::little))
                 ImageProperties::add(properties_.gif, "LoopCount", *loops);
-        if (isXmp && properties_.xmp.empty()) readPacket(start);
+        if (isXmp && !properties_.hasXmp) readPacket(start);
         if (isProfile) readIccProfile(joinedSubBlocks(start), properties_);
         return more;
     }

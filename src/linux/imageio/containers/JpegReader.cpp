@@ -223,7 +223,7 @@ private:
 
     /// XMP part 3, 1.1.3.1: GUID (32), full length (4), offset (4), then this portion. The main packet names the GUID.
     void readExtendedXmp() {
-        const std::string_view wanted = properties_.xmp["xmpNote:HasExtendedXMP"].string();
+        const std::string wanted = properties_.extendedXmp;
         if (wanted.empty()) return;
         std::map<std::uint32_t, Bytes> portions;
         for (const Segment& segment : extendedXmp_) {
