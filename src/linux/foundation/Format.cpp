@@ -58,7 +58,7 @@ Specifier parse(std::string_view text) {
     return specifier;
 }
 
-std::string padded(const Specifier& specifier, std::string sign, std::string digits) {
+std::string padded(const Specifier& specifier, const std::string& sign, const std::string& digits) {
     const auto width = static_cast<std::size_t>(specifier.width);
     const std::size_t length = sign.size() + digits.size();
     if (length >= width) return sign + digits;

@@ -49,7 +49,7 @@ const icu::DecimalFormat* formatFor(const NSNumberFormatter& wanted) {
     decimal->setMinimumFractionDigits(wanted.minimumFractionDigits);
     decimal->setMaximumFractionDigits(wanted.maximumFractionDigits);
     decimal->setRoundingMode(icuMode(wanted.roundingMode));
-    made.release();
+    static_cast<void>(made.release());  // The map owns it from here.
     return formats.emplace(std::move(key), decimal).first->second.get();
 }
 

@@ -1,7 +1,9 @@
 #pragma once
+#include <bit>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <optional>
 #include <span>
 #include <string_view>
@@ -14,12 +16,14 @@ enum class ByteOrder : std::uint8_t { little, big };
 
 /// Whole numbers of 1 to 8 bytes from exactly enough bytes; the caller has checked the length.
 template <std::unsigned_integral T>
-[[nodiscard]] constexpr T loadInteger(const std::byte* at, ByteOrder order) noexcept {
-    T value = 0;
-    for (std::size_t i = 0; i < sizeof(T); ++i) {
-        const auto byte = at[order == ByteOrder::big ? i : sizeof(T) - 1 - i];
-        value = static_cast<T>((static_cast<std::uint64_t>(value) << 8) | std::to_integer<std::uint64_t>(byte));
-    }
+[[nodiscard]] inline T loadInteger(const std::byte* at, ByteOrder order) noexcept {
+    T value;
+    std::memcpy(&value, at, sizeof value);
+    constexpr auto native = std::endian::native == std::endian::big ? ByteOrder::big : ByteOrder::little;
+    if (order == native) return value;
+    if constexpr (sizeof(T) == 2) return __builtin_bswap16(value);
+    if constexpr (sizeof(T) == 4) return __builtin_bswap32(value);
+    if constexpr (sizeof(T) == 8) return __builtin_bswap64(value);
     return value;
 }
 
@@ -59,7 +63,7 @@ public:
     }
 
     template <std::unsigned_integral T>
-    [[nodiscard]] constexpr std::optional<T> read(ByteOrder order = ByteOrder::big) noexcept {
+    [[nodiscard]] std::optional<T> read(ByteOrder order = ByteOrder::big) noexcept {
         const auto part = take(sizeof(T));
         if (!part) return std::nullopt;
         return loadInteger<T>(part->data(), order);

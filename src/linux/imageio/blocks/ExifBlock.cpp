@@ -18,18 +18,30 @@ constexpr std::uint16_t kMakerNote = 0x927C;
 constexpr std::size_t kMaximumDirectories = 32;
 constexpr double kCentimetresPerInch = 2.54;
 
-const TagRule* ruleFor(std::span<const TagRule> rules, std::uint16_t tag) {
-    const auto found = std::ranges::lower_bound(rules, tag, {}, &TagRule::tag);
-    return found != rules.end() && found->tag == tag ? &*found : nullptr;
-}
+/// Finds rules by tag. Directories are sorted as the rules are, so each search goes on from the last one.
+class RuleSearch {
+public:
+    explicit RuleSearch(std::span<const TagRule> rules) : rules_(rules) {}
+
+    const TagRule* ruleFor(std::uint16_t tag) {
+        if (at_ > 0 && tag <= rules_[at_ - 1].tag) at_ = 0;  // Out of order.
+        while (at_ < rules_.size() && rules_[at_].tag < tag) ++at_;
+        return at_ < rules_.size() && rules_[at_].tag == tag ? &rules_[at_] : nullptr;
+    }
+
+private:
+    std::span<const TagRule> rules_;
+    std::size_t at_ = 0;
+};
 
 /// Adds every entry that `rules` knows. Names are looked for only when the dictionary holds some already.
 void addEntries(TiffContext& tiff, const TiffDirectory& directory, std::span<const TagRule> rules,
                 Dictionary& dictionary) {
     const bool fresh = dictionary.empty();
     std::bitset<128> seen;
+    RuleSearch search(rules);
     for (const TiffEntry& entry : directory.entries) {
-        const TagRule* rule = ruleFor(rules, entry.tag);
+        const TagRule* rule = search.ruleFor(entry.tag);
         if (!rule) continue;
         const auto index = static_cast<std::size_t>(rule - rules.data());
         if (seen[index]) continue;
