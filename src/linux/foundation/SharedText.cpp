@@ -49,12 +49,8 @@ SharedText::SharedText(SharedText&& other) noexcept
       counted_(std::exchange(other.counted_, false)) {}
 
 SharedText& SharedText::operator=(const SharedText& other) noexcept {
-    other.retain();
-    release();
-    text_ = other.text_;
-    size_ = other.size_;
-    counted_ = other.counted_;
-    return *this;
+    SharedText copy(other);
+    return *this = std::move(copy);
 }
 
 SharedText& SharedText::operator=(SharedText&& other) noexcept {

@@ -19,7 +19,7 @@ namespace tessaly::imageio {
 class ByteSource {
 public:
     /// The first block of a file: enough for the whole head of most photos.
-    static constexpr std::size_t kHeadSize = 16 * 1024;
+    static constexpr std::size_t kHeadSize = 32 * 1024;
     /// Later blocks, and what they grow to while a file is read onwards.
     static constexpr std::size_t kBlockSize = 4 * 1024;
     static constexpr std::size_t kLargestBlock = 64 * 1024;

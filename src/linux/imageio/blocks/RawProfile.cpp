@@ -1,6 +1,7 @@
 #include "linux/imageio/blocks/RawProfile.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 
 #include "linux/imageio/blocks/Blocks.h"
@@ -16,12 +17,16 @@ std::string_view withoutBlanks(std::string_view text) {
     return text;
 }
 
-int digitOf(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    return -1;
-}
+/// The value of each hexadecimal digit, -1 for any other character.
+constexpr std::array<std::int8_t, 256> kDigits = [] {
+    std::array<std::int8_t, 256> digits{};
+    digits.fill(-1);
+    for (int value = 0; value < 16; ++value) {
+        digits[static_cast<unsigned char>("0123456789abcdef"[value])] = static_cast<std::int8_t>(value);
+        digits[static_cast<unsigned char>("0123456789ABCDEF"[value])] = static_cast<std::int8_t>(value);
+    }
+    return digits;
+}();
 
 }  // namespace
 
@@ -33,20 +38,22 @@ std::vector<std::byte> decodedRawProfile(std::string_view text) {
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), length);
     if (error != std::errc{}) return {};
     text.remove_prefix(static_cast<std::size_t>(end - text.data()));
-    std::vector<std::byte> bytes;
-    bytes.reserve(std::min(length, text.size() / 2));
+    std::vector<std::byte> bytes(std::min(length, text.size() / 2));
+    if (bytes.empty()) return bytes;
+    std::size_t count = 0;
     int high = -1;
     for (const char c : text) {
-        const int digit = digitOf(c);
+        const int digit = kDigits[static_cast<unsigned char>(c)];
         if (digit < 0) continue;
         if (high < 0) {
             high = digit;
             continue;
         }
-        bytes.push_back(static_cast<std::byte>(high * 16 + digit));
+        bytes[count++] = static_cast<std::byte>(high * 16 + digit);
         high = -1;
-        if (bytes.size() == length) break;
+        if (count == bytes.size()) break;
     }
+    bytes.resize(count);
     return bytes;
 }
 

@@ -1,6 +1,7 @@
 #include "linux/imageio/blocks/XmlTree.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 
 #include "linux/imageio/Text.h"
@@ -19,9 +20,15 @@ void skipBlanks(std::string_view& text) {
 }
 
 /// A name ends at a blank or at one of the marks that may follow it.
+constexpr std::array<bool, 256> kEndsName = [] {
+    std::array<bool, 256> ends{};
+    for (const char c : {' ', '\t', '\n', '\r', '=', '>', '/'}) ends[static_cast<unsigned char>(c)] = true;
+    return ends;
+}();
+
 std::string_view takeName(std::string_view& text) {
     std::size_t end = 0;
-    while (end < text.size() && !isBlank(text[end]) && text[end] != '=' && text[end] != '>' && text[end] != '/') ++end;
+    while (end < text.size() && !kEndsName[static_cast<unsigned char>(text[end])]) ++end;
     const std::string_view name = text.substr(0, end);
     text.remove_prefix(end);
     return name;

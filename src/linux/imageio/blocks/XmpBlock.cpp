@@ -195,7 +195,8 @@ bool isMappedNamespace(std::string_view prefix) {
 
 bool isMapped(std::string_view prefix, std::string_view name) {
     const auto isIt = [&](std::string_view qualifiedName) {
-        return hasPrefix(qualifiedName, prefix) && qualifiedName.substr(prefix.size() + 1) == name;
+        return qualifiedName.size() == prefix.size() + 1 + name.size() && qualifiedName.ends_with(name) &&
+               qualifiedName.starts_with(prefix);
     };
     return isIt(kExtendedMark) ||
            std::ranges::any_of(kMappings, [&](const Mapping& mapping) { return isIt(mapping.xmp); });
