@@ -60,22 +60,6 @@ void eachCharacter(std::string_view text, Visit visit) {
 
 }  // namespace
 
-std::size_t utf8SequenceLength(std::string_view text) noexcept {
-    const auto byte = [&](std::size_t i) -> unsigned {
-        return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U;
-    };
-    const auto follows = [&](std::size_t i) { return (byte(i) & 0xC0U) == 0x80U; };
-    const unsigned lead = byte(0);
-    if (text.empty()) return 0;
-    if (lead < 0x80) return 1;
-    if (lead < 0xC2 || !follows(1)) return 0;
-    if (lead < 0xE0) return 2;
-    if (!follows(2) || (lead == 0xE0 && byte(1) < 0xA0) || (lead == 0xED && byte(1) > 0x9F)) return 0;
-    if (lead < 0xF0) return 3;
-    if (lead > 0xF4 || !follows(3) || (lead == 0xF0 && byte(1) < 0x90) || (lead == 0xF4 && byte(1) > 0x8F)) return 0;
-    return 4;
-}
-
 std::size_t displayWidth(std::string_view text) noexcept {
     std::size_t width = 0;
     eachCharacter(text, [&](std::string_view, std::size_t columns) { width += columns; });

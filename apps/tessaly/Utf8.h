@@ -4,10 +4,10 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/Foundation/Utf8.h"
+
 namespace tessaly::cli {
 
-/// Bytes of the well-formed sequence at the start of `text`; 0 when there is none.
-[[nodiscard]] std::size_t utf8SequenceLength(std::string_view text) noexcept;
 /// Columns that a text takes on a terminal: none for combining marks, two for wide characters.
 [[nodiscard]] std::size_t displayWidth(std::string_view text) noexcept;
 /// The text in lines of at most `width` columns, broken at blanks where there are any. Control characters become

@@ -5,10 +5,6 @@
 
 namespace tessaly {
 
-static_assert(static_cast<int>(MediaFault::empty) == static_cast<int>(CGImageSourceFault::empty) &&
-                  static_cast<int>(MediaFault::empty) == static_cast<int>(AVAssetFault::empty),
-              "the faults of images and movies are numbered alike");
-
 std::string_view describe(MediaFault fault) noexcept {
     switch (fault) {
         case MediaFault::none:
@@ -40,9 +36,9 @@ MediaFile MediaFile::read(const std::string& path) {
         Dictionary properties = record->metaDataDictionary;
         return {std::move(record), MediaFault::none, std::move(properties)};
     }
-    if (fault != CGImageSourceFault::unknownFormat) return {nullptr, static_cast<MediaFault>(fault), {}};
+    if (fault != CGImageSourceFault::unknownFormat) return {nullptr, fault, {}};
     const auto asset = AVAsset::assetWithURL(path);
-    if (asset->fault != AVAssetFault::none) return {nullptr, static_cast<MediaFault>(asset->fault), {}};
+    if (asset->fault != AVAssetFault::none) return {nullptr, asset->fault, {}};
     auto record = ExifManager::exifInformationFromAsset(*asset, url);
     Dictionary properties{{kCGImagePropertyTIFFDictionary, *record->tifDic}};
     return {std::move(record), MediaFault::none, std::move(properties)};

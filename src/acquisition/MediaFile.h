@@ -2,20 +2,12 @@
 #include <string>
 
 #include "metadata/ExifInformation.h"
+#include "platform/Foundation/FileFault.h"
 
 namespace tessaly {
 
 /// Why a file yields no record.
-enum class MediaFault : std::uint8_t {
-    none,
-    notFound,
-    isFolder,
-    notRegularFile,
-    noPermission,
-    readError,
-    unknownFormat,
-    empty
-};
+using MediaFault = FileFault;
 
 /// The fault in words, as they stand behind a path: "no such file".
 [[nodiscard]] std::string_view describe(MediaFault fault) noexcept;

@@ -12,22 +12,44 @@ namespace tessaly::imageio {
 
 ByteSource::ByteSource(Bytes bytes) noexcept : size_(bytes.size()), window_(bytes) {}
 
-std::optional<ByteSource> ByteSource::openFile(const std::string& path, int& error) {
+namespace {
+
+FileFault faultOf(int error) {
+    switch (error) {
+        case ENOENT:
+        case ENOTDIR:
+            return FileFault::notFound;
+        case EISDIR:
+            return FileFault::isFolder;
+        case ENXIO:
+        case ENODEV:
+            return FileFault::notRegularFile;
+        case EACCES:
+        case EPERM:
+            return FileFault::noPermission;
+        default:
+            return FileFault::readError;
+    }
+}
+
+}  // namespace
+
+std::optional<ByteSource> ByteSource::openFile(const std::string& path, FileFault& fault) {
     // Non-blocking, so that a pipe without a writer is refused below instead of being waited for.
     const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (file < 0) {
-        error = errno;
+        fault = faultOf(errno);
         return std::nullopt;
     }
     ByteSource source;
     source.file_ = file;
     struct stat status {};
     if (::fstat(file, &status) != 0) {
-        error = errno;
+        fault = faultOf(errno);
         return std::nullopt;
     }
     if (!S_ISREG(status.st_mode)) {
-        error = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+        fault = S_ISDIR(status.st_mode) ? FileFault::isFolder : FileFault::notRegularFile;
         return std::nullopt;
     }
     source.size_ = static_cast<std::uint64_t>(status.st_size);
@@ -35,9 +57,10 @@ std::optional<ByteSource> ByteSource::openFile(const std::string& path, int& err
     errno = 0;
     source.window_ = source.load(0, head);
     if (source.window_.empty() && errno != 0) {
-        error = errno;
+        fault = faultOf(errno);
         return std::nullopt;
     }
+    fault = FileFault::none;
     return source;
 }
 

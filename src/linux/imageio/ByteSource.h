@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "linux/imageio/ByteReader.h"
+#include "platform/Foundation/FileFault.h"
 
 namespace tessaly::imageio {
 
@@ -28,9 +29,8 @@ public:
 
     /// A view of `bytes`, which the caller keeps.
     explicit ByteSource(Bytes bytes) noexcept;
-    /// Opens a regular file. On failure returns nullopt and sets `error` to an errno value
-    /// (EISDIR for a folder, EINVAL for a device, socket or pipe).
-    static std::optional<ByteSource> openFile(const std::string& path, int& error);
+    /// Opens a regular file. On failure returns nullopt and says why in `fault`.
+    static std::optional<ByteSource> openFile(const std::string& path, FileFault& fault);
 
     ByteSource(ByteSource&&) noexcept;
     ByteSource& operator=(ByteSource&&) noexcept;

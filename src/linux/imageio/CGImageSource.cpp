@@ -1,6 +1,5 @@
 #include "platform/ImageIO/CGImageSource.h"
 
-#include <cerrno>
 #include <mutex>
 #include <utility>
 
@@ -49,25 +48,6 @@ private:
 
 namespace {
 
-CGImageSourceFault faultOf(int error) {
-    switch (error) {
-        case ENOENT:
-        case ENOTDIR:
-            return CGImageSourceFault::notFound;
-        case EISDIR:
-            return CGImageSourceFault::isFolder;
-        case EINVAL:
-        case ENXIO:
-        case ENODEV:
-            return CGImageSourceFault::notRegularFile;
-        case EACCES:
-        case EPERM:
-            return CGImageSourceFault::noPermission;
-        default:
-            return CGImageSourceFault::readError;
-    }
-}
-
 CGImageSourceRef makeSource(ByteSource bytes, Data data, CGImageSourceFault& fault) {
     if (bytes.size() == 0) {
         fault = CGImageSourceFault::empty;
@@ -87,12 +67,8 @@ CGImageSourceRef makeSource(ByteSource bytes, Data data, CGImageSourceFault& fau
 CGImageSourceRef CGImageSourceCreateWithURL(const std::string& path, CGImageSourceFault* fault) {
     CGImageSourceFault ignored{};
     CGImageSourceFault& why = fault ? *fault : ignored;
-    int error = 0;
-    auto bytes = ByteSource::openFile(path, error);
-    if (!bytes) {
-        why = faultOf(error);
-        return nullptr;
-    }
+    auto bytes = ByteSource::openFile(path, why);
+    if (!bytes) return nullptr;
     return makeSource(std::move(*bytes), nullptr, why);
 }
 

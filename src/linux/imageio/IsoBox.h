@@ -47,6 +47,14 @@ private:
 [[nodiscard]] std::optional<IsoBox> findBox(ByteSource& source, const IsoBox& parent, std::string_view type,
                                             std::uint64_t skipped = 0);
 
+/// The user type of a "uuid" box with an XMP packet (XMP part 3, 1.2.7).
+inline constexpr std::string_view kXmpUserType = "\xBE\x7A\xCF\xCB\x97\xA9\x42\xE8\x9C\x71\x99\x94\x91\xE3\xAF\xAC";
+
+/// Whether it is a "uuid" box of that user type (16 bytes).
+[[nodiscard]] inline bool isUserBox(const IsoBox& box, std::string_view userType) noexcept {
+    return box.type() == "uuid" && asText(Bytes(box.userType)) == userType;
+}
+
 /// Bytes that a full box (version and flags) has before its content.
 inline constexpr std::uint64_t kFullBoxHead = 4;
 

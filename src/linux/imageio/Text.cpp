@@ -2,6 +2,8 @@
 
 #include <array>
 
+#include "platform/Foundation/Utf8.h"
+
 namespace tessaly::imageio {
 namespace {
 
@@ -11,32 +13,11 @@ constexpr std::array<char16_t, 32> kWindows1252{0x20AC, 0,      0x201A, 0x0192, 
                                                 0,      0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
                                                 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0,      0x017E, 0x0178};
 
-bool isContinuation(unsigned char byte) { return (byte & 0xC0) == 0x80; }
-
-/// Bytes of the sequence that starts at `at`, 0 when it is not a shortest-form encoding of a scalar value.
-std::size_t sequenceLength(std::string_view text, std::size_t at) {
-    const auto byte = [&](std::size_t i) {
-        return at + i < text.size() ? static_cast<unsigned char>(text[at + i]) : static_cast<unsigned char>(0);
-    };
-    const unsigned char lead = byte(0);
-    if (lead < 0x80) return 1;
-    if (lead < 0xC2 || !isContinuation(byte(1))) return 0;
-    if (lead < 0xE0) return 2;
-    if (!isContinuation(byte(2))) return 0;
-    if (lead < 0xF0) {
-        if ((lead == 0xE0 && byte(1) < 0xA0) || (lead == 0xED && byte(1) > 0x9F)) return 0;
-        return 3;
-    }
-    if (lead > 0xF4 || !isContinuation(byte(3))) return 0;
-    if ((lead == 0xF0 && byte(1) < 0x90) || (lead == 0xF4 && byte(1) > 0x8F)) return 0;
-    return 4;
-}
-
 }  // namespace
 
 bool isValidUtf8(std::string_view text) noexcept {
     for (std::size_t at = 0; at < text.size();) {
-        const std::size_t length = sequenceLength(text, at);
+        const std::size_t length = utf8SequenceLength(text, at);
         if (length == 0) return false;
         at += length;
     }

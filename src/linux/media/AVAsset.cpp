@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 
 #include "linux/imageio/ByteSource.h"
 #include "linux/media/Movie.h"
@@ -60,25 +59,6 @@ std::optional<MovieFormat> formatOf(ByteSource& source) {
     return std::nullopt;
 }
 
-AVAssetFault faultOf(int error) {
-    switch (error) {
-        case ENOENT:
-        case ENOTDIR:
-            return AVAssetFault::notFound;
-        case EISDIR:
-            return AVAssetFault::isFolder;
-        case EINVAL:
-        case ENXIO:
-        case ENODEV:
-            return AVAssetFault::notRegularFile;
-        case EACCES:
-        case EPERM:
-            return AVAssetFault::noPermission;
-        default:
-            return AVAssetFault::readError;
-    }
-}
-
 /// When the file was made; where the file system does not keep that, when it was changed last.
 std::optional<NSDate> creationDateOf(const std::string& path) {
     struct statx status {};
@@ -102,12 +82,8 @@ void read(ByteSource& source, AVAsset& asset) {
 
 std::shared_ptr<AVAsset> AVAsset::assetWithURL(const std::string& path) {
     auto asset = std::make_shared<AVAsset>();
-    int error = 0;
-    auto source = ByteSource::openFile(path, error);
-    if (!source) {
-        asset->fault = faultOf(error);
-        return asset;
-    }
+    auto source = ByteSource::openFile(path, asset->fault);
+    if (!source) return asset;
     asset->fileCreationDate = creationDateOf(path);
     read(*source, *asset);
     return asset;

@@ -33,7 +33,6 @@ using std::string_view_literals::operator""sv;
 constexpr std::uint64_t kMaximumText = 16 * 1024;
 constexpr std::uint64_t kMaximumPacket = 16 * 1024 * 1024;
 constexpr std::uint32_t kMaximumKeys = 1024;
-constexpr auto kXmpBox = "\xBE\x7A\xCF\xCB\x97\xA9\x42\xE8\x9C\x71\x99\x94\x91\xE3\xAF\xAC"sv;
 
 /// User data items with a common meaning. Cameras write "@" for the copyright sign, too.
 struct UserDataName {
@@ -135,7 +134,7 @@ public:
         adopt(properties, "xmp");
     }
 
-    static bool isXmp(const IsoBox& box) { return box.type() == "uuid"sv && asText(Bytes(box.userType)) == kXmpBox; }
+    static bool isXmp(const IsoBox& box) { return imageio::isUserBox(box, imageio::kXmpUserType); }
 
     /// A "meta" box of the file holds XML of Sony's: device and creation date.
     void readXml(const IsoBox& meta) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/CoreGraphics/CGGeometry.h"
+#include "platform/Foundation/FileFault.h"
 #include "platform/Foundation/Value.h"
 
 namespace tessaly {
@@ -42,16 +43,7 @@ struct AVAssetTrack {
 };
 
 /// Why a movie could not be opened.
-enum class AVAssetFault : std::uint8_t {
-    none,
-    notFound,
-    isFolder,
-    notRegularFile,
-    noPermission,
-    readError,
-    unknownFormat,
-    empty
-};
+using AVAssetFault = FileFault;
 
 /// A movie (QuickTime, MP4, 3GP, Matroska, WebM), read from its boxes without decoding anything.
 class AVAsset {

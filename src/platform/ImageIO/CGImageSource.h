@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/Foundation/FileFault.h"
 #include "platform/Foundation/Value.h"
 
 namespace tessaly {
@@ -13,16 +14,7 @@ namespace tessaly {
 inline constexpr std::string_view kCGImageSourceShouldCache = "kCGImageSourceShouldCache";
 
 /// Why a source could not be opened.
-enum class CGImageSourceFault : std::uint8_t {
-    none,
-    notFound,
-    isFolder,
-    notRegularFile,
-    noPermission,
-    readError,
-    unknownFormat,
-    empty
-};
+using CGImageSourceFault = FileFault;
 
 /// An image file or image bytes, open for reading properties. Only the parts that a question needs are read.
 class CGImageSource;

@@ -12,7 +12,6 @@ namespace {
 using std::string_view_literals::operator""sv;
 
 constexpr auto kCanonBox = "\x85\xC0\xB6\x87\x82\x0F\x11\xE0\x81\x11\xF4\xCE\x46\x2B\x6A\x48"sv;
-constexpr auto kXmpBox = "\xBE\x7A\xCF\xCB\x97\xA9\x42\xE8\x9C\x71\x99\x94\x91\xE3\xAF\xAC"sv;
 constexpr std::uint64_t kMaximumXmp = 16 * 1024 * 1024;
 constexpr std::uint16_t kImageWidth = 0x0100;
 constexpr std::uint16_t kImageLength = 0x0101;
@@ -71,10 +70,6 @@ private:
     ImageProperties& properties_;
 };
 
-bool isUserType(const IsoBox& box, std::string_view userType) {
-    return box.type() == "uuid"sv && asText(Bytes(box.userType)) == userType;
-}
-
 }  // namespace
 
 void readCr3(ByteSource& source, ImageProperties& properties) {
@@ -83,9 +78,9 @@ void readCr3(ByteSource& source, ImageProperties& properties) {
         if (box->type() == "moov"sv) {
             IsoBoxes inner(source, *box);
             while (const auto part = inner.next())
-                if (isUserType(*part, kCanonBox)) CanonBoxes(source, properties).read(*part);
+                if (isUserBox(*part, kCanonBox)) CanonBoxes(source, properties).read(*part);
         }
-        if (isUserType(*box, kXmpBox) && box->length <= kMaximumXmp)
+        if (isUserBox(*box, kXmpUserType) && box->length <= kMaximumXmp)
             if (const auto packet = source.bytes(box->position, box->length)) readXmp(*packet, properties);
     }
 }

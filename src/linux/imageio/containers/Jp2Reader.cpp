@@ -12,7 +12,6 @@ namespace {
 using std::string_view_literals::operator""sv;
 
 constexpr auto kExifBox = "JpgTiffExif->JP2"sv;
-constexpr auto kXmpBox = "\xBE\x7A\xCF\xCB\x97\xA9\x42\xE8\x9C\x71\x99\x94\x91\xE3\xAF\xAC"sv;
 constexpr auto kIptcBox = "\x33\xC7\xA4\xD2\xB8\x1D\x47\x23\xA0\xBA\xF1\xA3\xE0\x97\xAD\x38"sv;
 constexpr std::uint64_t kMaximumBlock = 16 * 1024 * 1024;
 
@@ -41,11 +40,10 @@ void readJp2(ByteSource& source, ImageProperties& properties) {
     IsoBoxes boxes(source);
     while (const auto box = boxes.next()) {
         if (box->type() == "jp2h"sv) readHeader(source, *box, properties);
-        if (box->type() != "uuid"sv || box->length > kMaximumBlock) continue;
-        const std::string_view userType = asText(Bytes(box->userType));
-        if (userType == kExifBox) exif = *box;
-        if (userType == kXmpBox) xmp = *box;
-        if (userType == kIptcBox) iptc = *box;
+        if (box->length > kMaximumBlock) continue;
+        if (isUserBox(*box, kExifBox)) exif = *box;
+        if (isUserBox(*box, kXmpUserType)) xmp = *box;
+        if (isUserBox(*box, kIptcBox)) iptc = *box;
     }
     if (const auto bytes = source.bytes(exif.position, exif.length); bytes && exif.length > 0)
         readExif(*bytes, properties);
