@@ -83,7 +83,7 @@ TEST(Png, FindsExifWhereverItStands) {
         const char* why;
         ByteString file;
     };
-    ByteString legacy("\nexif\n      ");
+    ByteString legacy("\nEXIF profile\n      ");
     const std::string block = "Exif" + std::string(2, '\0') + std::string(exifBlock().text());
     legacy.add(std::to_string(block.size())).add("\n");
     for (const char c : block) {

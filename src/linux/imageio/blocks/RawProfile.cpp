@@ -32,7 +32,7 @@ constexpr std::array<std::int8_t, 256> kDigits = [] {
 
 std::vector<std::byte> decodedRawProfile(std::string_view text) {
     text = withoutBlanks(text);
-    text.remove_prefix(std::min(text.find_first_of(kBlanks), text.size()));  // Its name.
+    text.remove_prefix(std::min(text.find('\n'), text.size()));  // Its name, of one word or two.
     text = withoutBlanks(text);
     std::size_t length = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), length);
