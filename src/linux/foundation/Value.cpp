@@ -111,7 +111,7 @@ void Dictionary::put(SharedText key, Value value) {
 void Dictionary::set(std::string_view key, Value value) { put(SharedText(key), std::move(value)); }
 void Dictionary::setLiteral(std::string_view key, Value value) { put(SharedText::literal(key), std::move(value)); }
 
-void Dictionary::appendLiteral(std::string_view key, Value value) {
+void Dictionary::appendLiteral(std::string_view key, Value&& value) {
     if (!value.isNull()) mutableEntries().push_back({SharedText::literal(key), std::move(value)});
 }
 

@@ -72,9 +72,9 @@ const ImageFormat* tiffFormat(ByteSource& source) {
     if (source.bytesUpTo(8, 2).size() == 2 && asText(source.bytesUpTo(8, 2)) == "CR"sv) return &kMakerFormats[0].format;
     const TiffDirectory first = readTiffDirectory(header->context, header->firstDirectory);
     if (first.find(0xC612)) return &kDng;
-    const TiffEntry* make = first.find(0x010F);
-    const TiffEntry* subDirectories = first.find(0x014A);
-    const TiffEntry* compression = first.find(0x0103);
+    const auto make = first.find(0x010F);
+    const auto subDirectories = first.find(0x014A);
+    const auto compression = first.find(0x0103);
     const std::uint64_t scheme = compression ? compression->integer(header->context).value_or(1) : 1;
     const bool privateScheme =
         scheme == 65535 || scheme == 32767 || scheme == 34713 || scheme == 32770 || scheme == 65000;

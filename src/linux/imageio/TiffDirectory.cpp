@@ -13,21 +13,8 @@ struct EntryShape {
 constexpr EntryShape kClassic{2, 12, 4};
 constexpr EntryShape kBig{8, 20, 8};
 
-std::uint64_t loadOffset(const std::byte* at, const TiffContext& tiff) {
-    return tiff.big ? loadInteger<std::uint64_t>(at, tiff.order) : loadInteger<std::uint32_t>(at, tiff.order);
-}
-
-TiffEntry parseEntry(const std::byte* at, std::uint64_t position, const TiffContext& tiff) {
-    const EntryShape& shape = tiff.big ? kBig : kClassic;
-    TiffEntry entry;
-    entry.tag = loadInteger<std::uint16_t>(at, tiff.order);
-    entry.type = static_cast<TiffType>(loadInteger<std::uint16_t>(at + 2, tiff.order));
-    entry.count = loadOffset(at + 4, tiff);
-    entry.entryPosition = position;
-    const std::uint32_t valueAt = shape.entrySize - shape.inlineSize;
-    const bool isInline = entry.byteLength() <= shape.inlineSize;
-    entry.position = isInline ? position + valueAt : tiff.base + loadOffset(at + valueAt, tiff);
-    return entry;
+std::uint64_t loadOffset(const std::byte* at, ByteOrder order, bool big) {
+    return big ? loadInteger<std::uint64_t>(at, order) : loadInteger<std::uint32_t>(at, order);
 }
 
 }  // namespace
@@ -81,9 +68,32 @@ std::optional<std::uint64_t> TiffEntry::integer(TiffContext& tiff, std::uint64_t
     }
 }
 
-const TiffEntry* TiffDirectory::find(std::uint16_t tag) const noexcept {
-    const auto found = std::ranges::find(entries, tag, &TiffEntry::tag);
-    return found == entries.end() ? nullptr : &*found;
+TiffEntries::TiffEntries(const TiffContext& tiff, Bytes bytes, std::uint64_t position) noexcept
+    : bytes_(bytes),
+      position_(position),
+      base_(tiff.base),
+      entrySize_(tiff.big ? kBig.entrySize : kClassic.entrySize),
+      order_(tiff.order) {}
+
+TiffEntry TiffEntries::operator[](std::size_t index) const noexcept {
+    const bool big = entrySize_ == kBig.entrySize;
+    const std::size_t inlineSize = big ? kBig.inlineSize : kClassic.inlineSize;
+    const std::byte* const at = bytes_.data() + index * entrySize_;
+    TiffEntry entry;
+    entry.tag = loadInteger<std::uint16_t>(at, order_);
+    entry.type = static_cast<TiffType>(loadInteger<std::uint16_t>(at + 2, order_));
+    entry.count = loadOffset(at + 4, order_, big);
+    entry.entryPosition = position_ + index * entrySize_;
+    const std::size_t valueAt = entrySize_ - inlineSize;
+    entry.position = entry.byteLength() <= inlineSize ? entry.entryPosition + valueAt
+                                                      : base_ + loadOffset(at + valueAt, order_, big);
+    return entry;
+}
+
+std::optional<TiffEntry> TiffDirectory::find(std::uint16_t tag) const noexcept {
+    for (std::size_t i = 0; i < entries.size(); ++i)
+        if (entries.tagAt(i) == tag) return entries[i];
+    return std::nullopt;
 }
 
 std::optional<TiffHeader> readTiffHeader(ByteSource& source, std::uint64_t base) {
@@ -121,15 +131,11 @@ TiffDirectory readTiffDirectory(TiffContext& tiff, std::uint64_t offset) {
     const std::uint64_t count = std::min(wanted, available);
     const auto entries = tiff.source.bytes(position, count * shape.entrySize);
     if (!entries) return directory;
-    directory.entries.reserve(static_cast<std::size_t>(count));
-    for (std::uint64_t i = 0; i < count; ++i) {
-        const std::uint64_t at = i * shape.entrySize;
-        directory.entries.push_back(parseEntry(entries->data() + at, position + at, tiff));
-    }
+    directory.entries = TiffEntries(tiff, *entries, position);
     directory.complete = count == promised;
     if (const auto next = tiff.source.bytes(position + count * shape.entrySize, shape.inlineSize);
         next && directory.complete)
-        directory.next = loadOffset(next->data(), tiff);
+        directory.next = loadOffset(next->data(), tiff.order, tiff.big);
     return directory;
 }
 

@@ -1,7 +1,6 @@
 #pragma once
 #include <cstdint>
 #include <optional>
-#include <vector>
 
 #include "linux/imageio/ByteSource.h"
 
@@ -53,12 +52,35 @@ struct TiffEntry {
     [[nodiscard]] std::optional<std::uint64_t> integer(TiffContext& tiff, std::uint64_t index = 0) const;
 };
 
+/// The entries of a directory, decoded when they are looked at: most of them nobody asks for.
+class TiffEntries {
+public:
+    TiffEntries() = default;
+    /// `bytes` are whole entries that start at `position` in the source.
+    TiffEntries(const TiffContext& tiff, Bytes bytes, std::uint64_t position) noexcept;
+
+    [[nodiscard]] std::size_t size() const noexcept { return bytes_.size() / entrySize_; }
+    [[nodiscard]] bool empty() const noexcept { return bytes_.empty(); }
+    [[nodiscard]] std::uint16_t tagAt(std::size_t index) const noexcept {
+        return loadInteger<std::uint16_t>(bytes_.data() + index * entrySize_, order_);
+    }
+    [[nodiscard]] TiffEntry operator[](std::size_t index) const noexcept;
+
+private:
+    Bytes bytes_;
+    std::uint64_t position_ = 0;
+    std::uint64_t base_ = 0;
+    std::size_t entrySize_ = 12;
+    ByteOrder order_ = ByteOrder::little;
+};
+
+/// One directory. Its entries are views: they last as long as the source.
 struct TiffDirectory {
-    std::vector<TiffEntry> entries;
+    TiffEntries entries;
     std::uint64_t next = 0;  ///< Offset of the next directory, 0 for none. Untrusted.
     bool complete = false;   ///< All entries that the count promises were there.
 
-    [[nodiscard]] const TiffEntry* find(std::uint16_t tag) const noexcept;
+    [[nodiscard]] std::optional<TiffEntry> find(std::uint16_t tag) const noexcept;
 };
 
 /// Entries read from one directory at most; real files hold fewer than 500.

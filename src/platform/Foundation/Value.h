@@ -62,7 +62,7 @@ public:
     /// As set, for a key that lives as long as the program (a literal, a name of a static table): it is not copied.
     void setLiteral(std::string_view key, Value value);
     /// As setLiteral, for a key that is known to be absent: it is not looked for.
-    void appendLiteral(std::string_view key, Value value);
+    void appendLiteral(std::string_view key, Value&& value);
     void remove(std::string_view key);
     void reserve(std::size_t count);
     [[nodiscard]] const Entry* begin() const noexcept;

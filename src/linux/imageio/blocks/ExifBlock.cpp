@@ -38,11 +38,13 @@ private:
 void addEntries(TiffContext& tiff, const TiffDirectory& directory, std::span<const TagRule> rules,
                 Dictionary& dictionary) {
     const bool fresh = dictionary.empty();
+    if (fresh) dictionary.reserve(std::min(directory.entries.size(), rules.size()));
     std::bitset<128> seen;
     RuleSearch search(rules);
-    for (const TiffEntry& entry : directory.entries) {
-        const TagRule* rule = search.ruleFor(entry.tag);
+    for (std::size_t i = 0; i < directory.entries.size(); ++i) {
+        const TagRule* rule = search.ruleFor(directory.entries.tagAt(i));
         if (!rule) continue;
+        const TiffEntry entry = directory.entries[i];
         const auto index = static_cast<std::size_t>(rule - rules.data());
         if (seen[index]) continue;
         Value value = tiffValue(tiff, entry, rule->form);
@@ -64,33 +66,27 @@ bool ExifWalk::visit(std::uint64_t offset) {
     return true;
 }
 
+std::optional<std::uint64_t> ExifWalk::offsetOf(const TiffDirectory& directory, std::uint16_t tag) {
+    const auto entry = directory.find(tag);
+    return entry ? entry->integer(tiff_) : std::nullopt;
+}
+
 void ExifWalk::readFirst(const TiffDirectory& directory) {
     addEntries(tiff_, directory, tiffTags(), properties_.tiff);
-    for (const TiffEntry& entry : directory.entries) {
-        if (entry.tag != kExifPointer && entry.tag != kGpsPointer) continue;
-        const auto offset = entry.integer(tiff_);
-        if (!offset) continue;
-        if (entry.tag == kExifPointer)
-            readExifDirectory(*offset);
-        else
-            readGpsDirectory(*offset);
-    }
+    if (const auto offset = offsetOf(directory, kExifPointer)) readExifDirectory(*offset);
+    if (const auto offset = offsetOf(directory, kGpsPointer)) readGpsDirectory(*offset);
     // Raw formats and careless writers put Exif's own tags into the first directory.
     addEntries(tiff_, directory, exifTags(), properties_.exif);
     readXpTexts(directory);
-    if (const TiffEntry* note = directory.find(kMakerNote)) notes_.push_back(*note);
+    if (const auto note = directory.find(kMakerNote)) notes_.push_back(*note);
 }
 
 void ExifWalk::readExifDirectory(std::uint64_t offset) {
     if (!visit(offset)) return;
     const TiffDirectory directory = readTiffDirectory(tiff_, offset);
-    if (properties_.exif.empty()) properties_.exif.reserve(directory.entries.size());
     addEntries(tiff_, directory, exifTags(), properties_.exif);
-    for (const TiffEntry& entry : directory.entries) {
-        if (entry.tag == kMakerNote) notes_.push_back(entry);
-        if (entry.tag == kGpsPointer)
-            if (const auto gps = entry.integer(tiff_)) readGpsDirectory(*gps);
-    }
+    if (const auto note = directory.find(kMakerNote)) notes_.push_back(*note);
+    if (const auto gps = offsetOf(directory, kGpsPointer)) readGpsDirectory(*gps);
     // A few programs write make and model here.
     addEntries(tiff_, directory, tiffTags(), properties_.tiff);
 }
@@ -114,7 +110,7 @@ void ExifWalk::readXpTexts(const TiffDirectory& directory) {
         XpText{0x9C9C, &ImageProperties::exif, "UserComment"},
     };
     for (const auto& [tag, dictionary, name] : texts)
-        if (const TiffEntry* entry = directory.find(tag))
+        if (const auto entry = directory.find(tag))
             ImageProperties::add(properties_.*dictionary, name, tiffValue(tiff_, *entry, TagForm::utf16));
 }
 
@@ -144,7 +140,6 @@ void readExif(ByteSource& source, std::uint64_t base, ImageProperties& propertie
     ExifWalk walk(header->context, properties);
     if (!walk.visit(header->firstDirectory)) return;
     const TiffDirectory first = readTiffDirectory(header->context, header->firstDirectory);
-    if (properties.tiff.empty()) properties.tiff.reserve(first.entries.size());
     walk.readFirst(first);
     walk.readMakerNotes();
     adoptTiffBasics(properties);

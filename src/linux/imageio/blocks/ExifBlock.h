@@ -1,5 +1,6 @@
 #pragma once
 #include <algorithm>
+#include <optional>
 #include <vector>
 
 #include "linux/imageio/ImageProperties.h"
@@ -24,6 +25,7 @@ public:
     bool visit(std::uint64_t offset);
 
 private:
+    std::optional<std::uint64_t> offsetOf(const TiffDirectory& directory, std::uint16_t tag);
     void readXpTexts(const TiffDirectory& directory);
 
     TiffContext& tiff_;

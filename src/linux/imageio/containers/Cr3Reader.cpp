@@ -41,8 +41,8 @@ private:
         if (!header) return;
         const TiffDirectory directory = readTiffDirectory(header->context, header->firstDirectory);
         ExifWalk(header->context, properties_).readFirst(directory);
-        const TiffEntry* width = directory.find(kImageWidth);
-        const TiffEntry* height = directory.find(kImageLength);
+        const auto width = directory.find(kImageWidth);
+        const auto height = directory.find(kImageLength);
         if (width && height)
             properties_.setPixelSize(width->integer(header->context).value_or(0),
                                      height->integer(header->context).value_or(0));

@@ -262,7 +262,7 @@ private:
         auto header = readTiffHeader(block);
         if (!header) return;
         const TiffDirectory directory = readTiffDirectory(header->context, header->firstDirectory);
-        if (const TiffEntry* entry = directory.find(0xB001))
+        if (const auto entry = directory.find(0xB001))
             if (const auto count = entry->integer(header->context); count && *count > 0 && *count < 1000)
                 properties_.imageCount = static_cast<std::size_t>(*count);
     }

@@ -71,13 +71,13 @@ public:
 
 private:
     std::optional<std::uint64_t> integer(const TiffDirectory& directory, std::uint16_t tag, std::uint64_t index = 0) {
-        const TiffEntry* entry = directory.find(tag);
+        const auto entry = directory.find(tag);
         return entry ? entry->integer(tiff_, index) : std::nullopt;
     }
 
     PixelSize sizeOf(const TiffDirectory& directory) {
         // DNG says how much of the sensor's area is picture.
-        if (const TiffEntry* crop = directory.find(kDefaultCropSize); crop && crop->count >= 2)
+        if (const auto crop = directory.find(kDefaultCropSize); crop && crop->count >= 2)
             return {crop->integer(tiff_, 0).value_or(0), crop->integer(tiff_, 1).value_or(0)};
         return {integer(directory, kImageWidth).value_or(0), integer(directory, kImageLength).value_or(0)};
     }
@@ -85,7 +85,7 @@ private:
     /// The largest full-resolution image of the file is the picture; the others are its previews.
     void readPixels() {
         std::vector<TiffDirectory> directories{first_};
-        if (const TiffEntry* sub = first_.find(kSubDirectories))
+        if (const auto sub = first_.find(kSubDirectories))
             for (std::uint64_t i = 0; i < std::min<std::uint64_t>(sub->count, kMaximumSubDirectories); ++i)
                 if (const auto offset = sub->integer(tiff_, i); offset && exif_.visit(*offset))
                     directories.push_back(readTiffDirectory(tiff_, *offset));
@@ -138,7 +138,7 @@ private:
 
     void readDng() {
         for (const auto& [tag, form, name] : kDngTags)
-            if (const TiffEntry* entry = first_.find(tag))
+            if (const auto entry = first_.find(tag))
                 ImageProperties::add(properties_.dng, name, tiffValue(tiff_, *entry, form));
         if (properties_.dng.empty()) return;
         ImageProperties::add(properties_.aux, "SerialNumber", properties_.dng["CameraSerialNumber"]);
@@ -147,7 +147,7 @@ private:
 
     /// Panasonic's raws keep their Exif in the preview.
     void readEmbeddedJpeg() {
-        const TiffEntry* entry = first_.find(kPanasonicJpeg);
+        const auto entry = first_.find(kPanasonicJpeg);
         if (!entry || entry->byteLength() < 1024) return;
         ByteSource jpeg = tiff_.source.part(entry->position, entry->byteLength());
         ImageProperties preview;
@@ -175,7 +175,7 @@ private:
 
     /// DNG 1.6, DNGPrivateData by Adobe: "Adobe\0MakN", length, byte order, the original offset, then the note.
     void readAdobeMakerNote() {
-        const TiffEntry* entry = first_.find(kDngPrivateData);
+        const auto entry = first_.find(kDngPrivateData);
         if (!entry || entry->byteLength() < 24) return;
         const Bytes head = tiff_.source.bytesUpTo(entry->position, 20);
         if (head.size() < 20 || !asText(head).starts_with(std::string_view("Adobe\0MakN", 10))) return;
@@ -200,7 +200,7 @@ private:
         static constexpr std::array blocks{Block{kIptc, readIptc}, Block{kPhotoshop, readPhotoshopResources},
                                            Block{kXmp, readXmp}, Block{kIccProfile, readIccProfile}};
         for (const auto& [tag, read] : blocks) {
-            const TiffEntry* entry = first_.find(tag);
+            const auto entry = first_.find(tag);
             if (!entry || entry->byteLength() > kMaximumBlock) continue;
             const auto bytes = entry->bytes(tiff_);
             if (!bytes) continue;

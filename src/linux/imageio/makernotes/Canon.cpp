@@ -50,8 +50,8 @@ void readLens(TiffContext& tiff, const TiffEntry& settings, ImageProperties& pro
 
 void readCanonNote(const MakerDirectory& note, ImageProperties& properties) {
     addNoteTags(note.tiff, note.directory, kTags, properties);
-    if (const TiffEntry* settings = note.directory.find(kCameraSettings)) readLens(note.tiff, *settings, properties);
-    if (const TiffEntry* shot = note.directory.find(kShotInfo); shot && shot->count > 15)
+    if (const auto settings = note.directory.find(kCameraSettings)) readLens(note.tiff, *settings, properties);
+    if (const auto shot = note.directory.find(kShotInfo); shot && shot->count > 15)
         ImageProperties::add(properties.makerAux, "FlashCompensation", stops(shortAt(note.tiff, *shot, 15)));
 }
 

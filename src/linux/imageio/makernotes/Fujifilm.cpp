@@ -18,7 +18,7 @@ constexpr std::array kTags{
 
 void readFujifilmNote(const MakerDirectory& note, ImageProperties& properties) {
     addNoteTags(note.tiff, note.directory, kTags, properties);
-    if (const TiffEntry* count = note.directory.find(kImageCount))
+    if (const auto count = note.directory.find(kImageCount))
         if (const auto number = count->integer(note.tiff))
             ImageProperties::add(properties.makerAux, "ImageNumber", *number & 0x7FFFU);
 }

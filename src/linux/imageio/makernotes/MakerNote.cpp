@@ -97,7 +97,8 @@ void correctBase(TiffContext& tiff, const TiffDirectory& directory, const MakerN
     std::uint64_t lowest = UINT64_MAX;
     std::size_t inside = 0;
     std::size_t outside = 0;
-    for (const TiffEntry& entry : directory.entries) {
+    for (std::size_t i = 0; i < directory.entries.size(); ++i) {
+        const TiffEntry entry = directory.entries[i];
         const std::uint64_t length = entry.byteLength();
         if (length <= kInlineSize || length > note.length) continue;
         lowest = std::min(lowest, entry.position);
@@ -127,7 +128,7 @@ void readDirectory(TiffContext tiff, const NoteFormat& format, const MakerNoteEn
 void addNoteTags(TiffContext& tiff, const TiffDirectory& directory, std::span<const NoteTag> tags,
                  ImageProperties& properties) {
     for (const auto& [tag, form, dictionary, name] : tags)
-        if (const TiffEntry* entry = directory.find(tag))
+        if (const auto entry = directory.find(tag))
             ImageProperties::add(properties.*dictionary, name, tiffValue(tiff, *entry, form));
 }
 

@@ -27,9 +27,8 @@ void readLens(TiffContext& tiff, const TiffEntry& entry, ImageProperties& proper
 
 void readNikonNote(const MakerDirectory& note, ImageProperties& properties) {
     addNoteTags(note.tiff, note.directory, kTags, properties);
-    if (const TiffEntry* lens = note.directory.find(kLens); lens && lens->count == 4)
-        readLens(note.tiff, *lens, properties);
-    if (const TiffEntry* count = note.directory.find(kShutterCount))
+    if (const auto lens = note.directory.find(kLens); lens && lens->count == 4) readLens(note.tiff, *lens, properties);
+    if (const auto count = note.directory.find(kShutterCount))
         if (const auto number = count->integer(note.tiff); number && *number != kUncounted)
             ImageProperties::add(properties.makerAux, "ImageNumber", *number);
 }

@@ -21,7 +21,7 @@ constexpr std::array kEarlyTags{
 }  // namespace
 
 void readOlympusNote(const MakerDirectory& note, ImageProperties& properties) {
-    if (const TiffEntry* equipment = note.directory.find(kEquipment)) {
+    if (const auto equipment = note.directory.find(kEquipment)) {
         // Old notes hold the directory as the value itself, later ones its offset.
         const bool isValue = equipment->type == TiffType::undefined;
         const std::uint64_t offset =

@@ -27,9 +27,9 @@ void readPentaxNote(const MakerDirectory& note, ImageProperties& properties) {
         NoteTag{0x0230, TagForm::text, &ImageProperties::makerAux, "Firmware"},
     };
     addNoteTags(note.tiff, note.directory, tags, properties);
-    const TiffEntry* count = note.directory.find(kShutterCount);
-    const TiffEntry* date = note.directory.find(kDate);
-    const TiffEntry* time = note.directory.find(kTime);
+    const auto count = note.directory.find(kShutterCount);
+    const auto date = note.directory.find(kDate);
+    const auto time = note.directory.find(kTime);
     if (!count || !date || !time || count->byteLength() < 4) return;
     // The counter is masked with the moment at which the picture was taken.
     ImageProperties::add(properties.makerAux, "ImageNumber",

@@ -73,8 +73,8 @@ void readLens(TiffContext& tiff, const TiffEntry& entry, ImageProperties& proper
 
 void readSonyNote(const MakerDirectory& note, ImageProperties& properties) {
     addNoteTags(note.tiff, note.directory, kTags, properties);
-    if (const TiffEntry* lens = note.directory.find(kLensSpecification)) readLens(note.tiff, *lens, properties);
-    if (const TiffEntry* info = note.directory.find(kEncipheredInfo)) readCounter(note, *info, properties);
+    if (const auto lens = note.directory.find(kLensSpecification)) readLens(note.tiff, *lens, properties);
+    if (const auto info = note.directory.find(kEncipheredInfo)) readCounter(note, *info, properties);
 }
 
 }  // namespace tessaly::imageio
