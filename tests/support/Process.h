@@ -11,6 +11,7 @@ struct ProcessResult {
 };
 
 /// Runs a program with arguments and NAME=VALUE additions to the environment, and waits for it.
-[[nodiscard]] ProcessResult runProcess(std::vector<std::string> command, const std::vector<std::string>& environment = {});
+[[nodiscard]] ProcessResult runProcess(std::vector<std::string> command,
+                                       const std::vector<std::string>& environment = {});
 
 }  // namespace tessaly::test

@@ -18,12 +18,12 @@ std::string_view withoutBlanks(std::string_view text) {
 }
 
 /// The value of each hexadecimal digit, -1 for any other character.
-constexpr std::array<std::int8_t, 256> kDigits = [] {
-    std::array<std::int8_t, 256> digits{};
+constexpr std::array<int, 256> kDigits = [] {
+    std::array<int, 256> digits{};
     digits.fill(-1);
     for (int value = 0; value < 16; ++value) {
-        digits[static_cast<unsigned char>("0123456789abcdef"[value])] = static_cast<std::int8_t>(value);
-        digits[static_cast<unsigned char>("0123456789ABCDEF"[value])] = static_cast<std::int8_t>(value);
+        digits[static_cast<unsigned char>("0123456789abcdef"[value])] = value;
+        digits[static_cast<unsigned char>("0123456789ABCDEF"[value])] = value;
     }
     return digits;
 }();
