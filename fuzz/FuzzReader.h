@@ -2,6 +2,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <utility>
 
 #include "linux/imageio/ByteSource.h"
 #include "linux/imageio/ImageProperties.h"
@@ -18,7 +19,7 @@ inline int read(const std::uint8_t* data, std::size_t size,
     imageio::ByteSource source(bytesOf(data, size));
     imageio::ImageProperties properties;
     reader(source, properties);
-    static_cast<void>(properties.assemble());
+    static_cast<void>(std::move(properties).assemble());
     return 0;
 }
 
@@ -26,7 +27,7 @@ inline int read(const std::uint8_t* data, std::size_t size,
 inline int read(const std::uint8_t* data, std::size_t size, void (*reader)(imageio::Bytes, imageio::ImageProperties&)) {
     imageio::ImageProperties properties;
     reader(bytesOf(data, size), properties);
-    static_cast<void>(properties.assemble());
+    static_cast<void>(std::move(properties).assemble());
     return 0;
 }
 

@@ -20,9 +20,13 @@ public:
     [[nodiscard]] std::uint64_t byteCount() const { return bytes_.size(); }
 
     /// Reads on the first question; every later one is answered from memory.
-    const ImageProperties& properties() {
-        std::call_once(read_, [this] { format_.read(bytes_, properties_); });
+    const Dictionary& properties() {
+        read();
         return properties_;
+    }
+    std::size_t imageCount() {
+        read();
+        return imageCount_;
     }
 
     /// Every XMP property, which hardly anybody asks for: read by itself.
@@ -37,11 +41,21 @@ public:
     }
 
 private:
+    void read() {
+        std::call_once(read_, [this] {
+            ImageProperties found;
+            format_.read(bytes_, found);
+            imageCount_ = found.imageCount;
+            properties_ = std::move(found).assemble();
+        });
+    }
+
     ByteSource bytes_;
     const ImageFormat& format_;
     Data data_;  // Kept alive for bytes_, which views it.
     std::once_flag read_;
-    ImageProperties properties_;
+    Dictionary properties_;
+    std::size_t imageCount_ = 0;
     std::once_flag readMetadata_;
     Dictionary metadata_;
 };
@@ -82,18 +96,15 @@ std::string_view CGImageSourceGetType(const CGImageSourceRef& source) {
     return source ? source->type() : std::string_view{};
 }
 
-std::size_t CGImageSourceGetCount(const CGImageSourceRef& source) {
-    return source ? source->properties().imageCount : 0;
-}
+std::size_t CGImageSourceGetCount(const CGImageSourceRef& source) { return source ? source->imageCount() : 0; }
 
 std::uint64_t CGImageSourceGetByteCount(const CGImageSourceRef& source) { return source ? source->byteCount() : 0; }
 
 std::optional<Dictionary> CGImageSourceCopyPropertiesAtIndex(const CGImageSourceRef& source, std::size_t index,
                                                              const Dictionary& /*options*/) {
     if (!source || index != 0) return std::nullopt;
-    Dictionary properties = source->properties().assemble();
-    if (properties.empty()) return std::nullopt;
-    return properties;
+    if (source->properties().empty()) return std::nullopt;
+    return source->properties();
 }
 
 std::optional<Dictionary> CGImageSourceCopyMetadataAtIndex(const CGImageSourceRef& source, std::size_t index,

@@ -13,16 +13,15 @@ void ImageProperties::setPixelSize(std::uint64_t width, std::uint64_t height) {
     top.setLiteral(kCGImagePropertyPixelHeight, height);
 }
 
-Dictionary ImageProperties::assemble() const {
-    Dictionary wholeAux = aux;
+Dictionary ImageProperties::assemble() && {
     for (const auto& entry : makerAux)
-        if (!wholeAux.contains(entry.key())) wholeAux.set(entry.key(), entry.value);
-    const std::array<std::pair<std::string_view, const Dictionary*>, 12> parts{{
+        if (!aux.contains(entry.key())) aux.set(entry.key(), entry.value);
+    const std::array<std::pair<std::string_view, Dictionary*>, 12> parts{{
         {kCGImagePropertyExifDictionary, &exif},
         {kCGImagePropertyTIFFDictionary, &tiff},
         {kCGImagePropertyGPSDictionary, &gps},
         {kCGImagePropertyIPTCDictionary, &iptc},
-        {kCGImagePropertyExifAuxDictionary, &wholeAux},
+        {kCGImagePropertyExifAuxDictionary, &aux},
         {kCGImagePropertyPictureStyleDictionary, &pictureStyle},
         {kCGImagePropertyPNGDictionary, &png},
         {kCGImagePropertyGIFDictionary, &gif},
@@ -31,10 +30,9 @@ Dictionary ImageProperties::assemble() const {
         {kCGImagePropertyWebPDictionary, &webp},
         {kCGImagePropertyDNGDictionary, &dng},
     }};
-    Dictionary whole = top;
     for (const auto& [name, part] : parts)
-        if (!part->empty()) whole.setLiteral(name, *part);
-    return whole;
+        if (!part->empty()) top.appendLiteral(name, std::move(*part));
+    return std::move(top);
 }
 
 }  // namespace tessaly::imageio

@@ -26,12 +26,12 @@ struct ImageProperties {
 
     /// Sets `key` (which must live as long as the program) where it is still absent.
     static void add(Dictionary& dictionary, std::string_view key, Value value) {
-        if (!value.isNull() && !dictionary.contains(key)) dictionary.setLiteral(key, std::move(value));
+        if (!value.isNull() && !dictionary.contains(key)) dictionary.appendLiteral(key, std::move(value));
     }
     void setPixelSize(std::uint64_t width, std::uint64_t height);
 
-    /// One dictionary of the platform's shape; sub-dictionaries that stayed empty are left out.
-    [[nodiscard]] Dictionary assemble() const;
+    /// One dictionary of the platform's shape; sub-dictionaries that stayed empty are left out. Takes what it needs.
+    [[nodiscard]] Dictionary assemble() &&;
 };
 
 }  // namespace tessaly::imageio

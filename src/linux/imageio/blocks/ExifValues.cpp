@@ -173,16 +173,17 @@ Value dateValue(Bytes bytes) {
 }
 
 Value versionValue(Bytes bytes) {
-    std::vector<Value> digits;
-    for (const std::byte byte : bytes.first(std::min<std::size_t>(bytes.size(), 4))) {
-        const auto value = std::to_integer<int>(byte);
+    std::array<Value, 4> digits;
+    std::size_t count = 0;
+    for (std::size_t i = 0; i < std::min(bytes.size(), digits.size()); ++i) {
+        const auto value = std::to_integer<int>(bytes[i]);
         const int digit = value >= '0' && value <= '9' ? value - '0' : value;
         if (digit > 9) return {};
-        digits.emplace_back(digit);
+        // "0231" is 2.31: the first digit counts only when it is one.
+        if (i > 0 || digit != 0 || bytes.size() < digits.size()) digits[count++] = digit;
     }
-    if (digits.size() == 4 && digits[0] == Value(0)) digits.erase(digits.begin());
-    while (digits.size() > 2 && digits.back() == Value(0)) digits.pop_back();
-    return digits.empty() ? Value() : Value(Array(std::move(digits)));
+    while (count > 2 && digits[count - 1] == Value(0)) --count;
+    return count == 0 ? Value() : Value(Array(std::vector<Value>(digits.begin(), digits.begin() + count)));
 }
 
 /// UTF-16 without a byte order mark: the order in which more of the high halves are zero.

@@ -177,20 +177,18 @@ Value converted(const Value& value, Form form) {
     }
 }
 
+/// The prefixes that occur in the table above, and that of the mark below.
+constexpr std::array<std::string_view, 9> kMappedNamespaces{"dc",   "photoshop", "Iptc4xmpCore", "xmp",    "aux",
+                                                            "tiff", "exif",      "exifEX",       "xmpNote"};
+
 constexpr std::string_view kExtendedMark = "xmpNote:HasExtendedXMP";
 
 std::size_t mappingOf(std::string_view qualifiedName) {
     return static_cast<std::size_t>(std::ranges::find(kMappings, qualifiedName, &Mapping::xmp) - kMappings.begin());
 }
 
-bool hasPrefix(std::string_view qualifiedName, std::string_view prefix) {
-    return qualifiedName.size() > prefix.size() && qualifiedName[prefix.size()] == ':' &&
-           qualifiedName.starts_with(prefix);
-}
-
 bool isMappedNamespace(std::string_view prefix) {
-    return prefix == "xmpNote" ||
-           std::ranges::any_of(kMappings, [prefix](const Mapping& mapping) { return hasPrefix(mapping.xmp, prefix); });
+    return std::ranges::find(kMappedNamespaces, prefix) != kMappedNamespaces.end();
 }
 
 bool isMapped(std::string_view prefix, std::string_view name) {

@@ -63,6 +63,7 @@ constexpr std::array kFormats{
 constexpr std::size_t kLongestMark = 18;
 constexpr std::uint16_t kMostEntries = 512;
 constexpr std::uint64_t kInlineSize = 4;
+constexpr std::size_t kEnoughInside = 4;  // Values that stand where they should: the note was not moved.
 
 bool startsWithMake(std::string_view make, std::string_view prefix) {
     return make.size() >= prefix.size() && std::ranges::equal(make.substr(0, prefix.size()), prefix, {}, [](char c) {
@@ -104,6 +105,7 @@ void correctBase(TiffContext& tiff, const TiffDirectory& directory, const MakerN
         lowest = std::min(lowest, entry.position);
         const bool fits = entry.position >= end && entry.position - note.position <= note.length - length;
         ++(fits ? inside : outside);
+        if (outside == 0 && inside == kEnoughInside) return;
     }
     if (outside <= inside || lowest == UINT64_MAX) return;
     tiff.base += end + kInlineSize - lowest;  // Wraps round for a note that was moved towards the start.
