@@ -54,8 +54,10 @@ ExifValue ExifInformation::AspectRatioFraction() const {
     const auto width = static_cast<std::int64_t>(dimensions.width);
     const auto height = static_cast<std::int64_t>(dimensions.height);
     if (const std::int64_t divisor = GCD_with(width, height); divisor != 0) {
-        const auto across = static_cast<double>(width / divisor);
-        const auto down = static_cast<double>(height / divisor);
+        const std::int64_t reducedWidth = width / divisor;
+        const std::int64_t reducedHeight = height / divisor;
+        const auto across = static_cast<double>(reducedWidth);
+        const auto down = static_cast<double>(reducedHeight);
         // A reduced width above 16 tells nobody anything: add the ratio.
         if (across > 16 && height != 0)
             value.exifValueReadableFormat = formatted(localized("%0.0f/%0.0f (%f)"), across, down,

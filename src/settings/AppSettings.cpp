@@ -8,7 +8,7 @@
 
 namespace tessaly {
 
-AppSettings::AppSettings(std::string_view suiteName, std::shared_ptr<NSUserDefaults> standard)
+AppSettings::AppSettings(std::string_view suiteName, const std::shared_ptr<NSUserDefaults>& standard)
     : suite_(std::make_unique<NSUserDefaults>(suiteName)) {
     load(photoList_, *standard, false);
     load(videoList_, *standard, true);

@@ -12,7 +12,7 @@ namespace tessaly {
 class AppSettings {
 public:
     /// Loads the lists from the suite; a list that an older version kept in `standard` moves into the suite once.
-    AppSettings(std::string_view suiteName, std::shared_ptr<NSUserDefaults> standard);
+    AppSettings(std::string_view suiteName, const std::shared_ptr<NSUserDefaults>& standard);
     [[nodiscard]] static AppSettings& sharedInstance();
 
     [[nodiscard]] static ExifKeys exifKeysDefaultOrderedArray();
