@@ -13,7 +13,7 @@
 namespace tessaly::cli {
 namespace {
 
-constexpr std::array<std::string_view, 6> kCommands{"show", "share", "scan", "settings", "keys", "help"};
+constexpr std::array<std::string_view, 7> kCommands{"show", "share", "scan", "strip", "settings", "keys", "help"};
 constexpr std::array<std::string_view, 4> kProgramOptions{"-h", "--help", "--version", "-V"};
 
 constexpr const char* kDescription =
@@ -87,6 +87,7 @@ int run(std::vector<std::string> arguments) {
     addShowCommand(program, status);
     addShareCommand(program, status);
     addScanCommand(program, status);
+    addStripCommand(program, status);
     addSettingsCommand(program, status);
     addKeysCommand(program, status);
 

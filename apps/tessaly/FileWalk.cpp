@@ -9,6 +9,8 @@
 #include <memory>
 #include <vector>
 
+#include "Output.h"
+
 namespace tessaly::cli {
 namespace {
 
@@ -84,6 +86,33 @@ private:
 bool walkTree(const std::string& folder, const std::function<bool(const std::string&)>& visit,
               const std::function<void(const std::string&, const std::string&)>& complain) {
     return TreeWalk(visit, complain).walk(folder, 0);
+}
+
+bool isFolder(const std::string& path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+std::vector<std::string> namedFiles(const std::vector<std::string>& arguments, bool opensFolders, bool& failed) {
+    std::vector<std::string> files;
+    const auto complainAbout = [&failed](const std::string& path, const std::string& why) {
+        complain(path, why);
+        failed = true;
+    };
+    for (const std::string& path : arguments) {
+        if (!opensFolders || !isFolder(path)) {
+            files.push_back(path);
+            continue;
+        }
+        walkTree(
+            path,
+            [&files](const std::string& file) {
+                files.push_back(file);
+                return true;
+            },
+            complainAbout);
+    }
+    return files;
 }
 
 }  // namespace tessaly::cli

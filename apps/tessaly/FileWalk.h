@@ -1,6 +1,7 @@
 #pragma once
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace tessaly::cli {
 
@@ -11,5 +12,12 @@ namespace tessaly::cli {
 /// @return false when stopped.
 bool walkTree(const std::string& folder, const std::function<bool(const std::string& path)>& visit,
               const std::function<void(const std::string& path, const std::string& why)>& complain);
+
+[[nodiscard]] bool isFolder(const std::string& path);
+
+/// The files that arguments name; with `opensFolders` a folder stands for all files below it. A folder that cannot be
+/// read is complained about, and sets `failed`.
+[[nodiscard]] std::vector<std::string> namedFiles(const std::vector<std::string>& arguments, bool opensFolders,
+                                                  bool& failed);
 
 }  // namespace tessaly::cli

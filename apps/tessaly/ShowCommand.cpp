@@ -1,5 +1,3 @@
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <cstdint>
 #include <functional>
@@ -34,11 +32,6 @@ void checkKeys(const std::vector<std::string>& keys) {
         throw CLI::ValidationError("--keys: '" + key + "' is not the name of a key" +
                                    suggestion(key, ExifInformation::keyNames()));
     }
-}
-
-bool isFolder(const std::string& path) {
-    struct stat status {};
-    return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
 /// One form of output: what comes before, between and after the files.
@@ -118,35 +111,12 @@ std::unique_ptr<Report> reportFor(const ShowOptions& options, const KeySelection
     return std::make_unique<PageReport>(selection);
 }
 
-/// The files that the arguments name, folders opened up where that was asked for.
-std::vector<std::string> filesOf(const ShowOptions& options, bool& failed) {
-    std::vector<std::string> files;
-    const auto complainAbout = [&failed](const std::string& path, const std::string& why) {
-        complain(path, why);
-        failed = true;
-    };
-    for (const std::string& path : options.files) {
-        if (!options.recursive || !isFolder(path)) {
-            files.push_back(path);
-            continue;
-        }
-        walkTree(
-            path,
-            [&files](const std::string& file) {
-                files.push_back(file);
-                return true;
-            },
-            complainAbout);
-    }
-    return files;
-}
-
 int show(const ShowOptions& options) {
     checkKeys(options.keys);
     const KeySelection selection =
         options.keys.empty() ? KeySelection::usersOwn(options.all) : KeySelection::named(options.keys);
     bool failed = false;
-    const std::vector<std::string> files = filesOf(options, failed);
+    const std::vector<std::string> files = namedFiles(options.files, options.recursive, failed);
     const auto report = reportFor(options, selection);
     Output& output = Output::standard();
     Progress progress(files.size());

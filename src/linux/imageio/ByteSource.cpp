@@ -32,6 +32,18 @@ FileFault faultOf(int error) {
     }
 }
 
+/// As much as there is, up to the size of `target`.
+std::size_t readAt(int file, std::uint64_t offset, std::span<std::byte> target) {
+    std::size_t done = 0;
+    while (done < target.size()) {
+        const auto got = ::pread(file, target.data() + done, target.size() - done, static_cast<off_t>(offset + done));
+        if (got < 0 && errno == EINTR) continue;
+        if (got <= 0) break;
+        done += static_cast<std::size_t>(got);
+    }
+    return done;
+}
+
 }  // namespace
 
 std::optional<ByteSource> ByteSource::openFile(const std::string& path, FileFault& fault) {
@@ -159,17 +171,20 @@ Bytes ByteSource::bytesUpTo(std::uint64_t offset, std::uint64_t length) {
     return bytes(offset, std::min(length, size_ - offset)).value_or(Bytes{});
 }
 
+std::size_t ByteSource::copyTo(std::uint64_t offset, std::span<std::byte> target) {
+    if (offset >= size_) return 0;
+    target = target.first(static_cast<std::size_t>(std::min<std::uint64_t>(target.size(), size_ - offset)));
+    if (parent_) return parent_->copyTo(parentStart_ + offset, target);
+    if (file_ >= 0) return readAt(file_, offset, target);
+    std::ranges::copy(window_.subspan(static_cast<std::size_t>(offset), target.size()), target.begin());
+    return target.size();
+}
+
 /// Reads and keeps `length` bytes; fewer when the file has shrunk, none when the limit is reached.
 Bytes ByteSource::load(std::uint64_t offset, std::size_t length) {
     if (length == 0 || length > kMemoryLimit - kept_) return {};
     auto memory = std::make_unique_for_overwrite<std::byte[]>(length);
-    std::size_t done = 0;
-    while (done < length) {
-        const auto got = ::pread(file_, memory.get() + done, length - done, static_cast<off_t>(offset + done));
-        if (got < 0 && errno == EINTR) continue;
-        if (got <= 0) break;
-        done += static_cast<std::size_t>(got);
-    }
+    const std::size_t done = readAt(file_, offset, {memory.get(), length});
     const Bytes view(memory.get(), done);
     if (done == 0) return {};
     memory_.push_back(std::move(memory));

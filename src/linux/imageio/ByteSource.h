@@ -55,6 +55,13 @@ public:
     /// At most `length` bytes from `offset`: fewer at the end, none beyond it.
     [[nodiscard]] Bytes bytesUpTo(std::uint64_t offset, std::uint64_t length);
 
+    /// Copies bytes from `offset` on into `target` and keeps none of them, for what is passed on or scanned once.
+    /// @return how many there were.
+    std::size_t copyTo(std::uint64_t offset, std::span<std::byte> target);
+
+    /// The descriptor of a file, -1 of memory. It stays the source's own.
+    [[nodiscard]] int descriptor() const noexcept { return file_; }
+
     template <std::unsigned_integral T>
     [[nodiscard]] std::optional<T> read(std::uint64_t offset, ByteOrder order = ByteOrder::big) {
         const auto part = bytes(offset, sizeof(T));

@@ -79,6 +79,25 @@ std::string utf8FromUtf16(Bytes text, ByteOrder order) {
     return result;
 }
 
+std::u16string utf16Of(std::string_view text) {
+    std::u16string result;
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t length = utf8SequenceLength(text, at);
+        char32_t point = static_cast<unsigned char>(text[at]);
+        if (length == 0) point = 0xFFFD;
+        if (length > 1) point &= 0xFFU >> (length + 1);
+        for (std::size_t i = 1; i < length; ++i) point = point << 6 | (static_cast<unsigned char>(text[at + i]) & 0x3FU);
+        at += length == 0 ? 1 : length;
+        if (point < 0x10000) {
+            result += static_cast<char16_t>(point);
+        } else {
+            result += static_cast<char16_t>(0xD800 + ((point - 0x10000) >> 10));
+            result += static_cast<char16_t>(0xDC00 + ((point - 0x10000) & 0x3FF));
+        }
+    }
+    return result;
+}
+
 std::string_view trimmed(std::string_view text) noexcept {
     text = text.substr(0, text.find('\0'));
     const auto last = text.find_last_not_of(" \t\r\n");

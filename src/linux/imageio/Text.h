@@ -15,6 +15,8 @@ namespace tessaly::imageio {
 [[nodiscard]] std::string utf8FromWindows1252(std::string_view text);
 /// UTF-16 of the given byte order; a byte order mark at its head overrules it. Stops at a NUL.
 [[nodiscard]] std::string utf8FromUtf16(Bytes text, ByteOrder order);
+/// Valid UTF-8 as UTF-16.
+[[nodiscard]] std::u16string utf16Of(std::string_view text);
 void appendUtf8(std::string& text, char32_t codePoint);
 
 /// The text up to the first NUL, without blanks at its end.

@@ -80,6 +80,11 @@ void read(ByteSource& source, AVAsset& asset) {
 
 }  // namespace
 
+std::string_view media::movieTypeOf(ByteSource& source) {
+    const auto format = formatOf(source);
+    return format ? format->typeIdentifier : std::string_view{};
+}
+
 std::shared_ptr<AVAsset> AVAsset::assetWithURL(const std::string& path) {
     auto asset = std::make_shared<AVAsset>();
     auto source = ByteSource::openFile(path, asset->fault);

@@ -1,4 +1,6 @@
 #pragma once
+#include <string_view>
+
 #include "linux/imageio/ByteSource.h"
 #include "platform/AVFoundation/AVAsset.h"
 
@@ -9,5 +11,8 @@ namespace tessaly::media {
 void readMovie(imageio::ByteSource& source, AVAsset& asset);
 /// Matroska (RFC 9559) and WebM.
 void readMatroska(imageio::ByteSource& source, AVAsset& asset);
+
+/// Uniform type identifier of a movie, by its content; "" of anything else.
+[[nodiscard]] std::string_view movieTypeOf(imageio::ByteSource& source);
 
 }  // namespace tessaly::media

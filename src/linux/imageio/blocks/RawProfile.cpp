@@ -57,6 +57,20 @@ std::vector<std::byte> decodedRawProfile(std::string_view text) {
     return bytes;
 }
 
+std::string encodedRawProfile(std::string_view type, Bytes profile) {
+    constexpr std::size_t perLine = 36;
+    std::string length = std::to_string(profile.size());
+    length.insert(0, 8 - std::min<std::size_t>(8, length.size()), ' ');
+    std::string text = "\n" + std::string(type) + "\n" + length;
+    for (std::size_t i = 0; i < profile.size(); ++i) {
+        if (i % perLine == 0) text += '\n';
+        const auto byte = std::to_integer<unsigned>(profile[i]);
+        text += "0123456789abcdef"[byte >> 4U];
+        text += "0123456789abcdef"[byte & 15U];
+    }
+    return text + "\n";
+}
+
 void readRawProfile(std::string_view type, Bytes profile, ImageProperties& properties) {
     const std::string_view text = asText(profile);
     if (text.starts_with(kXmpMark)) {

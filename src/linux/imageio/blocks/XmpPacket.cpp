@@ -20,29 +20,31 @@ constexpr std::string_view kRdf = "http://www.w3.org/1999/02/22-rdf-syntax-ns#";
 using std::string_view_literals::operator""sv;
 using Element = XmlTree::Element;
 
+using Prefix = std::pair<std::string_view, std::string_view>;
+
 /// The customary prefix of each namespace that is looked for by name.
 constexpr std::array kPrefixes{
-    std::pair{kRdf, "rdf"sv},
-    std::pair{"http://purl.org/dc/elements/1.1/"sv, "dc"sv},
-    std::pair{"http://ns.adobe.com/xap/1.0/"sv, "xmp"sv},
-    std::pair{"http://ns.adobe.com/xap/1.0/rights/"sv, "xmpRights"sv},
-    std::pair{"http://ns.adobe.com/xap/1.0/mm/"sv, "xmpMM"sv},
-    std::pair{"http://ns.adobe.com/xmp/note/"sv, "xmpNote"sv},
-    std::pair{"http://ns.adobe.com/photoshop/1.0/"sv, "photoshop"sv},
-    std::pair{"http://ns.adobe.com/exif/1.0/"sv, "exif"sv},
-    std::pair{"http://cipa.jp/exif/1.0/"sv, "exifEX"sv},
-    std::pair{"http://ns.adobe.com/exif/1.0/aux/"sv, "aux"sv},
-    std::pair{"http://ns.adobe.com/tiff/1.0/"sv, "tiff"sv},
-    std::pair{"http://ns.adobe.com/camera-raw-settings/1.0/"sv, "crs"sv},
-    std::pair{"http://iptc.org/std/Iptc4xmpCore/1.0/xmlns/"sv, "Iptc4xmpCore"sv},
-    std::pair{"http://iptc.org/std/Iptc4xmpExt/2008-02-29/"sv, "Iptc4xmpExt"sv},
-    std::pair{"http://ns.google.com/photos/1.0/camera/"sv, "GCamera"sv},
-    std::pair{"http://ns.google.com/photos/1.0/container/"sv, "Container"sv},
-    std::pair{"http://ns.adobe.com/hdr-gain-map/1.0/"sv, "hdrgm"sv},
-    std::pair{"http://ns.apple.com/HDRGainMap/1.0/"sv, "HDRGainMap"sv},
-    std::pair{"http://ns.adobe.com/xmp/1.0/DynamicMedia/"sv, "xmpDM"sv},
-    std::pair{"http://www.metadataworkinggroup.com/schemas/regions/"sv, "mwg-rs"sv},
-    std::pair{"http://ns.microsoft.com/photo/1.0/"sv, "MicrosoftPhoto"sv},
+    Prefix{kRdf, "rdf"sv},
+    Prefix{"http://purl.org/dc/elements/1.1/"sv, "dc"sv},
+    Prefix{"http://ns.adobe.com/xap/1.0/"sv, "xmp"sv},
+    Prefix{"http://ns.adobe.com/xap/1.0/rights/"sv, "xmpRights"sv},
+    Prefix{"http://ns.adobe.com/xap/1.0/mm/"sv, "xmpMM"sv},
+    Prefix{"http://ns.adobe.com/xmp/note/"sv, "xmpNote"sv},
+    Prefix{"http://ns.adobe.com/photoshop/1.0/"sv, "photoshop"sv},
+    Prefix{"http://ns.adobe.com/exif/1.0/"sv, "exif"sv},
+    Prefix{"http://cipa.jp/exif/1.0/"sv, "exifEX"sv},
+    Prefix{"http://ns.adobe.com/exif/1.0/aux/"sv, "aux"sv},
+    Prefix{"http://ns.adobe.com/tiff/1.0/"sv, "tiff"sv},
+    Prefix{"http://ns.adobe.com/camera-raw-settings/1.0/"sv, "crs"sv},
+    Prefix{"http://iptc.org/std/Iptc4xmpCore/1.0/xmlns/"sv, "Iptc4xmpCore"sv},
+    Prefix{"http://iptc.org/std/Iptc4xmpExt/2008-02-29/"sv, "Iptc4xmpExt"sv},
+    Prefix{"http://ns.google.com/photos/1.0/camera/"sv, "GCamera"sv},
+    Prefix{"http://ns.google.com/photos/1.0/container/"sv, "Container"sv},
+    Prefix{"http://ns.adobe.com/hdr-gain-map/1.0/"sv, "hdrgm"sv},
+    Prefix{"http://ns.apple.com/HDRGainMap/1.0/"sv, "HDRGainMap"sv},
+    Prefix{"http://ns.adobe.com/xmp/1.0/DynamicMedia/"sv, "xmpDM"sv},
+    Prefix{"http://www.metadataworkinggroup.com/schemas/regions/"sv, "mwg-rs"sv},
+    Prefix{"http://ns.microsoft.com/photo/1.0/"sv, "MicrosoftPhoto"sv},
 };
 
 std::pair<std::string_view, std::string_view> split(std::string_view name) {
@@ -89,9 +91,8 @@ private:
         for (const XmlTree::Attribute& attribute : element.attributes()) {
             if (!attribute.name.starts_with("xmlns:")) continue;
             const std::string_view prefix = attribute.name.substr(6);
-            const auto known =
-                std::ranges::find(kPrefixes, attribute.rawValue, &std::pair<std::string_view, std::string_view>::first);
-            const std::string_view customary = known != kPrefixes.end() ? known->second : prefix;
+            const std::string_view known = customaryPrefix(attribute.rawValue);
+            const std::string_view customary = known.empty() ? prefix : known;
             scopes_.push_back({prefix, customary, wantsEverything() || selection_.wantsNamespace(customary)});
         }
     }
@@ -224,11 +225,26 @@ std::string utf8Packet(Bytes packet) {
 
 }  // namespace
 
-void visitXmpPacket(Bytes packet, const XmpSelection& selection, const XmpVisitor& visit) {
+std::string_view customaryPrefix(std::string_view namespaceName) noexcept {
+    const auto known = std::ranges::find(kPrefixes, namespaceName, &Prefix::first);
+    return known == kPrefixes.end() ? std::string_view() : known->second;
+}
+
+std::string_view namespaceOfPrefix(std::string_view prefix) noexcept {
+    const auto known = std::ranges::find(kPrefixes, prefix, &Prefix::second);
+    return known == kPrefixes.end() ? std::string_view() : known->first;
+}
+
+std::string_view xmpText(Bytes packet, std::string& converted) {
     packet = packet.first(std::min(packet.size(), kMaximumPacket));
-    const std::string converted = utf8Packet(packet);
+    converted = utf8Packet(packet);
     const std::string_view text = converted.empty() ? asText(packet) : std::string_view(converted);
-    const XmlTree tree(text.substr(std::min(text.find('<'), text.size())));
+    return text.substr(std::min(text.find('<'), text.size()));
+}
+
+void visitXmpPacket(Bytes packet, const XmpSelection& selection, const XmpVisitor& visit) {
+    std::string converted;
+    const XmlTree tree(xmpText(packet, converted));
     if (tree.root()) XmpWalk(selection, visit).readDocument(tree.root());
 }
 

@@ -8,32 +8,16 @@
 
 #include "linux/imageio/blocks/Blocks.h"
 #include "linux/imageio/containers/Containers.h"
+#include "linux/imageio/containers/JpegSegments.h"
 #include "platform/ImageIO/CGImageProperties.h"
 
 namespace tessaly::imageio {
 namespace {
 
-using namespace std::string_view_literals;
+using namespace jpeg;
 
-// ITU-T T.81, table B.1.
-constexpr std::uint8_t kStartOfImage = 0xD8;
-constexpr std::uint8_t kEndOfImage = 0xD9;
-constexpr std::uint8_t kStartOfScan = 0xDA;
-constexpr std::uint8_t kApp0 = 0xE0;
-constexpr std::uint8_t kApp1 = 0xE1;
-constexpr std::uint8_t kApp2 = 0xE2;
-constexpr std::uint8_t kApp13 = 0xED;
-
-constexpr std::size_t kMaximumSegments = 4096;
 constexpr std::size_t kMaximumJoined = 8 * 1024 * 1024;
 constexpr std::size_t kMaximumPackets = 4;
-constexpr std::uint64_t kMaximumFill = 64 * 1024;
-
-constexpr auto kExifMark = "Exif\0"sv;
-constexpr auto kXmpMark = "http://ns.adobe.com/xap/1.0/\0"sv;
-constexpr auto kExtendedXmpMark = "http://ns.adobe.com/xmp/extension/\0"sv;
-constexpr auto kIccMark = "ICC_PROFILE\0"sv;
-constexpr auto kPhotoshopMark = "Photoshop 3.0\0"sv;
 
 struct Segment {
     std::uint64_t position = 0;  ///< Of the payload, after the length.
@@ -44,8 +28,6 @@ bool isFrame(std::uint8_t marker) {
     return marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC;
 }
 
-bool standsAlone(std::uint8_t marker) { return marker == 0x01 || (marker >= 0xD0 && marker <= 0xD7); }
-
 /// Reads one JPEG from its first marker to the start of its scan.
 class JpegWalk {
 public:
@@ -54,7 +36,7 @@ public:
     void read() {
         std::uint64_t position = 2;
         for (std::size_t count = 0; count < kMaximumSegments; ++count) {
-            const auto marker = nextMarker(position);
+            const auto marker = nextMarker(source_, position);
             if (!marker || *marker == kEndOfImage || *marker == kStartOfScan) break;
             if (standsAlone(*marker) || *marker == kStartOfImage) continue;
             const auto length = source_.read<std::uint16_t>(position);
@@ -67,19 +49,6 @@ public:
     }
 
 private:
-    /// The marker at or after `position`, which then stands behind it. Stray bytes between segments are skipped.
-    std::optional<std::uint8_t> nextMarker(std::uint64_t& position) {
-        for (std::uint64_t skipped = 0; skipped < kMaximumFill; ++skipped, ++position) {
-            const auto two = source_.bytes(position, 2);
-            if (!two) return std::nullopt;
-            const auto code = std::to_integer<std::uint8_t>((*two)[1]);
-            if ((*two)[0] != std::byte{0xFF} || code == 0xFF || code == 0) continue;
-            position += 2;
-            return code;
-        }
-        return std::nullopt;
-    }
-
     bool startsWith(const Segment& segment, std::string_view mark) {
         const auto head = source_.bytes(segment.position, mark.size());
         return segment.length >= mark.size() && head && asText(*head) == mark;
@@ -124,14 +93,14 @@ private:
     void noteApp2(const Segment& segment) {
         if (startsWith(segment, kIccMark) && segment.length > 14) {
             icc_.push_back(segment);
-        } else if (startsWith(segment, "MPF\0"sv)) {
+        } else if (startsWith(segment, kMpfMark)) {
             mpf_ = without(segment, 4);
         }
     }
 
     // JFIF 1.02, page 5.
     void readJfif(const Segment& segment) {
-        if (!startsWith(segment, "JFIF\0"sv)) return;
+        if (!startsWith(segment, kJfifMark)) return;
         const auto body = source_.bytes(segment.position, 12);
         if (!body || segment.length < 12) return;
         const auto at = [&](std::size_t i) { return std::to_integer<int>((*body)[i]); };
@@ -277,6 +246,18 @@ private:
 };
 
 }  // namespace
+
+std::optional<std::uint8_t> jpeg::nextMarker(ByteSource& source, std::uint64_t& position) {
+    for (std::uint64_t skipped = 0; skipped < kMaximumFill; ++skipped, ++position) {
+        const auto two = source.bytes(position, 2);
+        if (!two) return std::nullopt;
+        const auto code = std::to_integer<std::uint8_t>((*two)[1]);
+        if ((*two)[0] != std::byte{0xFF} || code == 0xFF || code == 0) continue;
+        position += 2;
+        return code;
+    }
+    return std::nullopt;
+}
 
 void readJpeg(ByteSource& source, ImageProperties& properties) { JpegWalk(source, properties).read(); }
 

@@ -9,6 +9,7 @@
 #include "linux/imageio/blocks/Blocks.h"
 #include "linux/imageio/blocks/RawProfile.h"
 #include "linux/imageio/containers/Containers.h"
+#include "linux/imageio/containers/PngText.h"
 #include "platform/ImageIO/CGImageProperties.h"
 
 // PNG, third edition (W3C).
@@ -43,6 +44,11 @@ constexpr std::array kTexts{
     std::pair{"Source"sv, "Source"sv},
     std::pair{"Comment"sv, "Comment"sv},
 };
+
+Bytes behindTerminator(Bytes text) {
+    const auto end = asText(text).find('\0');
+    return end == std::string_view::npos ? Bytes{} : text.subspan(end + 1);
+}
 
 class PngWalk {
 public:
@@ -159,20 +165,10 @@ private:
     void readText(std::string_view kind, const Chunk& chunk) {
         const auto bytes = bytesOf(chunk, 2);
         if (!bytes) return;
-        const auto end = asText(*bytes).find('\0');
-        if (end == std::string_view::npos) return;
-        const std::string_view keyword = asText(bytes->first(end));
-        Bytes body = bytes->subspan(end + 1);
+        const auto text = readPngText(kind, *bytes);
+        if (!text) return;
+        auto [keyword, body, compressed] = *text;
         std::vector<std::byte> storage;
-        bool compressed = kind == "zTXt"sv;
-        if (kind == "iTXt"sv) {
-            if (body.size() < 2) return;
-            compressed = body[0] != std::byte{0};
-            body = behindTerminator(behindTerminator(body.subspan(2)));  // Language, translated keyword.
-        } else if (compressed) {
-            if (body.empty()) return;
-            body = body.subspan(1);
-        }
         if (compressed) {
             if (properties_.png.contains(keyOf(keyword))) return;
             const bool isBlock = keyword.starts_with("XML:"sv) || keyword.starts_with("Raw profile"sv);
@@ -187,11 +183,6 @@ private:
         std::vector<std::byte> bytes = inflated(compressed, std::min(limit, budget_));
         budget_ -= bytes.size();
         return bytes;
-    }
-
-    static Bytes behindTerminator(Bytes text) {
-        const auto end = asText(text).find('\0');
-        return end == std::string_view::npos ? Bytes{} : text.subspan(end + 1);
     }
 
     void keep(std::string_view keyword, Bytes body) {
@@ -237,6 +228,22 @@ private:
 };
 
 }  // namespace
+
+std::optional<PngText> readPngText(std::string_view type, Bytes chunk) {
+    const auto end = asText(chunk).find('\0');
+    if (end == std::string_view::npos) return std::nullopt;
+    PngText text{asText(chunk.first(end)), chunk.subspan(end + 1), false};
+    if (type == "iTXt"sv) {
+        if (text.body.size() < 2) return std::nullopt;
+        text.compressed = text.body[0] != std::byte{0};
+        text.body = behindTerminator(behindTerminator(text.body.subspan(2)));  // Language, translated keyword.
+    } else if (type == "zTXt"sv) {
+        if (text.body.empty()) return std::nullopt;
+        text.compressed = true;
+        text.body = text.body.subspan(1);
+    }
+    return text;
+}
 
 void readPng(ByteSource& source, ImageProperties& properties) { PngWalk(source, properties).read(); }
 

@@ -111,18 +111,18 @@ void correctBase(TiffContext& tiff, const TiffDirectory& directory, const MakerN
     tiff.base += end + kInlineSize - lowest;  // Wraps round for a note that was moved towards the start.
 }
 
-void readDirectory(TiffContext tiff, const NoteFormat& format, const MakerNoteEntry& note, std::uint64_t position,
-                   std::string_view model, ImageProperties& properties) {
+std::optional<OpenedNote> openDirectory(TiffContext tiff, const NoteFormat& format, const MakerNoteEntry& note,
+                                        std::uint64_t position) {
     chooseOrder(tiff, position);
     tiff.big = false;
     TiffDirectory directory = readTiffDirectory(tiff, position - tiff.base);
-    if (directory.entries.empty()) return;
+    if (directory.entries.empty()) return std::nullopt;
     if (format.base == NoteBase::outer) {
         const std::uint64_t base = tiff.base;
         correctBase(tiff, directory, note, position);
         if (tiff.base != base) directory = readTiffDirectory(tiff, position - tiff.base);
     }
-    format.read({tiff, directory, model}, properties);
+    return OpenedNote{tiff, position, directory, format.read};
 }
 
 }  // namespace
@@ -134,12 +134,13 @@ void addNoteTags(TiffContext& tiff, const TiffDirectory& directory, std::span<co
             ImageProperties::add(properties.*dictionary, name, tiffValue(tiff, *entry, form));
 }
 
-void readMakerNote(TiffContext& tiff, const MakerNoteEntry& note, std::string_view make, std::string_view model,
-                   ImageProperties& properties) {
+std::optional<OpenedNote> openMakerNote(TiffContext& tiff, std::uint64_t notePosition, std::uint64_t length,
+                                        std::string_view make) {
+    const MakerNoteEntry note{notePosition, length};
     const std::string_view head =
         asText(tiff.source.bytesUpTo(note.position, std::min<std::uint64_t>(note.length, kLongestMark)));
     const NoteFormat* format = formatOf(head, make);
-    if (!format || head.size() < 8) return;
+    if (!format || head.size() < 8) return std::nullopt;
     TiffContext inner = tiff;
     std::uint64_t position = note.position + format->head;
     switch (format->base) {
@@ -155,7 +156,7 @@ void readMakerNote(TiffContext& tiff, const MakerNoteEntry& note, std::string_vi
             break;
         case NoteBase::header: {
             auto header = readTiffHeader(tiff.source, position);
-            if (!header) return;
+            if (!header) return std::nullopt;
             inner.order = header->context.order;
             inner.base = position;
             position += header->firstDirectory;
@@ -163,14 +164,20 @@ void readMakerNote(TiffContext& tiff, const MakerNoteEntry& note, std::string_vi
         }
         case NoteBase::self: {
             const auto offset = tiff.source.read<std::uint32_t>(position, ByteOrder::little);
-            if (!offset) return;
+            if (!offset) return std::nullopt;
             inner.order = ByteOrder::little;
             inner.base = note.position;
             position = note.position + *offset;
             break;
         }
     }
-    readDirectory(inner, *format, note, position, model, properties);
+    return openDirectory(inner, *format, note, position);
+}
+
+void readMakerNote(TiffContext& tiff, const MakerNoteEntry& note, std::string_view make, std::string_view model,
+                   ImageProperties& properties) {
+    if (auto opened = openMakerNote(tiff, note.position, note.length, make))
+        opened->read({opened->tiff, opened->directory, model}, properties);
 }
 
 }  // namespace tessaly::imageio

@@ -1,4 +1,5 @@
 #pragma once
+#include <optional>
 #include <span>
 #include <string_view>
 
@@ -28,6 +29,18 @@ struct MakerDirectory {
     const TiffDirectory& directory;
     std::string_view model;
 };
+
+using NoteReader = void (*)(const MakerDirectory& note, ImageProperties& properties);
+
+/// A note whose format is known: its directory, and how its offsets count. `read` tells the makers apart.
+struct OpenedNote {
+    TiffContext tiff;
+    std::uint64_t directoryPosition = 0;  ///< In the source.
+    TiffDirectory directory;
+    NoteReader read = nullptr;
+};
+[[nodiscard]] std::optional<OpenedNote> openMakerNote(TiffContext& tiff, std::uint64_t position, std::uint64_t length,
+                                                      std::string_view make);
 
 void readCanonNote(const MakerDirectory& note, ImageProperties& properties);
 void readNikonNote(const MakerDirectory& note, ImageProperties& properties);

@@ -1,0 +1,40 @@
+#pragma once
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "platform/ImageIO/MetadataRewrite.h"
+
+namespace tessaly::cli {
+
+/// Where rewritten files go, and how a batch of them is done: the same for every command that writes.
+struct RewriteRun {
+    std::vector<std::string> files;
+    std::string folder;  ///< "" beside each file, under a name of its own.
+    std::string suffix;  ///< Of that name: "photo-clean.jpg".
+    bool inPlace = false;
+    bool force = false;
+    bool keepsDates = false;
+    bool recursive = false;
+    bool check = false;
+
+    /// Adds the options of this structure.
+    void addOptions(CLI::App& command);
+
+    /// The change for one file; nullopt when it has complained itself.
+    using ChangeFor = std::function<std::optional<MetadataChange>(const std::string& path)>;
+    /// Does all files, says what became of each and, of several, a summary. @return the exit status.
+    [[nodiscard]] int run(const ChangeFor& changeFor, const char* done) const;
+
+private:
+    [[nodiscard]] std::string targetOf(const std::string& path) const;
+    [[nodiscard]] bool isClean(const std::string& path, const MetadataChange& change) const;
+};
+
+/// The failure in words, as they stand behind a path.
+[[nodiscard]] std::string describe(const RewriteFailure& failure);
+
+}  // namespace tessaly::cli

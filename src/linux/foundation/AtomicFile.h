@@ -1,0 +1,48 @@
+#pragma once
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+
+namespace tessaly {
+
+/// A file that is either there whole or not at all. It is written without a name, or under a temporary one in the same
+/// folder, and takes its place by one step of the file system after its bytes are on the disk: whoever is killed, or
+/// loses power, on the way leaves what was there before.
+class AtomicFile {
+public:
+    enum class Existing : std::uint8_t { kept, replaced };
+
+    /// Begins a file that will be `path` (a symbolic link is followed). nullopt, with errno, when the folder does not
+    /// allow it.
+    static std::optional<AtomicFile> create(const std::string& path);
+
+    AtomicFile(AtomicFile&& other) noexcept;
+    AtomicFile& operator=(AtomicFile&&) = delete;
+    AtomicFile(const AtomicFile&) = delete;
+    AtomicFile& operator=(const AtomicFile&) = delete;
+    ~AtomicFile();
+
+    /// Each returns false, with errno, when it fails: a full disk, a quota.
+    bool write(std::span<const std::byte> bytes);
+    /// `length` bytes of the file `source` from `offset` on, without passing them through this program where the file
+    /// system can.
+    bool copyFrom(int source, std::uint64_t offset, std::uint64_t length);
+    /// Mode, extended attributes and, where allowed, owner of the open file `source`; with `times` its times as well.
+    bool adopt(int source, bool times);
+    /// Puts the file in its place. EEXIST when there is one that is to be kept.
+    bool commit(Existing existing);
+
+private:
+    AtomicFile(int file, int folder, std::string name) noexcept;
+    bool takeTemporaryName();
+
+    int file_;
+    int folder_;
+    std::string name_;       ///< In the folder.
+    std::string temporary_;  ///< "" while it has no name.
+    bool isCommitted_ = false;
+};
+
+}  // namespace tessaly

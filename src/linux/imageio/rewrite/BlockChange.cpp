@@ -1,0 +1,294 @@
+#include "linux/imageio/rewrite/BlockChange.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <string>
+
+#include "linux/imageio/blocks/ExifTags.h"
+#include "linux/imageio/rewrite/ExifFields.h"
+#include "linux/imageio/rewrite/IptcChange.h"
+#include "linux/imageio/rewrite/MinimalExif.h"
+#include "linux/imageio/rewrite/TiffTags.h"
+#include "linux/imageio/rewrite/TiffTree.h"
+#include "linux/imageio/rewrite/XmpSets.h"
+
+namespace tessaly::imageio {
+namespace {
+
+constexpr std::uint16_t kPhotoshopIptc = 0x0404;
+constexpr std::uint16_t kPhotoshopThumbnails[] = {0x0409, 0x040C};
+constexpr std::uint16_t kPhotoshopExif = 0x0422;
+constexpr std::uint16_t kPhotoshopXmp = 0x0424;
+constexpr std::uint16_t kPhotoshopIptcDigest = 0x0425;
+
+/// Coordinates of a raster on the ground (GeoTIFF 1.1, annex A).
+constexpr std::array<std::uint16_t, 6> kGeoTags{0x830E, 0x8482, 0x85D8, 0x87AF, 0x87B0, 0x87B1};
+
+/// Texts of the first directory that {TIFF} does not name but that say the same.
+constexpr std::array<std::uint16_t, 8> kFurtherTexts{0x011D, 0x9C9B, 0x9C9C, 0x9C9D, 0x9C9E, 0x9C9F, 0xC4A5, 0xC68B};
+
+/// Fields of {TIFF} that describe the picture itself.
+bool describesPicture(std::uint16_t tag) {
+    switch (tag) {
+        case tag::kCompression:
+        case 0x0106:  // PhotometricInterpretation
+        case tag::kOrientation:
+        case tag::kXResolution:
+        case tag::kYResolution:
+        case tag::kResolutionUnit:
+        case 0x011E:  // XPosition, YPosition
+        case 0x011F:
+        case 0x013E:  // WhitePoint, PrimaryChromaticities
+        case 0x013F:
+            return true;
+        default:
+            return false;
+    }
+}
+
+bool isTiffText(std::uint16_t tag) {
+    if (std::ranges::find(kFurtherTexts, tag) != kFurtherTexts.end()) return true;
+    return std::ranges::find(tiffTags(), tag, &TagRule::tag) != tiffTags().end() && !describesPicture(tag);
+}
+
+std::string lowerCase(std::string_view text) {
+    std::string lower(text);
+    for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return lower;
+}
+
+bool isGpsProperty(std::string_view prefix, std::string_view name) { return prefix == "exif" && name.starts_with("GPS"); }
+
+}  // namespace
+
+bool namesPlace(std::string_view propertyName) {
+    const std::string name = lowerCase(propertyName);
+    static constexpr std::array<std::string_view, 12> whole{
+        "city",       "state",      "province",      "provincestate",    "country",   "countrycode",
+        "countryname", "sublocation", "worldregion", "shotlocation",    "gps",       "coverage"};
+    if (std::ranges::find(whole, name) != whole.end()) return true;
+    static constexpr std::array<std::string_view, 6> parts{"latitude", "longitude", "longtitude",
+                                                           "altitude", "geotag",    "gpsdata"};
+    return name.starts_with("gps") || name.starts_with("location") ||
+           std::ranges::any_of(parts, [&](std::string_view part) { return name.find(part) != std::string::npos; });
+}
+
+BlockChange::BlockChange(const MetadataChange& change, bool isRaw)
+    : change_(change), isRaw_(isRaw), xmpSets_(xmpProperties(change.values)) {}
+
+// --- Exif ---
+
+/// Who, when and with which body. In the first directory, in Exif's, and DNG's own (DNG 1.6, chapter 4).
+bool BlockChange::removesRawField(TiffKind kind, const TiffEntry& entry) const {
+    static constexpr std::array<std::uint16_t, 34> personal{
+        0x010D, 0x010E, 0x0131, 0x0132, 0x013B, 0x013C, 0x02BC, 0x8298, 0x83BB, 0x8649, 0x9003, 0x9004,
+        0x9010, 0x9011, 0x9012, 0x9286, 0x9290, 0x9291, 0x9292, 0xA004, 0xA420, 0xA430, 0xA431, 0xA435,
+        0xA436, 0xA437, 0xA438, 0xC62F, 0xC65D, 0xC68C, 0xC716, 0xC71B, 0xC789, 0xC7A1};
+    if (kind == TiffKind::interoperability) return false;
+    return std::ranges::binary_search(personal, entry.tag) ||
+           std::ranges::find(kFurtherTexts, entry.tag) != kFurtherTexts.end();
+}
+
+bool BlockChange::removesField(TiffKind kind, const TiffEntry& entry) const {
+    if (isRaw_ && removesEverything() && kind != TiffKind::gps && removesRawField(kind, entry)) return true;
+    if (removesPlace() && (entry.tag == tag::kGps || std::ranges::find(kGeoTags, entry.tag) != kGeoTags.end()) &&
+        kind != TiffKind::gps)
+        return true;
+    if (kind == TiffKind::gps) return removesPlace();
+    if (change_.removal != MetadataChange::Removal::dictionaries) return false;
+    const MetadataChange::Dictionaries& removes = change_.removes;
+    const bool isExifTag = std::ranges::find(exifTags(), entry.tag, &TagRule::tag) != exifTags().end();
+    if (removes.exif && (entry.tag == tag::kExif || entry.tag == tag::kMakerNote)) return true;
+    if (removes.exif && kind != TiffKind::interoperability && isExifTag && entry.tag != 0xA500) return true;
+    if (removes.tiff && kind != TiffKind::interoperability && isTiffText(entry.tag)) return true;
+    return removes.iptc && (entry.tag == tag::kIptc || (kind == TiffKind::first && entry.tag == 0x9C9B));
+}
+
+std::optional<TiffField> BlockChange::changedBlockField(TiffKind kind, const TiffEntry& entry, Bytes value) const {
+    if (kind != TiffKind::first && kind != TiffKind::further && kind != TiffKind::image) return std::nullopt;
+    ByteVector made;
+    TiffType type = TiffType::undefined;
+    switch (entry.tag) {
+        case tag::kXmp:
+            made = xmp(value).value_or(ByteVector());
+            type = TiffType::byte;
+            break;
+        case tag::kIptc:
+            // Many writers call these bytes LONG, and pad them.
+            made = iptc(value);
+            break;
+        case tag::kPhotoshop:
+            made = photoshop(value);
+            type = TiffType::byte;
+            break;
+        default:
+            return std::nullopt;
+    }
+    if (made.size() == value.size() && std::ranges::equal(made, value)) return std::nullopt;
+    // An empty field is not allowed; blanks are what a packet ends with anyway.
+    if (made.empty()) made.assign(1, entry.tag == tag::kXmp ? std::byte{' '} : std::byte{0});
+    const std::uint64_t count = made.size();
+    return TiffField{entry.tag, type, count, std::move(made)};
+}
+
+TiffRules BlockChange::tiffRules(ByteOrder order) const {
+    TiffRules rules;
+    rules.sets = exifFields(change_.values, order);
+    const auto named = namedTags(change_.values);
+    rules.removes = [this, named](TiffKind kind, const TiffEntry& entry) {
+        return removesField(kind, entry) ||
+               std::ranges::find(named, std::pair(kind, entry.tag)) != named.end();
+    };
+    rules.replaces = [this](TiffKind kind, const TiffEntry& entry, Bytes value) {
+        return changedBlockField(kind, entry, value);
+    };
+    if (change_.removal == MetadataChange::Removal::place) rules.noteFields = NotePurge::places;
+    if (isRaw_ && removesEverything()) rules.noteFields = NotePurge::personal;
+    return rules;
+}
+
+std::optional<ByteVector> BlockChange::editedExif(Bytes block) const {
+    ByteSource source(block);
+    const auto header = readTiffHeader(source);
+    if (!header) return std::nullopt;
+    TiffRules rules = tiffRules(header->context.order);
+    // A thumbnail repeats make, model and the picture before it was edited.
+    rules.removesFurther = change_.removal == MetadataChange::Removal::dictionaries &&
+                           (change_.removes.exif || change_.removes.tiff);
+    const auto edit = editTiff(source, 0, rules);
+    if (!edit) return std::nullopt;
+    if (edit->isEmpty()) return copyOf(block);
+    ByteVector whole = edit->applied(block);
+    if (isRaw_) return whole;
+    if (auto compact = compactExif(whole)) return compact;
+    return whole;
+}
+
+std::optional<ByteVector> BlockChange::exif(Bytes block, bool containerHasDensity) const {
+    ByteVector start = copyOf(block);
+    if (removesEverything() && !isRaw_) start = minimalExif(block, containerHasDensity).value_or(ByteVector());
+    const bool setsFields = !exifFields(change_.values, ByteOrder::big).empty();
+    if (start.empty()) {
+        if (!setsFields) return std::nullopt;
+        start = emptyExif();
+    }
+    auto edited = editedExif(start);
+    if (edited) {
+        ByteSource source{Bytes(*edited)};
+        auto header = readTiffHeader(source);
+        if (header && readTiffDirectory(header->context, header->firstDirectory).entries.empty()) return std::nullopt;
+        return edited;
+    }
+    // No TIFF structure: nothing in it can be told apart, so it stays only where nothing is to go.
+    if (change_.removal == MetadataChange::Removal::nothing && !setsFields) return start;
+    if (!setsFields) return std::nullopt;
+    return editedExif(emptyExif());
+}
+
+// --- XMP ---
+
+bool BlockChange::removesProperty(std::string_view prefix, std::string_view name) const {
+    if (removesEverything()) return true;
+    if (removesPlace() && (isGpsProperty(prefix, name) || namesPlace(name))) return true;
+    if (change_.removal != MetadataChange::Removal::dictionaries) return false;
+    const MetadataChange::Dictionaries& removes = change_.removes;
+    if (removes.exif && ((prefix == "exif" && !isGpsProperty(prefix, name)) || prefix == "exifEX" || prefix == "aux"))
+        return true;
+    if (removes.exif && prefix == "xmp" && name == "CreateDate") return true;
+    if (removes.tiff && prefix == "tiff" && name != "Orientation") return true;
+    if (removes.tiff && prefix == "xmp" && (name == "CreatorTool" || name == "ModifyDate" || name == "MetadataDate"))
+        return true;
+    return removes.iptc && (prefix == "dc" || prefix == "photoshop" || prefix == "Iptc4xmpCore" ||
+                            prefix == "Iptc4xmpExt" || prefix == "xmpRights" || (prefix == "xmp" && name == "Rating"));
+}
+
+std::optional<ByteVector> BlockChange::furtherXmp(Bytes packet) const {
+    if (removesEverything()) return std::nullopt;
+    if (change_.removal == MetadataChange::Removal::nothing && xmpSets_.empty()) return copyOf(packet);
+    XmpRules rules;
+    rules.removes = [this](std::string_view prefix, std::string_view name) { return removesProperty(prefix, name); };
+    for (const XmpProperty& set : xmpSets_) rules.sets.push_back({set.prefix, set.name, set.form, {}});
+    const std::string text = changedXmpPacket(packet, rules);
+    return text.empty() ? std::nullopt : std::optional(copyOf(asBytes(text)));
+}
+
+std::optional<ByteVector> BlockChange::xmp(Bytes packet) const {
+    const bool setsNothing = xmpSets_.empty();
+    if (setsNothing && packet.empty()) return std::nullopt;
+    if (setsNothing && removesEverything()) return std::nullopt;
+    if (setsNothing && change_.removal == MetadataChange::Removal::nothing) return copyOf(packet);
+    XmpRules rules;
+    rules.removes = [this](std::string_view prefix, std::string_view name) { return removesProperty(prefix, name); };
+    rules.sets = xmpSets_;
+    const std::string text = changedXmpPacket(removesEverything() ? Bytes() : packet, rules);
+    return text.empty() ? std::nullopt : std::optional(copyOf(asBytes(text)));
+}
+
+std::optional<ByteVector> BlockChange::gainMapXmp(Bytes packet) {
+    const auto isGainMap = [](std::string_view prefix, std::string_view name) {
+        return prefix == "hdrgm" || prefix == "HDRGainMap" || (prefix == "apdi" && name == "AuxiliaryImageType");
+    };
+    XmpRules rules;
+    rules.removes = [&](std::string_view prefix, std::string_view name) {
+        return !prefix.empty() && !isGainMap(prefix, name);
+    };
+    const std::string text = changedXmpPacket(packet, rules);
+    return text.empty() ? std::nullopt : std::optional(copyOf(asBytes(text)));
+}
+
+// --- IPTC ---
+
+bool BlockChange::removesDataSet(std::uint8_t number) const {
+    // IIM 4.2, chapter 6: content location, city, sublocation, province, country.
+    static constexpr std::array<std::uint8_t, 7> places{26, 27, 90, 92, 95, 100, 101};
+    if (removesEverything()) return true;
+    if (change_.removal == MetadataChange::Removal::dictionaries && change_.removes.iptc) return true;
+    return change_.removal == MetadataChange::Removal::place &&
+           std::ranges::find(places, number) != places.end();
+}
+
+ByteVector BlockChange::iptc(Bytes datasets) const {
+    IptcRules rules;
+    rules.sets = iptcDataSets(change_.values);
+    if (change_.removal == MetadataChange::Removal::nothing && rules.sets.empty()) return copyOf(datasets);
+    rules.removes = [this](std::uint8_t record, std::uint8_t number) {
+        if (change_.removal == MetadataChange::Removal::place) return record == 2 && removesDataSet(number);
+        return removesDataSet(number);
+    };
+    return changedIptc(datasets, rules);
+}
+
+ByteVector BlockChange::photoshop(Bytes resources) const {
+    bool hasIptc = false;
+    ByteVector result;
+    if (!removesEverything()) {
+        result = changedPhotoshopResources(resources, [&](std::uint16_t identifier, Bytes data) -> std::optional<ByteVector> {
+            switch (identifier) {
+                case kPhotoshopIptc: {
+                    if (std::exchange(hasIptc, true)) return std::nullopt;
+                    ByteVector made = iptc(data);
+                    return made.empty() ? std::nullopt : std::optional(std::move(made));
+                }
+                case kPhotoshopXmp:
+                    return xmp(data);
+                case kPhotoshopExif:
+                    return exif(data, true);
+                case kPhotoshopIptcDigest:
+                    return std::nullopt;  // Of the data sets as they were; without it readers simply read them.
+                case kPhotoshopThumbnails[0]:
+                case kPhotoshopThumbnails[1]:
+                    if (change_.removal == MetadataChange::Removal::dictionaries && change_.removes.exif)
+                        return std::nullopt;
+                    return copyOf(data);
+                default:
+                    return copyOf(data);
+            }
+        });
+    }
+    if (!hasIptc)
+        if (const ByteVector made = iptc({}); !made.empty()) appendPhotoshopResource(result, kPhotoshopIptc, made);
+    return result;
+}
+
+}  // namespace tessaly::imageio

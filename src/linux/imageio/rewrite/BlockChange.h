@@ -1,0 +1,58 @@
+#pragma once
+#include <optional>
+#include <string_view>
+
+#include "linux/imageio/rewrite/TiffEditor.h"
+#include "linux/imageio/rewrite/XmpChange.h"
+#include "platform/ImageIO/MetadataChange.h"
+
+namespace tessaly::imageio {
+
+/// What a change makes of the metadata blocks that containers carry. Containers find and place the blocks; what is to
+/// stay in them is decided here, the same for every format.
+class BlockChange {
+public:
+    /// `isRaw`: everything means names, places, dates and serial numbers; what a raw converter needs stays.
+    explicit BlockChange(const MetadataChange& change, bool isRaw = false);
+
+    [[nodiscard]] bool removesEverything() const noexcept { return change_.removesEverything(); }
+    [[nodiscard]] bool removesPlace() const noexcept { return change_.removesPlace(); }
+    [[nodiscard]] const MetadataChange& change() const noexcept { return change_; }
+    /// Whether free texts beside the blocks (comments, text chunks) go.
+    [[nodiscard]] bool removesTexts() const noexcept { return change_.removesEverything(); }
+
+    /// An Exif block without its "Exif\0\0", which may be empty for one that is not there; nullopt for none.
+    /// A block that cannot be understood is dropped where something is to be removed.
+    [[nodiscard]] std::optional<ByteVector> exif(Bytes block, bool containerHasDensity = false) const;
+    /// An XMP packet, which may be empty; nullopt for none.
+    [[nodiscard]] std::optional<ByteVector> xmp(Bytes packet) const;
+    /// What stays of an extended packet (XMP part 3, 1.1.3.1).
+    [[nodiscard]] std::optional<ByteVector> furtherXmp(Bytes packet) const;
+    /// IPTC data sets, which may be empty; empty for none.
+    [[nodiscard]] ByteVector iptc(Bytes datasets) const;
+    /// Photoshop resources with what they hold of the above, which may be empty; empty for none.
+    [[nodiscard]] ByteVector photoshop(Bytes resources) const;
+
+    /// The rules for a TIFF structure that is edited in place.
+    [[nodiscard]] TiffRules tiffRules(ByteOrder order) const;
+
+    /// Only what a gain map (Adobe's, Apple's) says about itself; nullopt when the packet has none.
+    [[nodiscard]] static std::optional<ByteVector> gainMapXmp(Bytes packet);
+
+private:
+    [[nodiscard]] bool removesRawField(TiffKind kind, const TiffEntry& entry) const;
+    [[nodiscard]] bool removesField(TiffKind kind, const TiffEntry& entry) const;
+    [[nodiscard]] bool removesProperty(std::string_view prefix, std::string_view name) const;
+    [[nodiscard]] bool removesDataSet(std::uint8_t number) const;
+    [[nodiscard]] std::optional<ByteVector> editedExif(Bytes block) const;
+    [[nodiscard]] std::optional<TiffField> changedBlockField(TiffKind kind, const TiffEntry& entry, Bytes value) const;
+
+    const MetadataChange& change_;
+    bool isRaw_;
+    std::vector<XmpProperty> xmpSets_;
+};
+
+/// Whether a property's name tells a place, in any namespace.
+[[nodiscard]] bool namesPlace(std::string_view propertyName);
+
+}  // namespace tessaly::imageio

@@ -1,0 +1,20 @@
+#pragma once
+#include <utility>
+#include <vector>
+
+#include "linux/imageio/rewrite/TiffEditor.h"
+#include "platform/Foundation/Value.h"
+
+namespace tessaly::imageio {
+
+/// The fields that say what {TIFF}, {Exif} and {GPS} of `values` say, with the types that Exif 2.32, 4.6 prescribes.
+/// A name without a tag is left out; so is a value that has another kind than the tag takes, and an empty text.
+[[nodiscard]] std::vector<std::pair<TiffKind, TiffField>> exifFields(const Dictionary& values, ByteOrder order);
+
+/// The tags that `values` names, empty texts included: what stood there goes.
+[[nodiscard]] std::vector<std::pair<TiffKind, std::uint16_t>> namedTags(const Dictionary& values);
+
+/// One whole number as a field.
+[[nodiscard]] TiffField shortField(std::uint16_t tag, std::uint16_t value, ByteOrder order);
+
+}  // namespace tessaly::imageio

@@ -1,0 +1,168 @@
+#include "platform/ImageIO/MetadataRewrite.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <string_view>
+#include <utility>
+
+#include "linux/foundation/AtomicFile.h"
+#include "linux/imageio/ImageFormat.h"
+#include "linux/imageio/rewrite/Rewriters.h"
+#include "linux/media/Movie.h"
+#include "linux/media/MovieRewriters.h"
+
+namespace tessaly {
+namespace {
+
+using namespace imageio;
+using std::string_view_literals::operator""sv;
+
+using Rewriter = RewriteResult (*)(ByteSource&, const BlockChange&, RewriteFault&);
+
+struct KnownRewriter {
+    std::string_view typeIdentifier;
+    Rewriter rewrite;
+};
+
+/// Raws that are TIFF inside are named by their ending; those in containers of their own have none.
+constexpr std::array kRewriters{
+    KnownRewriter{"public.jpeg", rewriteJpeg},
+    KnownRewriter{"public.png", rewritePng},
+    KnownRewriter{"com.compuserve.gif", rewriteGif},
+    KnownRewriter{"org.webmproject.webp", rewriteWebp},
+    KnownRewriter{"com.microsoft.bmp", rewriteBmp},
+    KnownRewriter{"public.tiff", rewriteTiff},
+    KnownRewriter{"public.heic", rewriteHeif},
+    KnownRewriter{"public.heif", rewriteHeif},
+    KnownRewriter{"public.avif", rewriteHeif},
+    KnownRewriter{"public.jpeg-2000", rewriteJp2},
+    KnownRewriter{"public.jpeg-xl", rewriteJxl},
+    KnownRewriter{"com.canon.cr3-raw-image", nullptr},
+    KnownRewriter{"com.fuji.raw-image", nullptr},
+    KnownRewriter{"com.konicaminolta.raw-image", nullptr},
+    KnownRewriter{"com.sigma.x3f-raw-image", nullptr},
+    KnownRewriter{"com.microsoft.jxr", nullptr},
+};
+
+Rewriter rewriterOf(ByteSource& source, FileFault& fault) {
+    fault = FileFault::none;
+    if (source.size() == 0) {
+        fault = FileFault::empty;
+        return nullptr;
+    }
+    if (const ImageFormat* format = detectImageFormat(source)) {
+        const auto known = std::ranges::find(kRewriters, format->typeIdentifier, &KnownRewriter::typeIdentifier);
+        return known != kRewriters.end() ? known->rewrite : rewriteRawTiff;
+    }
+    const std::string_view movie = media::movieTypeOf(source);
+    if (movie.empty()) {
+        fault = FileFault::unknownFormat;
+        return nullptr;
+    }
+    return movie.starts_with("org.") ? media::rewriteMatroska : rewriteMovie;
+}
+
+RewriteFailure failureOf(RewriteFault fault) {
+    switch (fault) {
+        case RewriteFault::damaged:
+            return {RewriteFailure::Kind::damaged};
+        case RewriteFault::tooLarge:
+            return {RewriteFailure::Kind::tooLarge};
+        case RewriteFault::unsupported:
+            return {RewriteFailure::Kind::unsupported};
+        case RewriteFault::none:
+            break;
+    }
+    return {};
+}
+
+std::optional<RewritePlan> planOf(ByteSource& source, const MetadataChange& change, RewriteFailure& failure) {
+    FileFault fault{};
+    const Rewriter rewrite = rewriterOf(source, fault);
+    if (fault != FileFault::none) {
+        failure = {RewriteFailure::Kind::cannotRead, fault, 0};
+        return std::nullopt;
+    }
+    if (!rewrite) {
+        failure = {RewriteFailure::Kind::unsupported};
+        return std::nullopt;
+    }
+    RewriteFault why = RewriteFault::none;
+    auto plan = rewrite(source, BlockChange(change), why);
+    if (!plan) failure = failureOf(why == RewriteFault::none ? RewriteFault::damaged : why);
+    return plan;
+}
+
+bool writePlan(const RewritePlan& plan, ByteSource& source, AtomicFile& target) {
+    return std::ranges::all_of(plan.pieces(), [&](const RewritePlan::Piece& piece) {
+        return piece.isCopied() ? target.copyFrom(source.descriptor(), piece.offset, piece.length)
+                                : target.write(piece.own);
+    });
+}
+
+RewriteFailure writeFailure() {
+    return {errno == EEXIST ? RewriteFailure::Kind::exists : RewriteFailure::Kind::cannotWrite, FileFault::none, errno};
+}
+
+/// Names of the properties in a dictionary of the reader's that tell more than how the picture shows.
+void addLeft(const Dictionary& properties, std::string_view dictionary, std::vector<std::string>& left) {
+    static constexpr std::array shown{"Orientation"sv, "XResolution"sv, "YResolution"sv, "ResolutionUnit"sv,
+                                      "Compression"sv, "PhotometricInterpretation"sv, "ColorSpace"sv, "WhitePoint"sv,
+                                      "PrimaryChromaticities"sv};
+    for (const Dictionary::Entry& entry : properties[dictionary].dictionary())
+        if (std::ranges::find(shown, entry.key()) == shown.end())
+            left.push_back(std::string(dictionary) + " " + std::string(entry.key()));
+}
+
+}  // namespace
+
+RewriteFailure rewriteMetadata(const std::string& source, const std::string& target, const MetadataChange& change,
+                               const RewriteOptions& options) {
+    FileFault fault{};
+    auto bytes = ByteSource::openFile(source, fault);
+    if (!bytes) return {RewriteFailure::Kind::cannotRead, fault, 0};
+    RewriteFailure failure;
+    const auto plan = planOf(*bytes, change, failure);
+    if (!plan) return failure;
+    auto file = AtomicFile::create(target);
+    if (!file) return writeFailure();
+    const auto existing = options.replaces ? AtomicFile::Existing::replaced : AtomicFile::Existing::kept;
+    if (!writePlan(*plan, *bytes, *file) || !file->adopt(bytes->descriptor(), options.keepsTimes) ||
+        !file->commit(existing))
+        return writeFailure();
+    return {};
+}
+
+Data rewriteMetadata(const Data& bytes, const MetadataChange& change, RewriteFailure* failure) {
+    RewriteFailure ignored;
+    RewriteFailure& why = failure ? *failure : ignored;
+    why = {};
+    ByteSource source(bytes ? Bytes(*bytes) : Bytes());
+    const auto plan = planOf(source, change, why);
+    return plan ? std::make_shared<const std::vector<std::byte>>(plan->bytes(source)) : nullptr;
+}
+
+std::optional<std::vector<std::string>> metadataLeft(const std::string& path, const MetadataChange& change) {
+    FileFault fault{};
+    auto source = ByteSource::openFile(path, fault);
+    if (!source) return std::nullopt;
+    RewriteFailure failure;
+    const auto plan = planOf(*source, change, failure);
+    if (!plan) return std::nullopt;
+    std::vector<std::string> left;
+    if (const ImageFormat* format = detectImageFormat(*source)) {
+        ImageProperties found;
+        format->read(*source, found);
+        const Dictionary properties = std::move(found).assemble();
+        addLeft(properties, "{GPS}", left);
+        if (change.removesEverything() && change.values.empty())
+            for (const std::string_view dictionary : {"{TIFF}"sv, "{Exif}"sv, "{IPTC}"sv, "{ExifAux}"sv}) {
+                addLeft(properties, dictionary, left);
+            }
+    }
+    if (!plan->reproduces(*source)) left.emplace_back("hidden data");
+    return left;
+}
+
+}  // namespace tessaly

@@ -1,0 +1,104 @@
+#include "linux/imageio/rewrite/NotePurge.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "linux/imageio/makernotes/MakerNotes.h"
+
+namespace tessaly::imageio {
+namespace {
+
+/// A private field that tells who, when or with which body, or, of `isPlace`, where. Fields that hold such a thing among
+/// many others are taken out whole.
+struct PrivateField {
+    NoteReader maker;
+    std::uint16_t directory;  ///< Tag of the note's field that points to the directory; 0 is the note's own.
+    std::uint16_t tag;
+    bool isPlace = false;
+};
+
+constexpr std::array kPrivateFields{
+    PrivateField{readCanonNote, 0, 0x0009},              // Owner's name.
+    PrivateField{readCanonNote, 0, 0x000C},              // Serial number, and its format.
+    PrivateField{readCanonNote, 0, 0x0015},              //
+    PrivateField{readCanonNote, 0, 0x000D},              // Camera information: owner, lens serial number.
+    PrivateField{readCanonNote, 0, 0x0035},              // Time zone.
+    PrivateField{readCanonNote, 0, 0x0096},              // Internal serial number.
+    PrivateField{readCanonNote, 0, 0x4019},              // Lens serial number.
+    PrivateField{readNikonNote, 0, 0x00A0},              // Serial number of the sensor.
+    PrivateField{readNikonNote, 0, 0x0024},              // World time.
+    PrivateField{readNikonNote, 0, 0x0039, true},        // Location.
+    PrivateField{readFujifilmNote, 0, 0x0010},           // Internal serial number.
+    PrivateField{readSonyNote, 0, 0x2031},               // Serial number.
+    PrivateField{readSonyNote, 0, 0x9050},               // Enciphered: internal serial number, shutter count.
+    PrivateField{readPanasonicNote, 0, 0x0025},          // Internal serial number.
+    PrivateField{readPanasonicNote, 0, 0x0052},          // Of lens and accessory.
+    PrivateField{readPanasonicNote, 0, 0x0054},          //
+    PrivateField{readPanasonicNote, 0, 0x0033},          // A baby's birthday, its age and name.
+    PrivateField{readPanasonicNote, 0, 0x8010},          //
+    PrivateField{readPanasonicNote, 0, 0x0066},          //
+    PrivateField{readPanasonicNote, 0, 0x0065},          // A title.
+    PrivateField{readPanasonicNote, 0, 0x0303},          // Leica's serial numbers.
+    PrivateField{readPanasonicNote, 0, 0x0305},          //
+    PrivateField{readPanasonicNote, 0, 0x0321},          //
+    PrivateField{readPanasonicNote, 0, 0x0500},          //
+    PrivateField{readPanasonicNote, 0, 0x0067, true},    // Location, country, state, city, landmark.
+    PrivateField{readPanasonicNote, 0, 0x0069, true},    //
+    PrivateField{readPanasonicNote, 0, 0x006B, true},    //
+    PrivateField{readPanasonicNote, 0, 0x006D, true},    //
+    PrivateField{readPanasonicNote, 0, 0x006F, true},    //
+    PrivateField{readOlympusNote, 0, 0x0404},            // Serial numbers.
+    PrivateField{readOlympusNote, 0, 0x101A},            //
+    PrivateField{readOlympusNote, 0x2010, 0x0101},       //
+    PrivateField{readOlympusNote, 0x2010, 0x0102},       //
+    PrivateField{readOlympusNote, 0x2010, 0x0202},       //
+    PrivateField{readOlympusNote, 0x2010, 0x0302},       //
+    PrivateField{readOlympusNote, 0x2010, 0x1003},       //
+    PrivateField{readPentaxNote, 0, 0x0006},             // Date and time.
+    PrivateField{readPentaxNote, 0, 0x0007},             //
+    PrivateField{readPentaxNote, 0, 0x0215},             // Camera information: internal serial number.
+    PrivateField{readPentaxNote, 0, 0x0229},             // Serial number, artist, copyright.
+    PrivateField{readPentaxNote, 0, 0x022E},             //
+    PrivateField{readPentaxNote, 0, 0x022F},             //
+    PrivateField{readRicohNote, 0, 0x0005},              // Serial numbers.
+    PrivateField{readSamsungNote, 0, 0x0031, true},      // Name of the place.
+    PrivateField{readSamsungNote, 0, 0xA002},            // Serial numbers.
+    PrivateField{readSamsungNote, 0, 0xA005},            //
+    PrivateField{readSigmaNote, 0, 0x0002},              // Serial number.
+};
+
+void addTrim(std::vector<NoteTrim>& trims, const OpenedNote& note, std::uint16_t directoryTag, NotePurge purge,
+             NoteTrim trim) {
+    for (const PrivateField& field : kPrivateFields)
+        if (field.maker == note.read && field.directory == directoryTag &&
+            (field.isPlace || purge == NotePurge::personal) && trim.directory.find(field.tag))
+            trim.tags.push_back(field.tag);
+    if (!trim.tags.empty()) trims.push_back(std::move(trim));
+}
+
+}  // namespace
+
+std::vector<NoteTrim> noteTrims(TiffContext& tiff, const TiffEntry& note, std::string_view make, NotePurge purge) {
+    std::vector<NoteTrim> trims;
+    if (purge == NotePurge::nothing) return trims;
+    auto opened = openMakerNote(tiff, note.position, note.byteLength(), make);
+    if (!opened || !opened->directory.complete) return trims;
+    addTrim(trims, *opened, 0, purge, {opened->tiff, opened->directoryPosition, opened->directory, {}});
+    for (const PrivateField& field : kPrivateFields) {
+        if (field.maker != opened->read || field.directory == 0) continue;
+        const auto pointer = opened->directory.find(field.directory);
+        if (!pointer) continue;
+        // The pointer is an offset, or, in older notes, the directory itself as a value.
+        const bool isOffset = pointer->byteLength() <= 4;
+        const auto offset = isOffset ? pointer->integer(opened->tiff) : pointer->position - opened->tiff.base;
+        if (!offset) continue;
+        const TiffDirectory directory = readTiffDirectory(opened->tiff, *offset);
+        if (directory.complete && !directory.entries.empty())
+            addTrim(trims, *opened, field.directory, purge, {opened->tiff, opened->tiff.base + *offset, directory, {}});
+        break;  // One further directory a maker so far.
+    }
+    return trims;
+}
+
+}  // namespace tessaly::imageio

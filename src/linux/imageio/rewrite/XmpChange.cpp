@@ -1,0 +1,213 @@
+#include "linux/imageio/rewrite/XmpChange.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "linux/imageio/blocks/XmlTree.h"
+#include "linux/imageio/blocks/XmpPacket.h"
+
+namespace tessaly::imageio {
+namespace {
+
+using Element = XmlTree::Element;
+
+// XMP part 1, 7.3.2: the header and trailer by which a packet is found in any file.
+constexpr std::string_view kHeader = "<?xpacket begin=\"\xEF\xBB\xBF\" id=\"W5M0MpCehiHzreSzNTczkc9d\"?>\n";
+constexpr std::string_view kTrailer = "\n<?xpacket end=\"w\"?>";
+constexpr std::string_view kEmptyHead =
+    "<x:xmpmeta xmlns:x=\"adobe:ns:meta/\"><rdf:RDF xmlns:rdf=\"http://www.w3.org/1999/02/22-rdf-syntax-ns#\">";
+constexpr std::string_view kEmptyFoot = "</rdf:RDF></x:xmpmeta>";
+
+std::string escaped(std::string_view text) {
+    std::string result;
+    for (const char c : text) {
+        switch (c) {
+            case '&':
+                result += "&amp;";
+                break;
+            case '<':
+                result += "&lt;";
+                break;
+            case '>':
+                result += "&gt;";
+                break;
+            case '"':
+                result += "&quot;";
+                break;
+            default:
+                // XML knows no other control characters, not even as references.
+                if (static_cast<unsigned char>(c) >= 0x20 || c == '\n' || c == '\t') result += c;
+        }
+    }
+    return result;
+}
+
+class PacketWriter {
+public:
+    explicit PacketWriter(const XmpRules& rules) : rules_(rules) {}
+
+    std::string run(Element root) {
+        if (root) {
+            writeDocument(root, 0);
+        }
+        if (!wroteRdf_) {
+            text_ = kEmptyHead;
+            writeSets();
+            text_ += kEmptyFoot;
+        }
+        if (properties_ == 0) return {};
+        return std::string(kHeader).append(text_).append(kTrailer);
+    }
+
+private:
+    struct Scope {
+        std::string_view prefix;
+        std::string_view customary;
+    };
+    struct Name {
+        std::string_view prefix;
+        std::string_view local;
+    };
+
+    void enter(Element element) {
+        for (const XmlTree::Attribute& attribute : element.attributes()) {
+            if (!attribute.name.starts_with("xmlns:")) continue;
+            const std::string_view prefix = attribute.name.substr(6);
+            const std::string_view known = customaryPrefix(attribute.rawValue);
+            scopes_.push_back({prefix, known.empty() ? prefix : known});
+        }
+    }
+
+    [[nodiscard]] Name named(std::string_view name) const {
+        const auto colon = name.find(':');
+        if (colon == std::string_view::npos) return {{}, name};
+        const std::string_view prefix = name.substr(0, colon);
+        for (auto scope = scopes_.rbegin(); scope != scopes_.rend(); ++scope)
+            if (scope->prefix == prefix) return {scope->customary, name.substr(colon + 1)};
+        return {prefix, name.substr(colon + 1)};
+    }
+
+    /// `isTop`: a property itself, not a field inside one; only those are replaced.
+    [[nodiscard]] bool goes(Name name, bool isTop) const {
+        if (name.prefix == "rdf" || name.prefix == "xml") return false;
+        if (rules_.removes && rules_.removes(name.prefix, name.local)) return true;
+        return isTop && std::ranges::any_of(rules_.sets, [&](const XmpProperty& property) {
+                   return property.prefix == name.prefix && property.name == name.local;
+               });
+    }
+
+    void writeDocument(Element element, int depth) {
+        const std::size_t mark = scopes_.size();
+        enter(element);
+        const Name name = named(element.name());
+        const bool isRdf = name.prefix == "rdf" && name.local == "RDF";
+        openTag(element, false, false);
+        text_ += ">";
+        for (Element child = element.firstChild(); child && depth < kDeepest; child = child.nextSibling())
+            isRdf ? writeDescription(child) : writeDocument(child, depth + 1);
+        if (isRdf && !std::exchange(wroteRdf_, true)) writeSets();
+        closeTag(element);
+        scopes_.resize(mark);
+    }
+
+    void writeDescription(Element element) {
+        const std::size_t mark = scopes_.size();
+        const std::size_t textMark = text_.size();
+        const std::size_t before = properties_;
+        enter(element);
+        openTag(element, true, true);
+        text_ += ">";
+        for (Element child = element.firstChild(); child; child = child.nextSibling()) {
+            if (writeElement(child, true, 0)) ++properties_;
+        }
+        closeTag(element);
+        if (properties_ == before) text_.resize(textMark);
+        scopes_.resize(mark);
+    }
+
+    /// A property, or whatever is inside one. @return whether it stays.
+    bool writeElement(Element element, bool isTop, int depth) {
+        const std::size_t mark = scopes_.size();
+        enter(element);
+        const bool stays = depth < kDeepest && !goes(named(element.name()), isTop);
+        if (stays) {
+            openTag(element, false, true);
+            text_ += ">";
+            if (!element.firstChild()) text_ += escaped(element.text());
+            for (Element child = element.firstChild(); child; child = child.nextSibling())
+                writeElement(child, false, depth + 1);
+            closeTag(element);
+        }
+        scopes_.resize(mark);
+        return stays;
+    }
+
+    void openTag(Element element, bool isDescription, bool filters) {
+        text_.append("<").append(element.name());
+        for (const XmlTree::Attribute& attribute : element.attributes()) {
+            const bool isProperty = !attribute.name.starts_with("xmlns") && !attribute.name.starts_with("xml:");
+            if (isProperty) {
+                const Name name = named(attribute.name);
+                if (filters && goes(name, isDescription)) continue;
+                if (isDescription && name.prefix != "rdf") ++properties_;
+            }
+            // The toolkit's version names the program that wrote the packet last.
+            if (attribute.name == "x:xmptk") continue;
+            text_.append(" ").append(attribute.name).append("=\"").append(escaped(attribute.value())).append("\"");
+        }
+    }
+
+    void closeTag(Element element) { text_.append("</").append(element.name()).append(">"); }
+
+    void writeSets() {
+        for (const XmpProperty& property : rules_.sets) {
+            if (property.values.empty()) continue;
+            ++properties_;
+            const std::string name = std::string(property.prefix).append(":").append(property.name);
+            text_.append("<rdf:Description xmlns:rdf=\"")
+                .append(namespaceOfPrefix("rdf"))
+                .append("\" rdf:about=\"\" xmlns:")
+                .append(property.prefix)
+                .append("=\"")
+                .append(namespaceOfPrefix(property.prefix))
+                .append("\"><")
+                .append(name)
+                .append(">");
+            writeValues(property);
+            text_.append("</").append(name).append("></rdf:Description>");
+        }
+    }
+
+    void writeValues(const XmpProperty& property) {
+        if (property.form == XmpForm::simple) {
+            text_ += escaped(property.values.front());
+            return;
+        }
+        const std::string_view list = property.form == XmpForm::bag   ? "rdf:Bag"
+                                      : property.form == XmpForm::seq ? "rdf:Seq"
+                                                                      : "rdf:Alt";
+        text_.append("<").append(list).append(">");
+        for (const std::string& value : property.values) {
+            text_ += property.form == XmpForm::alternative ? "<rdf:li xml:lang=\"x-default\">" : "<rdf:li>";
+            text_.append(escaped(value)).append("</rdf:li>");
+        }
+        text_.append("</").append(list).append(">");
+    }
+
+    static constexpr int kDeepest = 24;
+    const XmpRules& rules_;
+    std::string text_;
+    std::vector<Scope> scopes_;
+    std::size_t properties_ = 0;
+    bool wroteRdf_ = false;
+};
+
+}  // namespace
+
+std::string changedXmpPacket(Bytes packet, const XmpRules& rules) {
+    std::string converted;
+    const XmlTree tree(xmpText(packet, converted));
+    return PacketWriter(rules).run(tree.root());
+}
+
+}  // namespace tessaly::imageio

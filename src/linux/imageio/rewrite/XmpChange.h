@@ -1,0 +1,33 @@
+#pragma once
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "linux/imageio/rewrite/ByteWriter.h"
+
+namespace tessaly::imageio {
+
+/// How a property stands in a packet (ISO 16684-1, 7.5 to 7.8).
+enum class XmpForm : std::uint8_t { simple, bag, seq, alternative };
+
+/// One property with its new value, under the customary prefix of its namespace. Without values it is only removed.
+struct XmpProperty {
+    std::string_view prefix;
+    std::string_view name;
+    XmpForm form = XmpForm::simple;
+    std::vector<std::string> values;
+};
+
+struct XmpRules {
+    /// Whether a property, or a field of a structure inside one, goes. By customary prefix (else the packet's own) and
+    /// name. Empty: none.
+    std::function<bool(std::string_view prefix, std::string_view name)> removes;
+    std::vector<XmpProperty> sets;
+};
+
+/// The packet with the rules applied, written anew in UTF-8. Empty when no property is left; what is not well formed,
+/// and whatever stands outside its elements, is not taken over. `packet` may be empty.
+[[nodiscard]] std::string changedXmpPacket(Bytes packet, const XmpRules& rules);
+
+}  // namespace tessaly::imageio

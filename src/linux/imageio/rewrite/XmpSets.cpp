@@ -1,0 +1,197 @@
+#include "linux/imageio/rewrite/XmpSets.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <string>
+
+#include "platform/ImageIO/CGImageProperties.h"
+
+namespace tessaly::imageio {
+namespace {
+
+enum class Writing : std::uint8_t { text, number, ratio, date, coordinate, texts };
+
+struct Mapping {
+    std::string_view dictionary;
+    std::string_view name;
+    std::string_view prefix;
+    std::string_view property;
+    XmpForm form = XmpForm::simple;
+    Writing writing = Writing::text;
+};
+
+constexpr std::string_view kTiff = kCGImagePropertyTIFFDictionary;
+constexpr std::string_view kExif = kCGImagePropertyExifDictionary;
+constexpr std::string_view kGps = kCGImagePropertyGPSDictionary;
+constexpr std::string_view kIptc = kCGImagePropertyIPTCDictionary;
+
+constexpr std::array kMappings{
+    Mapping{kTiff, "Make", "tiff", "Make"},
+    Mapping{kTiff, "Model", "tiff", "Model"},
+    Mapping{kTiff, "Software", "xmp", "CreatorTool"},
+    Mapping{kTiff, "DateTime", "xmp", "ModifyDate", XmpForm::simple, Writing::date},
+    Mapping{kTiff, "Artist", "dc", "creator", XmpForm::seq, Writing::texts},
+    Mapping{kTiff, "Copyright", "dc", "rights", XmpForm::alternative},
+    Mapping{kTiff, "ImageDescription", "dc", "description", XmpForm::alternative},
+    Mapping{kTiff, "Orientation", "tiff", "Orientation", XmpForm::simple, Writing::number},
+    Mapping{kExif, "DateTimeOriginal", "exif", "DateTimeOriginal", XmpForm::simple, Writing::date},
+    Mapping{kExif, "DateTimeOriginal", "photoshop", "DateCreated", XmpForm::simple, Writing::date},
+    Mapping{kExif, "DateTimeDigitized", "xmp", "CreateDate", XmpForm::simple, Writing::date},
+    Mapping{kExif, "ExposureTime", "exif", "ExposureTime", XmpForm::simple, Writing::ratio},
+    Mapping{kExif, "FNumber", "exif", "FNumber", XmpForm::simple, Writing::ratio},
+    Mapping{kExif, "FocalLength", "exif", "FocalLength", XmpForm::simple, Writing::ratio},
+    Mapping{kExif, "ISOSpeedRatings", "exif", "ISOSpeedRatings", XmpForm::seq, Writing::texts},
+    Mapping{kExif, "UserComment", "exif", "UserComment", XmpForm::alternative},
+    Mapping{kExif, "LensModel", "exifEX", "LensModel"},
+    Mapping{kExif, "LensMake", "exifEX", "LensMake"},
+    Mapping{kExif, "BodySerialNumber", "exifEX", "BodySerialNumber"},
+    Mapping{kExif, "LensSerialNumber", "exifEX", "LensSerialNumber"},
+    Mapping{kExif, "CameraOwnerName", "exifEX", "CameraOwnerName"},
+    Mapping{kGps, "Latitude", "exif", "GPSLatitude", XmpForm::simple, Writing::coordinate},
+    Mapping{kGps, "Longitude", "exif", "GPSLongitude", XmpForm::simple, Writing::coordinate},
+    Mapping{kGps, "Altitude", "exif", "GPSAltitude", XmpForm::simple, Writing::ratio},
+    Mapping{kGps, "AltitudeRef", "exif", "GPSAltitudeRef", XmpForm::simple, Writing::number},
+    Mapping{kGps, "ImgDirection", "exif", "GPSImgDirection", XmpForm::simple, Writing::ratio},
+    Mapping{kGps, "ImgDirectionRef", "exif", "GPSImgDirectionRef"},
+    Mapping{kGps, "Speed", "exif", "GPSSpeed", XmpForm::simple, Writing::ratio},
+    Mapping{kGps, "SpeedRef", "exif", "GPSSpeedRef"},
+    Mapping{kIptc, "ObjectName", "dc", "title", XmpForm::alternative},
+    Mapping{kIptc, "Caption/Abstract", "dc", "description", XmpForm::alternative},
+    Mapping{kIptc, "Keywords", "dc", "subject", XmpForm::bag, Writing::texts},
+    Mapping{kIptc, "Byline", "dc", "creator", XmpForm::seq, Writing::texts},
+    Mapping{kIptc, "CopyrightNotice", "dc", "rights", XmpForm::alternative},
+    Mapping{kIptc, "Headline", "photoshop", "Headline"},
+    Mapping{kIptc, "BylineTitle", "photoshop", "AuthorsPosition"},
+    Mapping{kIptc, "City", "photoshop", "City"},
+    Mapping{kIptc, "Province/State", "photoshop", "State"},
+    Mapping{kIptc, "Country/PrimaryLocationName", "photoshop", "Country"},
+    Mapping{kIptc, "Country/PrimaryLocationCode", "Iptc4xmpCore", "CountryCode"},
+    Mapping{kIptc, "SubLocation", "Iptc4xmpCore", "Location"},
+    Mapping{kIptc, "Credit", "photoshop", "Credit"},
+    Mapping{kIptc, "Source", "photoshop", "Source"},
+    Mapping{kIptc, "SpecialInstructions", "photoshop", "Instructions"},
+    Mapping{kIptc, "StarRating", "xmp", "Rating", XmpForm::simple, Writing::number},
+};
+
+struct DataSet {
+    std::string_view name;
+    std::uint8_t number;
+};
+
+// IIM 4.2, chapter 6.
+constexpr std::array kDataSets{
+    DataSet{"ObjectName", 5},
+    DataSet{"Urgency", 10},
+    DataSet{"Category", 15},
+    DataSet{"Keywords", 25},
+    DataSet{"SpecialInstructions", 40},
+    DataSet{"DateCreated", 55},
+    DataSet{"TimeCreated", 60},
+    DataSet{"Byline", 80},
+    DataSet{"BylineTitle", 85},
+    DataSet{"City", 90},
+    DataSet{"SubLocation", 92},
+    DataSet{"Province/State", 95},
+    DataSet{"Country/PrimaryLocationCode", 100},
+    DataSet{"Country/PrimaryLocationName", 101},
+    DataSet{"Headline", 105},
+    DataSet{"Credit", 110},
+    DataSet{"Source", 115},
+    DataSet{"CopyrightNotice", 116},
+    DataSet{"Caption/Abstract", 120},
+};
+
+/// "2015:01:02 03:04:05" as "2015-01-02T03:04:05".
+std::string xmpDate(std::string_view text) {
+    std::string date(text);
+    if (date.size() < 10) return date;
+    if (date[4] == ':') date[4] = '-';
+    if (date[7] == ':') date[7] = '-';
+    if (date.size() > 10) date[10] = 'T';
+    return date;
+}
+
+std::string ratioText(double value) {
+    constexpr long long thousand = 1000;
+    if (value > 0 && value < 1 && std::abs(1 / value - std::round(1 / value)) < 1e-6)
+        return "1/" + std::to_string(std::llround(1 / value));
+    return std::to_string(std::llround(value * thousand)) + "/" + std::to_string(thousand);
+}
+
+/// XMP part 2, 1.2.7.4: "DDD,MM.mmmmmmK".
+std::string coordinateText(double degrees, std::string_view reference) {
+    degrees = std::abs(degrees);
+    constexpr std::int64_t unit = 100'000'000;
+    const auto minutes = static_cast<std::int64_t>(std::llround(degrees * 60 * unit));
+    std::array<char, 64> text{};
+    std::snprintf(text.data(), text.size(), "%lld,%lld.%08lld", static_cast<long long>(minutes / (60 * unit)),
+                  static_cast<long long>(minutes / unit % 60), static_cast<long long>(minutes % unit));
+    return text.data() + std::string(reference.substr(0, 1));
+}
+
+std::vector<std::string> written(const Mapping& mapping, const Value& value, const Dictionary& dictionary) {
+    std::vector<std::string> texts;
+    if (value.isArray() && mapping.writing == Writing::texts) {
+        for (const Value& one : value.array()) texts.push_back(one.description());
+    } else if (mapping.writing == Writing::date) {
+        texts.push_back(xmpDate(value.string()));
+    } else if (mapping.writing == Writing::ratio) {
+        texts.push_back(value.isString() && value.string().empty() ? std::string() : ratioText(value.doubleValue()));
+    } else if (mapping.writing == Writing::coordinate) {
+        const std::string reference(dictionary[std::string(mapping.name) + "Ref"].string());
+        texts.push_back(value.isString() && value.string().empty() ? std::string()
+                                                                   : coordinateText(value.doubleValue(), reference));
+    } else {
+        texts.push_back(value.description());
+    }
+    std::erase(texts, std::string());
+    return texts;
+}
+
+}  // namespace
+
+std::vector<XmpProperty> xmpProperties(const Dictionary& values) {
+    std::vector<XmpProperty> properties;
+    for (const Mapping& mapping : kMappings) {
+        const Dictionary& dictionary = values[mapping.dictionary].dictionary();
+        if (!dictionary.contains(mapping.name)) continue;
+        // Two names of one property: the first that is given holds.
+        if (std::ranges::any_of(properties, [&](const XmpProperty& other) {
+                return other.prefix == mapping.prefix && other.name == mapping.property;
+            }))
+            continue;
+        properties.push_back({mapping.prefix, mapping.property, mapping.form,
+                              written(mapping, dictionary[mapping.name], dictionary)});
+    }
+    return properties;
+}
+
+std::vector<IptcDataSet> iptcDataSets(const Dictionary& values) {
+    std::vector<IptcDataSet> sets;
+    const Dictionary& iptc = values[kIptc].dictionary();
+    for (const DataSet& set : kDataSets) {
+        if (!iptc.contains(set.name)) continue;
+        IptcDataSet made{set.number, {}};
+        const Value& value = iptc[set.name];
+        if (value.isArray())
+            for (const Value& one : value.array()) made.values.push_back(one.description());
+        else
+            made.values.push_back(value.description());
+        std::erase(made.values, std::string());
+        sets.push_back(std::move(made));
+    }
+    return sets;
+}
+
+std::vector<std::string_view> iptcNames() {
+    std::vector<std::string_view> names;
+    for (const DataSet& set : kDataSets) names.push_back(set.name);
+    for (const Mapping& mapping : kMappings)
+        if (mapping.dictionary == kIptc && std::ranges::find(names, mapping.name) == names.end())
+            names.push_back(mapping.name);
+    return names;
+}
+
+}  // namespace tessaly::imageio

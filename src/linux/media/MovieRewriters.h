@@ -1,0 +1,10 @@
+#pragma once
+#include "linux/imageio/rewrite/Rewriters.h"
+
+namespace tessaly::media {
+
+/// Matroska (RFC 9559) and WebM: what goes becomes empty space, nothing moves.
+[[nodiscard]] imageio::RewriteResult rewriteMatroska(imageio::ByteSource& source, const imageio::BlockChange& change,
+                                                     imageio::RewriteFault& fault);
+
+}  // namespace tessaly::media
