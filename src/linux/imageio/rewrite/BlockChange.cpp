@@ -1,8 +1,11 @@
 #include "linux/imageio/rewrite/BlockChange.h"
 
+#include <md5.h>
+
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <span>
 #include <string>
 
 #include "linux/imageio/blocks/ExifTags.h"
@@ -16,6 +19,7 @@
 namespace tessaly::imageio {
 namespace {
 
+constexpr std::uint16_t kDngPrivateData = 0xC634;
 constexpr std::uint16_t kPhotoshopIptc = 0x0404;
 constexpr std::uint16_t kPhotoshopThumbnails[] = {0x0409, 0x040C};
 constexpr std::uint16_t kPhotoshopExif = 0x0422;
@@ -68,30 +72,31 @@ bool namesPlace(std::string_view propertyName) {
         "city",       "state",      "province",      "provincestate",    "country",   "countrycode",
         "countryname", "sublocation", "worldregion", "shotlocation",    "gps",       "coverage"};
     if (std::ranges::find(whole, name) != whole.end()) return true;
-    static constexpr std::array<std::string_view, 6> parts{"latitude", "longitude", "longtitude",
-                                                           "altitude", "geotag",    "gpsdata"};
+    static constexpr std::array<std::string_view, 4> parts{"latitude", "longitude", "longtitude", "geotag"};
     return name.starts_with("gps") || name.starts_with("location") ||
            std::ranges::any_of(parts, [&](std::string_view part) { return name.find(part) != std::string::npos; });
 }
 
-BlockChange::BlockChange(const MetadataChange& change, bool isRaw)
-    : change_(change), isRaw_(isRaw), xmpSets_(xmpProperties(change.values)) {}
+BlockChange::BlockChange(const MetadataChange& change, Raw raw)
+    : change_(change), raw_(raw), xmpSets_(xmpProperties(change.values)) {}
 
 // --- Exif ---
 
 /// Who, when and with which body. In the first directory, in Exif's, and DNG's own (DNG 1.6, chapter 4).
 bool BlockChange::removesRawField(TiffKind kind, const TiffEntry& entry) const {
-    static constexpr std::array<std::uint16_t, 34> personal{
+    static constexpr std::array<std::uint16_t, 35> personal{
         0x010D, 0x010E, 0x0131, 0x0132, 0x013B, 0x013C, 0x02BC, 0x8298, 0x83BB, 0x8649, 0x9003, 0x9004,
         0x9010, 0x9011, 0x9012, 0x9286, 0x9290, 0x9291, 0x9292, 0xA004, 0xA420, 0xA430, 0xA431, 0xA435,
-        0xA436, 0xA437, 0xA438, 0xC62F, 0xC65D, 0xC68C, 0xC716, 0xC71B, 0xC789, 0xC7A1};
+        0xA436, 0xA437, 0xA438, 0xC62F, 0xC65D, 0xC68C, 0xC6FE, 0xC716, 0xC71B, 0xC789, 0xC7A1};
     if (kind == TiffKind::interoperability) return false;
+    // A DNG develops without what its maker's note was; other raws keep what they need there.
+    if (raw_ == Raw::dng && (entry.tag == kDngPrivateData || entry.tag == tag::kMakerNote)) return true;
     return std::ranges::binary_search(personal, entry.tag) ||
            std::ranges::find(kFurtherTexts, entry.tag) != kFurtherTexts.end();
 }
 
 bool BlockChange::removesField(TiffKind kind, const TiffEntry& entry) const {
-    if (isRaw_ && removesEverything() && kind != TiffKind::gps && removesRawField(kind, entry)) return true;
+    if (raw_ != Raw::none && removesEverything() && kind != TiffKind::gps && removesRawField(kind, entry)) return true;
     if (removesPlace() && (entry.tag == tag::kGps || std::ranges::find(kGeoTags, entry.tag) != kGeoTags.end()) &&
         kind != TiffKind::gps)
         return true;
@@ -144,7 +149,7 @@ TiffRules BlockChange::tiffRules(ByteOrder order) const {
         return changedBlockField(kind, entry, value);
     };
     if (change_.removal == MetadataChange::Removal::place) rules.noteFields = NotePurge::places;
-    if (isRaw_ && removesEverything()) rules.noteFields = NotePurge::personal;
+    if (raw_ != Raw::none && removesEverything()) rules.noteFields = NotePurge::personal;
     return rules;
 }
 
@@ -160,14 +165,14 @@ std::optional<ByteVector> BlockChange::editedExif(Bytes block) const {
     if (!edit) return std::nullopt;
     if (edit->isEmpty()) return copyOf(block);
     ByteVector whole = edit->applied(block);
-    if (isRaw_) return whole;
+    if (raw_ != Raw::none) return whole;
     if (auto compact = compactExif(whole)) return compact;
     return whole;
 }
 
 std::optional<ByteVector> BlockChange::exif(Bytes block, bool containerHasDensity) const {
     ByteVector start = copyOf(block);
-    if (removesEverything() && !isRaw_) start = minimalExif(block, containerHasDensity).value_or(ByteVector());
+    if (removesEverything() && raw_ == Raw::none) start = minimalExif(block, containerHasDensity).value_or(ByteVector());
     const bool setsFields = !exifFields(change_.values, ByteOrder::big).empty();
     if (start.empty()) {
         if (!setsFields) return std::nullopt;
@@ -221,6 +226,7 @@ std::optional<ByteVector> BlockChange::xmp(Bytes packet) const {
     XmpRules rules;
     rules.removes = [this](std::string_view prefix, std::string_view name) { return removesProperty(prefix, name); };
     rules.sets = xmpSets_;
+    rules.keepsEmptyPacket = change_.removal == MetadataChange::Removal::place;
     const std::string text = changedXmpPacket(removesEverything() ? Bytes() : packet, rules);
     return text.empty() ? std::nullopt : std::optional(copyOf(asBytes(text)));
 }
@@ -233,6 +239,7 @@ std::optional<ByteVector> BlockChange::gainMapXmp(Bytes packet) {
     rules.removes = [&](std::string_view prefix, std::string_view name) {
         return !prefix.empty() && !isGainMap(prefix, name);
     };
+    rules.removesToolkit = true;
     const std::string text = changedXmpPacket(packet, rules);
     return text.empty() ? std::nullopt : std::optional(copyOf(asBytes(text)));
 }
@@ -261,21 +268,24 @@ ByteVector BlockChange::iptc(Bytes datasets) const {
 
 ByteVector BlockChange::photoshop(Bytes resources) const {
     bool hasIptc = false;
+    bool hadDigest = false;
+    ByteVector iptcBlock;
     ByteVector result;
     if (!removesEverything()) {
         result = changedPhotoshopResources(resources, [&](std::uint16_t identifier, Bytes data) -> std::optional<ByteVector> {
             switch (identifier) {
                 case kPhotoshopIptc: {
                     if (std::exchange(hasIptc, true)) return std::nullopt;
-                    ByteVector made = iptc(data);
-                    return made.empty() ? std::nullopt : std::optional(std::move(made));
+                    iptcBlock = iptc(data);
+                    return iptcBlock.empty() ? std::nullopt : std::optional(iptcBlock);
                 }
                 case kPhotoshopXmp:
                     return xmp(data);
                 case kPhotoshopExif:
                     return exif(data, true);
                 case kPhotoshopIptcDigest:
-                    return std::nullopt;  // Of the data sets as they were; without it readers simply read them.
+                    hadDigest = true;
+                    return std::nullopt;
                 case kPhotoshopThumbnails[0]:
                 case kPhotoshopThumbnails[1]:
                     if (change_.removal == MetadataChange::Removal::dictionaries && change_.removes.exif)
@@ -286,8 +296,19 @@ ByteVector BlockChange::photoshop(Bytes resources) const {
             }
         });
     }
-    if (!hasIptc)
-        if (const ByteVector made = iptc({}); !made.empty()) appendPhotoshopResource(result, kPhotoshopIptc, made);
+    if (!hasIptc) {
+        iptcBlock = iptc({});
+        if (!iptcBlock.empty()) appendPhotoshopResource(result, kPhotoshopIptc, iptcBlock);
+    }
+    // By the digest, programs tell whether the data sets were changed behind the back of XMP. They were not.
+    if (hadDigest) {
+        std::array<std::uint8_t, MD5_DIGEST_LENGTH> digest{};
+        MD5_CTX context;
+        MD5Init(&context);
+        MD5Update(&context, reinterpret_cast<const std::uint8_t*>(iptcBlock.data()), iptcBlock.size());
+        MD5Final(digest.data(), &context);
+        appendPhotoshopResource(result, kPhotoshopIptcDigest, std::as_bytes(std::span(digest)));
+    }
     return result;
 }
 

@@ -12,8 +12,9 @@ namespace tessaly::imageio {
 /// stay in them is decided here, the same for every format.
 class BlockChange {
 public:
-    /// `isRaw`: everything means names, places, dates and serial numbers; what a raw converter needs stays.
-    explicit BlockChange(const MetadataChange& change, bool isRaw = false);
+    /// Of a raw, everything means names, places, dates and serial numbers: what a converter needs stays.
+    enum class Raw : std::uint8_t { none, makers, dng };
+    explicit BlockChange(const MetadataChange& change, Raw raw = Raw::none);
 
     [[nodiscard]] bool removesEverything() const noexcept { return change_.removesEverything(); }
     [[nodiscard]] bool removesPlace() const noexcept { return change_.removesPlace(); }
@@ -48,7 +49,7 @@ private:
     [[nodiscard]] std::optional<TiffField> changedBlockField(TiffKind kind, const TiffEntry& entry, Bytes value) const;
 
     const MetadataChange& change_;
-    bool isRaw_;
+    Raw raw_;
     std::vector<XmpProperty> xmpSets_;
 };
 

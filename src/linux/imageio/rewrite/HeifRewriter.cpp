@@ -351,12 +351,6 @@ private:
 
     // --- Where the data go ---
 
-    struct Extent {
-        ByteRange range;     ///< Of the source.
-        std::uint64_t own;   ///< Or an offset in the new data, of `ownLength`.
-        std::uint64_t ownLength;
-    };
-
     [[nodiscard]] ByteRange rangeOf(const HeifItem& item, const HeifItem::Extent& extent) const {
         const bool fromIdat = item.constructionMethod == 1;
         const std::uint64_t start = extent.position + (fromIdat ? idat_.position : 0);
@@ -368,9 +362,10 @@ private:
     RewriteResult joined(RewriteFault& fault) {
         for (IsoBoxes boxes(source_, meta_, kFullBoxHead); const auto box = boxes.next();)
             if (box->type() == "idat"sv) idat_ = *box;
+        keepInnerData();
         ByteRanges data;
         for (const HeifItem& item : items_->all())
-            if (kept_.contains(item.id) && !replaced_.contains(item.id))
+            if (kept_.contains(item.id) && !replaced_.contains(item.id) && item.constructionMethod == 0)
                 for (const HeifItem::Extent& extent : item.extents) {
                     const ByteRange range = rangeOf(item, extent);
                     if (range.start < range.end) data.add(range.start, range.end - range.start);
@@ -409,6 +404,20 @@ private:
         moved.addTo(plan);
         plan.append(std::move(tail), 0);
         return plan;
+    }
+
+    /// What stands in the table of items itself: descriptions of grids, mostly.
+    void keepInnerData() {
+        for (const HeifItem& item : items_->all()) {
+            if (!kept_.contains(item.id) || replaced_.contains(item.id) || item.constructionMethod != 1) continue;
+            innerOffsets_[item.id] = innerData_.size();
+            for (const HeifItem::Extent& extent : item.extents) {
+                const ByteRange range = rangeOf(item, extent);
+                if (range.start >= range.end) continue;
+                const Bytes bytes = source_.bytesUpTo(range.start, range.end - range.start);
+                innerData_.insert(innerData_.end(), bytes.begin(), bytes.end());
+            }
+        }
     }
 
     /// Media data that belong to no item, hence to the sequence.
@@ -458,7 +467,8 @@ private:
                : content.write(static_cast<std::uint16_t>(ids.size()));
         for (const std::uint32_t id : ids) {
             isLong ? content.write(id) : content.write(static_cast<std::uint16_t>(id));
-            content.write(std::uint16_t{0}).write(std::uint16_t{0});
+            const bool isInner = innerOffsets_.contains(id);
+            content.write(static_cast<std::uint16_t>(isInner ? 1 : 0)).write(std::uint16_t{0});
             if (const auto own = replaced_.find(id); own != replaced_.end()) {
                 content.write(std::uint16_t{1}).write(ownStart + ownOffsets_[id]);
                 content.write(static_cast<std::uint64_t>(own->second.size()));
@@ -466,10 +476,12 @@ private:
             }
             const HeifItem* item = items_->find(id);
             content.write(static_cast<std::uint16_t>(item->extents.size()));
+            std::uint64_t inner = isInner ? innerOffsets_[id] : 0;
             for (const HeifItem::Extent& extent : item->extents) {
                 const ByteRange range = rangeOf(*item, extent);
                 const auto at = moved ? moved->destinationOf(range.start) : std::nullopt;
-                content.write(at.value_or(0));
+                content.write(isInner ? inner : at.value_or(0));
+                inner += range.end - range.start;
                 content.write(range.start < range.end ? range.end - range.start : std::uint64_t{0});
             }
         }
@@ -494,8 +506,10 @@ private:
                 content.bytes(propertyBox(*box));
             } else if (type == "grpl"sv) {
                 content.bytes(groupBox(*box));
-            } else if (type == "idat"sv || type == "free"sv || type == "skip"sv) {
-                continue;  // Its items move to the media data.
+            } else if (type == "idat"sv) {
+                content.bytes(boxBytes("idat", innerData_));
+            } else if (type == "free"sv || type == "skip"sv) {
+                continue;
             } else if (type == "hdlr"sv && change_.removesEverything()) {
                 addHandler(*box, content);
             } else if (isNeeded(type) || !change_.removesEverything()) {
@@ -525,6 +539,8 @@ private:
     std::set<std::uint32_t> kept_;
     std::map<std::uint32_t, ByteVector> replaced_;
     std::map<std::uint32_t, std::uint64_t> ownOffsets_;
+    std::map<std::uint32_t, std::uint64_t> innerOffsets_;
+    ByteVector innerData_;
     std::vector<NewItem> added_;
 };
 

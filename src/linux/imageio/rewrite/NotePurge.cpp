@@ -74,7 +74,39 @@ void addTrim(std::vector<NoteTrim>& trims, const OpenedNote& note, std::uint16_t
         if (field.maker == note.read && field.directory == directoryTag &&
             (field.isPlace || purge == NotePurge::personal) && trim.directory.find(field.tag))
             trim.tags.push_back(field.tag);
-    if (!trim.tags.empty()) trims.push_back(std::move(trim));
+    if (!trim.tags.empty() || !trim.patches.empty()) trims.push_back(std::move(trim));
+}
+
+constexpr std::uint16_t kNikonSerialNumber = 0x001D;
+constexpr std::uint16_t kNikonColorBalance = 0x0097;
+
+/// The lowest byte of the serial number is the key to the enciphered colour balance: a number that has only that byte
+/// tells nobody which camera it was, and still develops.
+void treatNikonSerialNumber(const OpenedNote& note, NoteTrim& trim) {
+    const auto serial = note.directory.find(kNikonSerialNumber);
+    TiffContext tiff = note.tiff;
+    const auto text = serial ? serial->bytes(tiff) : std::nullopt;
+    if (!text) return;
+    const auto balance = note.directory.find(kNikonColorBalance);
+    const auto version = balance ? tiff.source.bytes(balance->position, 2) : std::nullopt;
+    const bool isEnciphered = version && asText(*version) == "02";
+    if (!isEnciphered || serial->byteLength() <= 4) {
+        trim.tags.push_back(kNikonSerialNumber);
+        return;
+    }
+    std::uint64_t number = 0;
+    std::size_t digits = 0;
+    for (const std::byte byte : *text) {
+        const auto digit = std::to_integer<unsigned>(byte) - '0';
+        if (digit > 9) break;
+        number = number * 10 + digit;
+        ++digits;
+    }
+    if (digits < 3) return;  // A model's name, in the first cameras that enciphered.
+    ByteVector made = copyOf(*text);
+    std::uint64_t rest = number & 0xFFU;
+    for (std::size_t i = digits; i > 0; --i, rest /= 10) made[i - 1] = static_cast<std::byte>('0' + rest % 10);
+    trim.patches.push_back({serial->position, std::move(made)});
 }
 
 }  // namespace
@@ -84,7 +116,9 @@ std::vector<NoteTrim> noteTrims(TiffContext& tiff, const TiffEntry& note, std::s
     if (purge == NotePurge::nothing) return trims;
     auto opened = openMakerNote(tiff, note.position, note.byteLength(), make);
     if (!opened || !opened->directory.complete) return trims;
-    addTrim(trims, *opened, 0, purge, {opened->tiff, opened->directoryPosition, opened->directory, {}});
+    NoteTrim own{opened->tiff, opened->directoryPosition, opened->directory, {}, {}};
+    if (opened->read == readNikonNote && purge == NotePurge::personal) treatNikonSerialNumber(*opened, own);
+    addTrim(trims, *opened, 0, purge, std::move(own));
     for (const PrivateField& field : kPrivateFields) {
         if (field.maker != opened->read || field.directory == 0) continue;
         const auto pointer = opened->directory.find(field.directory);
@@ -95,7 +129,7 @@ std::vector<NoteTrim> noteTrims(TiffContext& tiff, const TiffEntry& note, std::s
         if (!offset) continue;
         const TiffDirectory directory = readTiffDirectory(opened->tiff, *offset);
         if (directory.complete && !directory.entries.empty())
-            addTrim(trims, *opened, field.directory, purge, {opened->tiff, opened->tiff.base + *offset, directory, {}});
+            addTrim(trims, *opened, field.directory, purge, {opened->tiff, opened->tiff.base + *offset, directory, {}, {}});
         break;  // One further directory a maker so far.
     }
     return trims;

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "linux/imageio/TiffDirectory.h"
+#include "linux/imageio/rewrite/RewritePlan.h"
 
 namespace tessaly::imageio {
 
@@ -20,6 +21,8 @@ struct NoteTrim {
     std::uint64_t position = 0;  ///< Of the directory, in the source.
     TiffDirectory directory;
     std::vector<std::uint16_t> tags;
+    /// Fields whose value is overwritten instead, keeping its length.
+    std::vector<RewritePlan::Patch> patches;
 };
 
 /// The directories of the note from which something is to be taken.

@@ -184,6 +184,8 @@ private:
     /// Takes fields out of a note's directories, which stay where they are: the fields behind move up.
     void trimNote(const TiffEntry& note) {
         for (NoteTrim& trim : noteTrims(tiff_, note, make_, rules_.noteFields)) {
+            for (RewritePlan::Patch& one : trim.patches) patch(one.offset, std::move(one.bytes));
+            if (trim.tags.empty()) continue;
             ByteWriter rows(trim.tiff.order);
             std::uint16_t count = 0;
             for (std::size_t i = 0; i < trim.directory.entries.size(); ++i) {

@@ -10,6 +10,7 @@
 namespace tessaly::imageio {
 namespace {
 
+constexpr std::uint16_t kDngVersion = 0xC612;
 constexpr std::uint16_t kJpegFromRaw = 0x002E;
 constexpr std::uint64_t kOldJpeg = 6;
 constexpr std::size_t kMaximumDirectories = 64;
@@ -180,7 +181,8 @@ RewriteResult rewriteRawTiff(ByteSource& source, const BlockChange& change, Rewr
     auto header = readTiffHeader(source);
     fault = RewriteFault::damaged;
     if (!header) return std::nullopt;
-    const BlockChange forRaw(change.change(), true);
+    const bool isDng = readTiffDirectory(header->context, header->firstDirectory).find(kDngVersion).has_value();
+    const BlockChange forRaw(change.change(), isDng ? BlockChange::Raw::dng : BlockChange::Raw::makers);
     return editedTiff(source, forRaw, inPlaceRules(*header, forRaw), fault);
 }
 

@@ -55,7 +55,7 @@ public:
             writeSets();
             text_ += kEmptyFoot;
         }
-        if (properties_ == 0) return {};
+        if (properties_ == 0 && !(root && rules_.keepsEmptyPacket)) return {};
         return std::string(kHeader).append(text_).append(kTrailer);
     }
 
@@ -151,8 +151,7 @@ private:
                 if (filters && goes(name, isDescription)) continue;
                 if (isDescription && name.prefix != "rdf") ++properties_;
             }
-            // The toolkit's version names the program that wrote the packet last.
-            if (attribute.name == "x:xmptk") continue;
+            if (rules_.removesToolkit && attribute.name == "x:xmptk") continue;
             text_.append(" ").append(attribute.name).append("=\"").append(escaped(attribute.value())).append("\"");
         }
     }

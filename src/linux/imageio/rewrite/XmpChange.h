@@ -24,9 +24,13 @@ struct XmpRules {
     /// name. Empty: none.
     std::function<bool(std::string_view prefix, std::string_view name)> removes;
     std::vector<XmpProperty> sets;
+    /// Whether a packet stays that has no property left.
+    bool keepsEmptyPacket = false;
+    /// Whether the name of the program that wrote the packet last goes.
+    bool removesToolkit = false;
 };
 
-/// The packet with the rules applied, written anew in UTF-8. Empty when no property is left; what is not well formed,
+/// The packet with the rules applied, written anew in UTF-8. Empty when nothing is left; what is not well formed,
 /// and whatever stands outside its elements, is not taken over. `packet` may be empty.
 [[nodiscard]] std::string changedXmpPacket(Bytes packet, const XmpRules& rules);
 
