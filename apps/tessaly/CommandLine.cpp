@@ -13,7 +13,7 @@
 namespace tessaly::cli {
 namespace {
 
-constexpr std::array<std::string_view, 7> kCommands{"show", "share", "scan", "strip", "settings", "keys", "help"};
+constexpr std::array<std::string_view, 8> kCommands{"show", "share", "scan", "strip", "edit", "settings", "keys", "help"};
 constexpr std::array<std::string_view, 4> kProgramOptions{"-h", "--help", "--version", "-V"};
 
 constexpr const char* kDescription =
@@ -88,6 +88,7 @@ int run(std::vector<std::string> arguments) {
     addShareCommand(program, status);
     addScanCommand(program, status);
     addStripCommand(program, status);
+    addEditCommand(program, status);
     addSettingsCommand(program, status);
     addKeysCommand(program, status);
 

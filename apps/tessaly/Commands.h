@@ -9,6 +9,7 @@ void addShowCommand(CLI::App& program, int& status);
 void addShareCommand(CLI::App& program, int& status);
 void addScanCommand(CLI::App& program, int& status);
 void addStripCommand(CLI::App& program, int& status);
+void addEditCommand(CLI::App& program, int& status);
 void addSettingsCommand(CLI::App& program, int& status);
 void addKeysCommand(CLI::App& program, int& status);
 

@@ -1,15 +1,9 @@
-#include <array>
-#include <charconv>
-#include <cmath>
 #include <memory>
-#include <optional>
-#include <string_view>
 
 #include "CommandLine.h"
 #include "Commands.h"
 #include "EditValues.h"
 #include "RewriteRun.h"
-#include "Suggestion.h"
 
 namespace tessaly::cli {
 namespace {

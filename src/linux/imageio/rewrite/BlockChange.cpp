@@ -62,6 +62,15 @@ std::string lowerCase(std::string_view text) {
     return lower;
 }
 
+ByteVector digestOf(Bytes bytes) {
+    std::array<std::uint8_t, MD5_DIGEST_LENGTH> digest{};
+    MD5_CTX context;
+    MD5Init(&context);
+    MD5Update(&context, reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
+    MD5Final(digest.data(), &context);
+    return copyOf(std::as_bytes(std::span(digest)));
+}
+
 bool isGpsProperty(std::string_view prefix, std::string_view name) { return prefix == "exif" && name.starts_with("GPS"); }
 
 }  // namespace
@@ -124,7 +133,7 @@ std::optional<TiffField> BlockChange::changedBlockField(TiffKind kind, const Tif
             made = iptc(value);
             break;
         case tag::kPhotoshop:
-            made = photoshop(value);
+            made = photoshop(value, false);
             type = TiffType::byte;
             break;
         default:
@@ -266,9 +275,9 @@ ByteVector BlockChange::iptc(Bytes datasets) const {
     return changedIptc(datasets, rules);
 }
 
-ByteVector BlockChange::photoshop(Bytes resources) const {
+ByteVector BlockChange::photoshop(Bytes resources, bool isIptcHome) const {
     bool hasIptc = false;
-    bool hadDigest = false;
+    std::optional<ByteVector> digest;
     ByteVector iptcBlock;
     ByteVector result;
     if (!removesEverything()) {
@@ -284,7 +293,7 @@ ByteVector BlockChange::photoshop(Bytes resources) const {
                 case kPhotoshopExif:
                     return exif(data, true);
                 case kPhotoshopIptcDigest:
-                    hadDigest = true;
+                    digest = copyOf(data);
                     return std::nullopt;
                 case kPhotoshopThumbnails[0]:
                 case kPhotoshopThumbnails[1]:
@@ -296,19 +305,14 @@ ByteVector BlockChange::photoshop(Bytes resources) const {
             }
         });
     }
-    if (!hasIptc) {
+    if (!hasIptc && isIptcHome) {
         iptcBlock = iptc({});
         if (!iptcBlock.empty()) appendPhotoshopResource(result, kPhotoshopIptc, iptcBlock);
     }
     // By the digest, programs tell whether the data sets were changed behind the back of XMP. They were not.
-    if (hadDigest) {
-        std::array<std::uint8_t, MD5_DIGEST_LENGTH> digest{};
-        MD5_CTX context;
-        MD5Init(&context);
-        MD5Update(&context, reinterpret_cast<const std::uint8_t*>(iptcBlock.data()), iptcBlock.size());
-        MD5Final(digest.data(), &context);
-        appendPhotoshopResource(result, kPhotoshopIptcDigest, std::as_bytes(std::span(digest)));
-    }
+    if (digest && (hasIptc || isIptcHome)) digest = digestOf(iptcBlock);
+    const bool isStale = !hasIptc && !isIptcHome && !iptcDataSets(change_.values).empty();
+    if (digest && !isStale) appendPhotoshopResource(result, kPhotoshopIptcDigest, *digest);
     return result;
 }
 

@@ -31,8 +31,9 @@ public:
     [[nodiscard]] std::optional<ByteVector> furtherXmp(Bytes packet) const;
     /// IPTC data sets, which may be empty; empty for none.
     [[nodiscard]] ByteVector iptc(Bytes datasets) const;
-    /// Photoshop resources with what they hold of the above, which may be empty; empty for none.
-    [[nodiscard]] ByteVector photoshop(Bytes resources) const;
+    /// Photoshop resources with what they hold of the above, which may be empty; empty for none. `isIptcHome`: new data
+    /// sets are put there, because the container has no other place for them.
+    [[nodiscard]] ByteVector photoshop(Bytes resources, bool isIptcHome = true) const;
 
     /// The rules for a TIFF structure that is edited in place.
     [[nodiscard]] TiffRules tiffRules(ByteOrder order) const;

@@ -158,6 +158,8 @@ private:
 
     /// Adds the row of a field as it will be. @return whether it is as it was.
     bool keepOrChange(TiffKind kind, const TiffEntry& entry, std::vector<Row>& rows, int depth) {
+        // A count that is too large takes values for fields; they would not sort with the others.
+        if (sizeOf(entry.type) == 0) return true;
         const bool isSet = std::ranges::any_of(
             rules_.sets, [&](const auto& set) { return set.first == kind && set.second.tag == entry.tag; });
         if (isSet || (rules_.removes && rules_.removes(kind, entry))) {
