@@ -13,7 +13,8 @@
 namespace tessaly::cli {
 namespace {
 
-constexpr std::array<std::string_view, 8> kCommands{"show", "share", "scan", "strip", "edit", "settings", "keys", "help"};
+constexpr std::array<std::string_view, 8> kCommands{"show", "share",    "scan", "strip",
+                                                    "edit", "settings", "keys", "help"};
 constexpr std::array<std::string_view, 4> kProgramOptions{"-h", "--help", "--version", "-V"};
 
 constexpr const char* kDescription =

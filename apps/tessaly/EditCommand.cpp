@@ -33,7 +33,8 @@ void addEditCommand(CLI::App& program, int& status) {
     options->run.suffix = "-edited";
     CLI::App* command = program.add_subcommand("edit", "Write copies with other values");
     options->run.addOptions(*command);
-    command->add_option("--set", options->sets, "A value to write; an empty one removes it. May be given more than once")
+    command
+        ->add_option("--set", options->sets, "A value to write; an empty one removes it. May be given more than once")
         ->required()
         ->allow_extra_args(false)
         ->type_name("KEY=VALUE");

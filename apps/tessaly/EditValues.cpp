@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "Suggestion.h"
+#include "platform/Foundation/Format.h"
 #include "platform/ImageIO/CGImageProperties.h"
 #include "platform/ImageIO/WritableProperties.h"
 
@@ -57,9 +58,7 @@ std::optional<std::string> exifDate(std::string_view text) {
     if (day < 1 || day > days[static_cast<std::size_t>(month) - 1] || (month == 2 && day == 29 && !isLeap))
         return std::nullopt;
     if (hour > 23 || minute > 59 || second > 59) return std::nullopt;
-    std::array<char, 80> made{};
-    std::snprintf(made.data(), made.size(), "%04d:%02d:%02d %02d:%02d:%02d", year, month, day, hour, minute, second);
-    return std::string(made.data());
+    return formatted("%04ld:%02ld:%02ld %02ld:%02ld:%02ld", year, month, day, hour, minute, second);
 }
 
 Array textsOf(std::string_view text) {
@@ -174,7 +173,8 @@ Value valueOf(std::string_view dictionary, std::string_view text) {
 }
 
 bool equalsWithoutCase(std::string_view a, std::string_view b) {
-    return std::ranges::equal(a, b, [](unsigned char x, unsigned char y) { return std::tolower(x) == std::tolower(y); });
+    return std::ranges::equal(a, b,
+                              [](unsigned char x, unsigned char y) { return std::tolower(x) == std::tolower(y); });
 }
 
 std::string putProperty(std::string_view key, std::string_view text, Dictionary& values) {

@@ -1,10 +1,9 @@
 #pragma once
+#include <CLI/CLI.hpp>
 #include <functional>
 #include <optional>
 #include <string>
 #include <vector>
-
-#include <CLI/CLI.hpp>
 
 #include "platform/ImageIO/MetadataRewrite.h"
 

@@ -14,6 +14,7 @@ public:
     ByteString() = default;
     ByteString(std::string_view text) : bytes_(text) {}
     ByteString(const char* text) : ByteString(std::string_view(text)) {}
+    ByteString(const std::string& text) : ByteString(std::string_view(text)) {}
 
     ByteString& add(const char* text) { return add(std::string_view(text)); }
     ByteString& add(std::string_view text) {

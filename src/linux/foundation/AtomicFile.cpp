@@ -146,7 +146,8 @@ bool AtomicFile::adopt(int source, bool times) {
 }
 
 bool AtomicFile::commit(Existing existing) {
-    if (::fsync(file_) != 0) return false;
+    // Where nothing is replaced nothing can be lost, and the disk need not be waited for.
+    if (existing == Existing::replaced && ::fsync(file_) != 0) return false;
     if (existing == Existing::kept && temporary_.empty()) {
         if (::linkat(AT_FDCWD, descriptorPath(file_).c_str(), folder_, name_.c_str(), AT_SYMLINK_FOLLOW) != 0)
             return false;
@@ -156,7 +157,7 @@ bool AtomicFile::commit(Existing existing) {
         if (::renameat2(folder_, temporary_.c_str(), folder_, name_.c_str(), flags) != 0) return false;
     }
     isCommitted_ = true;
-    ::fsync(folder_);  // So that the new name survives a loss of power; without it the old one would.
+    if (existing == Existing::replaced) ::fsync(folder_);  // The old name survives a loss of power, or the new one.
     return true;
 }
 

@@ -86,7 +86,8 @@ std::u16string utf16Of(std::string_view text) {
         char32_t point = static_cast<unsigned char>(text[at]);
         if (length == 0) point = 0xFFFD;
         if (length > 1) point &= 0xFFU >> (length + 1);
-        for (std::size_t i = 1; i < length; ++i) point = point << 6 | (static_cast<unsigned char>(text[at + i]) & 0x3FU);
+        for (std::size_t i = 1; i < length; ++i)
+            point = point << 6 | (static_cast<unsigned char>(text[at + i]) & 0x3FU);
         at += length == 0 ? 1 : length;
         if (point < 0x10000) {
             result += static_cast<char16_t>(point);

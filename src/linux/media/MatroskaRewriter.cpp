@@ -50,7 +50,8 @@ private:
             end = element->end();
             if (element->id == kTags) readTags(*element);
             if (!everything_) continue;
-            if (element->id == kInformation) readChildren(*element, {kTitle, kDate, kMuxingProgram, kWritingProgram, kSegmentFile, kChecksum});
+            if (element->id == kInformation)
+                readChildren(*element, {kTitle, kDate, kMuxingProgram, kWritingProgram, kSegmentFile, kChecksum});
             if (element->id == kTracks) readTracks(*element);
             if (element->id == kVoid && element->length < kLargestElement) blank(*element);
         }
@@ -73,7 +74,8 @@ private:
         Elements<PassingReader> fields(reader_, simple.position, simple.end());
         while (const auto field = fields.next()) {
             if (field->id != kTagName) continue;
-            const auto name = reader_.bytes(field->position, static_cast<std::size_t>(std::min<std::uint64_t>(field->length, 128)));
+            const auto name =
+                reader_.bytes(field->position, static_cast<std::size_t>(std::min<std::uint64_t>(field->length, 128)));
             if (!name) return false;
             const std::string_view text = imageio::asText(*name);
             return text.find("LOCATION") != std::string_view::npos || text.find("location") != std::string_view::npos ||

@@ -31,8 +31,7 @@ struct MetadataChange {
     [[nodiscard]] bool removesEverything() const noexcept { return removal == Removal::everything; }
     /// Whether the place goes.
     [[nodiscard]] bool removesPlace() const noexcept {
-        return removesEverything() || removal == Removal::place ||
-               (removal == Removal::dictionaries && removes.gps);
+        return removesEverything() || removal == Removal::place || (removal == Removal::dictionaries && removes.gps);
     }
 };
 

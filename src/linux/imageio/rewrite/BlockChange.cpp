@@ -71,15 +71,17 @@ ByteVector digestOf(Bytes bytes) {
     return copyOf(std::as_bytes(std::span(digest)));
 }
 
-bool isGpsProperty(std::string_view prefix, std::string_view name) { return prefix == "exif" && name.starts_with("GPS"); }
+bool isGpsProperty(std::string_view prefix, std::string_view name) {
+    return prefix == "exif" && name.starts_with("GPS");
+}
 
 }  // namespace
 
 bool namesPlace(std::string_view propertyName) {
     const std::string name = lowerCase(propertyName);
     static constexpr std::array<std::string_view, 12> whole{
-        "city",       "state",      "province",      "provincestate",    "country",   "countrycode",
-        "countryname", "sublocation", "worldregion", "shotlocation",    "gps",       "coverage"};
+        "city",        "state",       "province",    "provincestate", "country", "countrycode",
+        "countryname", "sublocation", "worldregion", "shotlocation",  "gps",     "coverage"};
     if (std::ranges::find(whole, name) != whole.end()) return true;
     static constexpr std::array<std::string_view, 4> parts{"latitude", "longitude", "longtitude", "geotag"};
     return name.starts_with("gps") || name.starts_with("location") ||
@@ -151,8 +153,7 @@ TiffRules BlockChange::tiffRules(ByteOrder order) const {
     rules.sets = exifFields(change_.values, order);
     const auto named = namedTags(change_.values);
     rules.removes = [this, named](TiffKind kind, const TiffEntry& entry) {
-        return removesField(kind, entry) ||
-               std::ranges::find(named, std::pair(kind, entry.tag)) != named.end();
+        return removesField(kind, entry) || std::ranges::find(named, std::pair(kind, entry.tag)) != named.end();
     };
     rules.replaces = [this](TiffKind kind, const TiffEntry& entry, Bytes value) {
         return changedBlockField(kind, entry, value);
@@ -168,8 +169,8 @@ std::optional<ByteVector> BlockChange::editedExif(Bytes block) const {
     if (!header) return std::nullopt;
     TiffRules rules = tiffRules(header->context.order);
     // A thumbnail repeats make, model and the picture before it was edited.
-    rules.removesFurther = change_.removal == MetadataChange::Removal::dictionaries &&
-                           (change_.removes.exif || change_.removes.tiff);
+    rules.removesFurther =
+        change_.removal == MetadataChange::Removal::dictionaries && (change_.removes.exif || change_.removes.tiff);
     const auto edit = editTiff(source, 0, rules);
     if (!edit) return std::nullopt;
     if (edit->isEmpty()) return copyOf(block);
@@ -181,7 +182,8 @@ std::optional<ByteVector> BlockChange::editedExif(Bytes block) const {
 
 std::optional<ByteVector> BlockChange::exif(Bytes block, bool containerHasDensity) const {
     ByteVector start = copyOf(block);
-    if (removesEverything() && raw_ == Raw::none) start = minimalExif(block, containerHasDensity).value_or(ByteVector());
+    if (removesEverything() && raw_ == Raw::none)
+        start = minimalExif(block, containerHasDensity).value_or(ByteVector());
     const bool setsFields = !exifFields(change_.values, ByteOrder::big).empty();
     if (start.empty()) {
         if (!setsFields) return std::nullopt;
@@ -260,8 +262,7 @@ bool BlockChange::removesDataSet(std::uint8_t number) const {
     static constexpr std::array<std::uint8_t, 7> places{26, 27, 90, 92, 95, 100, 101};
     if (removesEverything()) return true;
     if (change_.removal == MetadataChange::Removal::dictionaries && change_.removes.iptc) return true;
-    return change_.removal == MetadataChange::Removal::place &&
-           std::ranges::find(places, number) != places.end();
+    return change_.removal == MetadataChange::Removal::place && std::ranges::find(places, number) != places.end();
 }
 
 ByteVector BlockChange::iptc(Bytes datasets) const {
@@ -281,29 +282,30 @@ ByteVector BlockChange::photoshop(Bytes resources, bool isIptcHome) const {
     ByteVector iptcBlock;
     ByteVector result;
     if (!removesEverything()) {
-        result = changedPhotoshopResources(resources, [&](std::uint16_t identifier, Bytes data) -> std::optional<ByteVector> {
-            switch (identifier) {
-                case kPhotoshopIptc: {
-                    if (std::exchange(hasIptc, true)) return std::nullopt;
-                    iptcBlock = iptc(data);
-                    return iptcBlock.empty() ? std::nullopt : std::optional(iptcBlock);
-                }
-                case kPhotoshopXmp:
-                    return xmp(data);
-                case kPhotoshopExif:
-                    return exif(data, true);
-                case kPhotoshopIptcDigest:
-                    digest = copyOf(data);
-                    return std::nullopt;
-                case kPhotoshopThumbnails[0]:
-                case kPhotoshopThumbnails[1]:
-                    if (change_.removal == MetadataChange::Removal::dictionaries && change_.removes.exif)
+        result = changedPhotoshopResources(
+            resources, [&](std::uint16_t identifier, Bytes data) -> std::optional<ByteVector> {
+                switch (identifier) {
+                    case kPhotoshopIptc: {
+                        if (std::exchange(hasIptc, true)) return std::nullopt;
+                        iptcBlock = iptc(data);
+                        return iptcBlock.empty() ? std::nullopt : std::optional(iptcBlock);
+                    }
+                    case kPhotoshopXmp:
+                        return xmp(data);
+                    case kPhotoshopExif:
+                        return exif(data, true);
+                    case kPhotoshopIptcDigest:
+                        digest = copyOf(data);
                         return std::nullopt;
-                    return copyOf(data);
-                default:
-                    return copyOf(data);
-            }
-        });
+                    case kPhotoshopThumbnails[0]:
+                    case kPhotoshopThumbnails[1]:
+                        if (change_.removal == MetadataChange::Removal::dictionaries && change_.removes.exif)
+                            return std::nullopt;
+                        return copyOf(data);
+                    default:
+                        return copyOf(data);
+                }
+            });
     }
     if (!hasIptc && isIptcHome) {
         iptcBlock = iptc({});

@@ -14,9 +14,9 @@
 namespace tessaly::imageio {
 namespace {
 
-constexpr std::array<std::uint16_t, 23> kRationals{
-    0x011A, 0x011B, 0x011E, 0x011F, 0x013E, 0x013F, 0x829A, 0x829D, 0x9102, 0x9202, 0x9205, 0x9206,
-    0x920A, 0x9401, 0x9402, 0x9404, 0xA20B, 0xA20E, 0xA20F, 0xA215, 0xA404, 0xA432, 0xA500};
+constexpr std::array<std::uint16_t, 23> kRationals{0x011A, 0x011B, 0x011E, 0x011F, 0x013E, 0x013F, 0x829A, 0x829D,
+                                                   0x9102, 0x9202, 0x9205, 0x9206, 0x920A, 0x9401, 0x9402, 0x9404,
+                                                   0xA20B, 0xA20E, 0xA20F, 0xA215, 0xA404, 0xA432, 0xA500};
 constexpr std::array<std::uint16_t, 6> kSignedRationals{0x9201, 0x9203, 0x9204, 0x9400, 0x9403, 0x9405};
 constexpr std::array<std::uint16_t, 7> kLongs{0x8831, 0x8832, 0x8833, 0x8834, 0x8835, 0xA002, 0xA003};
 
@@ -194,8 +194,7 @@ std::vector<std::pair<TiffKind, TiffField>> exifFields(const Dictionary& values,
 
 std::vector<std::pair<TiffKind, std::uint16_t>> namedTags(const Dictionary& values) {
     std::vector<std::pair<TiffKind, std::uint16_t>> tags;
-    forEachNamed(values,
-                 [&](TiffKind kind, const TagRule& rule, const Value&) { tags.emplace_back(kind, rule.tag); });
+    forEachNamed(values, [&](TiffKind kind, const TagRule& rule, const Value&) { tags.emplace_back(kind, rule.tag); });
     return tags;
 }
 

@@ -63,8 +63,8 @@ private:
     [[nodiscard]] std::string_view auxiliaryKind(const HeifItem& item) {
         for (const IsoBox& property : items_->propertiesOf(item)) {
             if (property.type() != "auxC"sv) continue;
-            return asText(source_.bytesUpTo(property.position + kFullBoxHead,
-                                            std::min<std::uint64_t>(property.length, 128)));
+            return asText(
+                source_.bytesUpTo(property.position + kFullBoxHead, std::min<std::uint64_t>(property.length, 128)));
         }
         return {};
     }
@@ -92,7 +92,8 @@ private:
         for (bool again = true; std::exchange(again, false);)
             for (const HeifReference& reference : items_->references()) {
                 const bool isDescribed = reference.type == "dimg" || reference.type == "auxl";
-                const bool loses = std::ranges::any_of(reference.to, [&](std::uint32_t to) { return !kept_.contains(to); });
+                const bool loses =
+                    std::ranges::any_of(reference.to, [&](std::uint32_t to) { return !kept_.contains(to); });
                 if (isDescribed && loses && kept_.erase(reference.from) != 0) again = true;
             }
     }
@@ -285,8 +286,8 @@ private:
         IsoBoxes properties(source_, box);
         while (const auto property = properties.next()) {
             ++index;
-            const bool isGone = change_.removesEverything() &&
-                                (isPrivateProperty(property->type()) || !used.contains(index));
+            const bool isGone =
+                change_.removesEverything() && (isPrivateProperty(property->type()) || !used.contains(index));
             if (isGone) {
                 blanked.insert(index);
                 content.bytes(boxBytes("free", {}));
@@ -306,12 +307,13 @@ private:
         ByteWriter rows;
         std::uint32_t kept = 0;
         for (std::uint32_t i = 0; i < count && reader.remaining() > 0; ++i) {
-            const std::uint32_t id = isLong ? reader.read<std::uint32_t>().value_or(0) : reader.read<std::uint16_t>().value_or(0);
+            const std::uint32_t id =
+                isLong ? reader.read<std::uint32_t>().value_or(0) : reader.read<std::uint16_t>().value_or(0);
             const std::uint8_t associations = reader.read<std::uint8_t>().value_or(0);
             std::vector<std::uint16_t> values;
             for (unsigned j = 0; j < associations; ++j) {
-                const std::uint16_t value = isWide ? reader.read<std::uint16_t>().value_or(0)
-                                                   : reader.read<std::uint8_t>().value_or(0);
+                const std::uint16_t value =
+                    isWide ? reader.read<std::uint16_t>().value_or(0) : reader.read<std::uint8_t>().value_or(0);
                 if (!blanked.contains(value & (isWide ? 0x7FFFU : 0x7FU))) values.push_back(value);
             }
             if (!kept_.contains(id)) continue;
@@ -454,7 +456,8 @@ private:
         return own;
     }
 
-    // 8.11.3, version 2 where item numbers need it; offsets and lengths of 8 bytes, so that the box's own length is known.
+    // 8.11.3, version 2 where item numbers need it; offsets and lengths of 8 bytes, so that the box's own length is
+    // known.
     ByteVector locationBox(const MovedRanges* moved, std::uint64_t ownStart) {
         std::vector<std::uint32_t> ids;
         for (const HeifItem& item : items_->all())

@@ -76,7 +76,8 @@ ByteVector changedIptc(Bytes datasets, const IptcRules& rules) {
     ByteWriter writer;
     if (becomesUtf8) append(writer, 1, 90, asBytes(kUtf8Escape));
     const auto appendKept = [&](const DataSet& set) {
-        const bool isText = set.record == 2 && set.number != 0 && set.number != 200 && set.number != 201 && set.number != 202;
+        const bool isText =
+            set.record == 2 && set.number != 0 && set.number != 200 && set.number != 201 && set.number != 202;
         if (becomesUtf8 && !isUtf8 && isText)
             append(writer, set.record, set.number, asBytes(toUtf8(asText(set.data))));
         else

@@ -80,7 +80,8 @@ std::optional<Index> openIndex(ByteSource& source, const JpegPart& mpf) {
     if (!header) return std::nullopt;
     const auto entry = readTiffDirectory(header->context, header->firstDirectory).find(kEntriesTag);
     if (!entry || entry->byteLength() < kEntrySize) return std::nullopt;
-    return Index{header->context, entry->position, std::min<std::uint64_t>(entry->byteLength() / kEntrySize, kMaximumImages)};
+    return Index{header->context, entry->position,
+                 std::min<std::uint64_t>(entry->byteLength() / kEntrySize, kMaximumImages)};
 }
 
 std::vector<JpegImage> indexedImages(ByteSource& source, const JpegPart& mpf) {

@@ -41,12 +41,11 @@ public:
         fault = RewriteFault::damaged;
         if (!readHead()) return std::nullopt;
         const std::uint64_t imageEnd = findEnd();
-        std::vector<JpegImage> further =
-            isGainMap ? std::vector<JpegImage>() : furtherImages(source_, mpf_, imageEnd, change_.removesEverything());
+        if (change_.removesEverything() && !isGainMap) cleanFurtherImages(imageEnd);
         fault = RewriteFault::tooLarge;
-        if (!addBlocks(isGainMap, further)) return std::nullopt;
+        if (!addBlocks(isGainMap)) return std::nullopt;
         fault = RewriteFault::none;
-        return change_.removesEverything() ? joinClean(std::move(further)) : joinWithTrailer(imageEnd);
+        return change_.removesEverything() ? joinClean() : joinWithTrailer(imageEnd);
     }
 
 private:
@@ -81,7 +80,8 @@ private:
     void sort(const Segment& segment) {
         switch (segment.marker) {
             case kApp0:
-                return startsWith(segment, kJfifMark) ? void(jfif_.push_back(segment)) : void(others_.push_back(segment));
+                return startsWith(segment, kJfifMark) ? void(jfif_.push_back(segment))
+                                                      : void(others_.push_back(segment));
             case kApp1:
                 return sortApp1(segment);
             case kApp2:
@@ -146,10 +146,10 @@ private:
         head_.push_back(segmentBytes(marker, mark, bytes));
     }
 
-    bool addBlocks(bool isGainMap, const std::vector<JpegImage>& further) {
+    bool addBlocks(bool isGainMap) {
         const bool hasDensity = addJfif();
         if (!addExif(hasDensity)) return false;
-        if (!addXmp(isGainMap, further)) return false;
+        if (!addXmp(isGainMap)) return false;
         return addPhotoshop();
     }
 
@@ -191,7 +191,7 @@ private:
         return true;
     }
 
-    bool addXmp(bool isGainMap, const std::vector<JpegImage>& further) {
+    bool addXmp(bool isGainMap) {
         if (change_.removesEverything() && isGainMap) {
             for (const Segment& segment : xmp_)
                 if (const auto kept = BlockChange::gainMapXmp(payload(segment))) add(kApp1, kXmpMark, *kept);
@@ -205,7 +205,7 @@ private:
         }
         auto changed = change_.xmp(packet);
         if (change_.removesEverything() && !changed && asText(packet).find("hdr-gain-map") != std::string_view::npos)
-            changed = gainMapDirectory(further);
+            changed = gainMapDirectory(further_);
         if (changed && changed->size() > kLargestPayload - kXmpMark.size()) return false;
         if (changed) add(kApp1, kXmpMark, *changed);
         return change_.removesEverything() || addExtendedXmp();
@@ -283,9 +283,9 @@ private:
             if (!onlyNeeded || isNeeded(segment)) plan.copy(segment.start, segment.length + 4);
     }
 
-    RewritePlan joinClean(std::vector<JpegImage> further) {
-        std::vector<RewritePlan> kept;
-        for (JpegImage& image : further) {
+    /// Plans the images that stay behind the first; their lengths are then those of the result.
+    void cleanFurtherImages(std::uint64_t imageEnd) {
+        for (JpegImage image : furtherImages(source_, mpf_, imageEnd, true)) {
             ByteSource part = source_.part(image.offset, image.length);
             RewriteFault ignored{};
             auto plan = JpegPlan(part, change_).make(ignored, image.isGainMap);
@@ -293,22 +293,19 @@ private:
             RewritePlan moved;
             moved.append(std::move(*plan), image.offset);
             image.length = moved.size();
-            kept.push_back(std::move(moved));
+            further_.push_back(image);
+            furtherPlans_.push_back(std::move(moved));
         }
-        RewritePlan plan;
+    }
+
+    RewritePlan joinClean() {
+        RewritePlan plan, rest;
         startPlan(plan);
-        const std::uint64_t mpfPosition = plan.size();
-        std::uint64_t scans = 0;
-        RewritePlan rest;
         addOthers(rest, true);
         for (const auto& [start, length] : scans_) rest.copy(start, length);
-        scans = rest.size();
-        if (!kept.empty() && mpf_.length != 0) {
-            std::erase_if(further, [](const JpegImage& image) { return image.length == 0; });
-            plan.add(mpfSegment(further, mpfPosition, scans));
-        }
+        if (!further_.empty() && mpf_.length != 0) plan.add(mpfSegment(further_, plan.size(), rest.size()));
         plan.append(std::move(rest), 0);
-        for (RewritePlan& image : kept) plan.append(std::move(image), 0);
+        for (RewritePlan& image : furtherPlans_) plan.append(std::move(image), 0);
         return plan;
     }
 
@@ -331,7 +328,8 @@ private:
         const auto moved = static_cast<std::int64_t>(plan.size() - imageEnd);
         RewritePlan whole;
         if (mpfSlot != 0) {
-            const auto shift = moved - (static_cast<std::int64_t>(mpfPosition) - static_cast<std::int64_t>(mpf_.position));
+            const auto shift =
+                moved - (static_cast<std::int64_t>(mpfPosition) - static_cast<std::int64_t>(mpf_.position));
             whole = withMovedIndex(plan, mpfSlot, shift);
         } else {
             whole = std::move(plan);
@@ -377,6 +375,8 @@ private:
     std::uint64_t scanStart_ = 0;
     std::vector<std::pair<std::uint64_t, std::uint64_t>> scans_;
     std::vector<ByteVector> head_;
+    std::vector<JpegImage> further_;
+    std::vector<RewritePlan> furtherPlans_;
 };
 
 }  // namespace

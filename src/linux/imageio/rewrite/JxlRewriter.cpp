@@ -112,7 +112,8 @@ private:
         if (isUserBox(box, kIptcBox)) return void(iptc_ = contentOf(source_, box));
         static constexpr std::array head{"jP  "sv, "ftyp"sv, "rreq"sv, "jp2h"sv};
         if (std::ranges::find(head, type) != head.end()) return copyBox(head_, box);
-        static constexpr std::array shown{"jp2c"sv, "jpch"sv, "jplh"sv, "cgrp"sv, "ftbl"sv, "comp"sv, "copt"sv, "inst"sv};
+        static constexpr std::array shown{"jp2c"sv, "jpch"sv, "jplh"sv, "cgrp"sv,
+                                          "ftbl"sv, "comp"sv, "copt"sv, "inst"sv};
         hasImage_ |= type == "jp2c"sv;
         const bool isShown = std::ranges::find(shown, type) != shown.end();
         // Labels, URLs and XML stand for whatever a program likes; with a "uuid" that is GeoTIFF, for a place.
@@ -143,8 +144,9 @@ RewriteResult rewriteJxl(ByteSource& source, const BlockChange& change, RewriteF
         const auto xmp = change.xmp({});
         RewritePlan plan;
         if (exif || xmp) {
-            plan.add(asBytes("\0\0\0\x0CJXL \r\n\x87\n\0\0\0\x14"
-                             "ftypjxl \0\0\0\0jxl "sv));
+            plan.add(
+                asBytes("\0\0\0\x0CJXL \r\n\x87\n\0\0\0\x14"
+                        "ftypjxl \0\0\0\0jxl "sv));
             if (exif) {
                 ByteWriter content;
                 content.write(std::uint32_t{0}).bytes(*exif);

@@ -27,22 +27,14 @@ struct KnownRewriter {
 
 /// Raws that are TIFF inside are named by their ending; those in containers of their own have none.
 constexpr std::array kRewriters{
-    KnownRewriter{"public.jpeg", rewriteJpeg},
-    KnownRewriter{"public.png", rewritePng},
-    KnownRewriter{"com.compuserve.gif", rewriteGif},
-    KnownRewriter{"org.webmproject.webp", rewriteWebp},
-    KnownRewriter{"com.microsoft.bmp", rewriteBmp},
-    KnownRewriter{"public.tiff", rewriteTiff},
-    KnownRewriter{"public.heic", rewriteHeif},
-    KnownRewriter{"public.heif", rewriteHeif},
-    KnownRewriter{"public.avif", rewriteHeif},
-    KnownRewriter{"public.jpeg-2000", rewriteJp2},
-    KnownRewriter{"public.jpeg-xl", rewriteJxl},
-    KnownRewriter{"com.canon.cr3-raw-image", nullptr},
-    KnownRewriter{"com.fuji.raw-image", nullptr},
-    KnownRewriter{"com.konicaminolta.raw-image", nullptr},
-    KnownRewriter{"com.sigma.x3f-raw-image", nullptr},
-    KnownRewriter{"com.microsoft.jxr", nullptr},
+    KnownRewriter{"public.jpeg", rewriteJpeg},         KnownRewriter{"public.png", rewritePng},
+    KnownRewriter{"com.compuserve.gif", rewriteGif},   KnownRewriter{"org.webmproject.webp", rewriteWebp},
+    KnownRewriter{"com.microsoft.bmp", rewriteBmp},    KnownRewriter{"public.tiff", rewriteTiff},
+    KnownRewriter{"public.heic", rewriteHeif},         KnownRewriter{"public.heif", rewriteHeif},
+    KnownRewriter{"public.avif", rewriteHeif},         KnownRewriter{"public.jpeg-2000", rewriteJp2},
+    KnownRewriter{"public.jpeg-xl", rewriteJxl},       KnownRewriter{"com.canon.cr3-raw-image", nullptr},
+    KnownRewriter{"com.fuji.raw-image", nullptr},      KnownRewriter{"com.konicaminolta.raw-image", nullptr},
+    KnownRewriter{"com.sigma.x3f-raw-image", nullptr}, KnownRewriter{"com.microsoft.jxr", nullptr},
 };
 
 Rewriter rewriterOf(ByteSource& source, FileFault& fault) {
@@ -107,9 +99,9 @@ RewriteFailure writeFailure() {
 
 /// Names of the properties in a dictionary of the reader's that tell more than how the picture shows.
 void addLeft(const Dictionary& properties, std::string_view dictionary, std::vector<std::string>& left) {
-    static constexpr std::array shown{"Orientation"sv, "XResolution"sv, "YResolution"sv, "ResolutionUnit"sv,
-                                      "Compression"sv, "PhotometricInterpretation"sv, "ColorSpace"sv, "WhitePoint"sv,
-                                      "PrimaryChromaticities"sv};
+    static constexpr std::array shown{"Orientation"sv,    "XResolution"sv, "YResolution"sv,
+                                      "ResolutionUnit"sv, "Compression"sv, "PhotometricInterpretation"sv,
+                                      "ColorSpace"sv,     "WhitePoint"sv,  "PrimaryChromaticities"sv};
     for (const Dictionary::Entry& entry : properties[dictionary].dictionary())
         if (std::ranges::find(shown, entry.key()) == shown.end())
             left.push_back(std::string(dictionary) + " " + std::string(entry.key()));

@@ -59,7 +59,8 @@ bool isPlaceItem(ByteSource& source, const IsoBox& item, const std::vector<std::
     if (isPlaceBox(item.type())) return true;
     if (item.type() == "----"sv) {
         const auto name = findBox(source, item, "name"sv);
-        const auto text = name ? source.bytes(name->position, std::min<std::uint64_t>(name->length, 256)) : std::nullopt;
+        const auto text =
+            name ? source.bytes(name->position, std::min<std::uint64_t>(name->length, 256)) : std::nullopt;
         return text && namesPosition(asText(*text));
     }
     const auto index = loadInteger<std::uint32_t>(reinterpret_cast<const std::byte*>(item.code.data()), ByteOrder::big);
@@ -279,8 +280,8 @@ void MovieBoxes::dropChunks(const IsoBox& table) {
             run.skip(4);
             nextRun = run.read<std::uint32_t>().value_or(UINT32_MAX);
         }
-        const auto at = wide ? offset.read<std::uint64_t>()
-                             : std::optional<std::uint64_t>(offset.read<std::uint32_t>());
+        const auto at =
+            wide ? offset.read<std::uint64_t>() : std::optional<std::uint64_t>(offset.read<std::uint32_t>());
         if (!at || offset.remaining() > kMaximumTable) return;
         std::uint64_t length = std::uint64_t{uniform} * perChunk;
         if (uniform == 0)
@@ -293,7 +294,8 @@ void MovieBoxes::dropChunks(const IsoBox& table) {
     }
 }
 
-/// Dash cameras keep an index of position blocks, which stand between the chunks: version, count, offset and length each.
+/// Dash cameras keep an index of position blocks, which stand between the chunks: version, count, offset and length
+/// each.
 void MovieBoxes::dropPositionBlocks(const IsoBox& box) {
     ByteReader reader(source_.bytesUpTo(box.position, std::min(box.length, kMaximumTable)));
     reader.skip(4);
@@ -414,8 +416,8 @@ private:
         ByteWriter content;
         content.write(std::uint32_t{0}).write(count);
         for (std::uint32_t i = 0; i < count; ++i) {
-            const auto offset = wasWide ? reader.read<std::uint64_t>()
-                                        : std::optional<std::uint64_t>(reader.read<std::uint32_t>());
+            const auto offset =
+                wasWide ? reader.read<std::uint64_t>() : std::optional<std::uint64_t>(reader.read<std::uint32_t>());
             if (!offset || (!wasWide && reader.remaining() > kMaximumTable)) break;
             const std::uint64_t moved = destinationOf_(*offset);
             wide ? content.write(moved) : content.write(static_cast<std::uint32_t>(moved));

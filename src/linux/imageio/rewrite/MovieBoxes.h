@@ -42,7 +42,7 @@ private:
     ByteSource& source_;
     IsoBox movie_;
     const BlockChange& change_;
-    std::vector<std::uint64_t> droppedTracks_;      ///< Where their boxes start.
+    std::vector<std::uint64_t> droppedTracks_;  ///< Where their boxes start.
     std::vector<std::uint32_t> droppedIdentifiers_;
     ByteRanges droppedData_;
     bool isRefused_ = false;

@@ -48,7 +48,8 @@ private:
 
     [[nodiscard]] bool isCopied(const IsoBox& box) const {
         static constexpr std::array padding{"wide"sv, "mfra"sv};  // An index of fragments is optional, and moves.
-        static constexpr std::array known{"ftyp"sv, "styp"sv, "sidx"sv, "ssix"sv, "prft"sv, "moof"sv, "mdat"sv, "pdin"sv};
+        static constexpr std::array known{"ftyp"sv, "styp"sv, "sidx"sv, "ssix"sv,
+                                          "prft"sv, "moof"sv, "mdat"sv, "pdin"sv};
         if (change_.removesEverything()) return std::ranges::find(known, box.type()) != known.end();
         return std::ranges::find(padding, box.type()) == padding.end();
     }
@@ -88,7 +89,8 @@ private:
         const auto destination = [&](std::uint64_t offset) {
             if (const auto found = moved.destinationOf(offset)) return *found;
             // A file that was cut has chunks behind its end.
-            if (kept.empty() || offset >= kept.back().end) return offset + moved.end() - (kept.empty() ? 0 : kept.back().end);
+            if (kept.empty() || offset >= kept.back().end)
+                return offset + moved.end() - (kept.empty() ? 0 : kept.back().end);
             isLost = true;
             return offset;
         };

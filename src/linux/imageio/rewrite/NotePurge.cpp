@@ -9,8 +9,8 @@
 namespace tessaly::imageio {
 namespace {
 
-/// A private field that tells who, when or with which body, or, of `isPlace`, where. Fields that hold such a thing among
-/// many others are taken out whole.
+/// A private field that tells who, when or with which body, or, of `isPlace`, where. Fields that hold such a thing
+/// among many others are taken out whole.
 struct PrivateField {
     NoteReader maker;
     std::uint16_t directory;  ///< Tag of the note's field that points to the directory; 0 is the note's own.
@@ -19,53 +19,53 @@ struct PrivateField {
 };
 
 constexpr std::array kPrivateFields{
-    PrivateField{readCanonNote, 0, 0x0009},              // Owner's name.
-    PrivateField{readCanonNote, 0, 0x000C},              // Serial number, and its format.
-    PrivateField{readCanonNote, 0, 0x0015},              //
-    PrivateField{readCanonNote, 0, 0x000D},              // Camera information: owner, lens serial number.
-    PrivateField{readCanonNote, 0, 0x0035},              // Time zone.
-    PrivateField{readCanonNote, 0, 0x0096},              // Internal serial number.
-    PrivateField{readCanonNote, 0, 0x4019},              // Lens serial number.
-    PrivateField{readNikonNote, 0, 0x00A0},              // Serial number of the sensor.
-    PrivateField{readNikonNote, 0, 0x0024},              // World time.
-    PrivateField{readNikonNote, 0, 0x0039, true},        // Location.
-    PrivateField{readFujifilmNote, 0, 0x0010},           // Internal serial number.
-    PrivateField{readSonyNote, 0, 0x2031},               // Serial number.
-    PrivateField{readSonyNote, 0, 0x9050},               // Enciphered: internal serial number, shutter count.
-    PrivateField{readPanasonicNote, 0, 0x0025},          // Internal serial number.
-    PrivateField{readPanasonicNote, 0, 0x0052},          // Of lens and accessory.
-    PrivateField{readPanasonicNote, 0, 0x0054},          //
-    PrivateField{readPanasonicNote, 0, 0x0033},          // A baby's birthday, its age and name.
-    PrivateField{readPanasonicNote, 0, 0x8010},          //
-    PrivateField{readPanasonicNote, 0, 0x0066},          //
-    PrivateField{readPanasonicNote, 0, 0x0065},          // A title.
-    PrivateField{readPanasonicNote, 0, 0x0303},          // Leica's serial numbers.
-    PrivateField{readPanasonicNote, 0, 0x0305},          //
-    PrivateField{readPanasonicNote, 0, 0x0321},          //
-    PrivateField{readPanasonicNote, 0, 0x0500},          //
-    PrivateField{readPanasonicNote, 0, 0x0067, true},    // Location, country, state, city, landmark.
-    PrivateField{readPanasonicNote, 0, 0x0069, true},    //
-    PrivateField{readPanasonicNote, 0, 0x006B, true},    //
-    PrivateField{readPanasonicNote, 0, 0x006D, true},    //
-    PrivateField{readPanasonicNote, 0, 0x006F, true},    //
-    PrivateField{readOlympusNote, 0, 0x0404},            // Serial numbers.
-    PrivateField{readOlympusNote, 0, 0x101A},            //
-    PrivateField{readOlympusNote, 0x2010, 0x0101},       //
-    PrivateField{readOlympusNote, 0x2010, 0x0102},       //
-    PrivateField{readOlympusNote, 0x2010, 0x0202},       //
-    PrivateField{readOlympusNote, 0x2010, 0x0302},       //
-    PrivateField{readOlympusNote, 0x2010, 0x1003},       //
-    PrivateField{readPentaxNote, 0, 0x0006},             // Date and time.
-    PrivateField{readPentaxNote, 0, 0x0007},             //
-    PrivateField{readPentaxNote, 0, 0x0215},             // Camera information: internal serial number.
-    PrivateField{readPentaxNote, 0, 0x0229},             // Serial number, artist, copyright.
-    PrivateField{readPentaxNote, 0, 0x022E},             //
-    PrivateField{readPentaxNote, 0, 0x022F},             //
-    PrivateField{readRicohNote, 0, 0x0005},              // Serial numbers.
-    PrivateField{readSamsungNote, 0, 0x0031, true},      // Name of the place.
-    PrivateField{readSamsungNote, 0, 0xA002},            // Serial numbers.
-    PrivateField{readSamsungNote, 0, 0xA005},            //
-    PrivateField{readSigmaNote, 0, 0x0002},              // Serial number.
+    PrivateField{readCanonNote, 0, 0x0009},            // Owner's name.
+    PrivateField{readCanonNote, 0, 0x000C},            // Serial number, and its format.
+    PrivateField{readCanonNote, 0, 0x0015},            //
+    PrivateField{readCanonNote, 0, 0x000D},            // Camera information: owner, lens serial number.
+    PrivateField{readCanonNote, 0, 0x0035},            // Time zone.
+    PrivateField{readCanonNote, 0, 0x0096},            // Internal serial number.
+    PrivateField{readCanonNote, 0, 0x4019},            // Lens serial number.
+    PrivateField{readNikonNote, 0, 0x00A0},            // Serial number of the sensor.
+    PrivateField{readNikonNote, 0, 0x0024},            // World time.
+    PrivateField{readNikonNote, 0, 0x0039, true},      // Location.
+    PrivateField{readFujifilmNote, 0, 0x0010},         // Internal serial number.
+    PrivateField{readSonyNote, 0, 0x2031},             // Serial number.
+    PrivateField{readSonyNote, 0, 0x9050},             // Enciphered: internal serial number, shutter count.
+    PrivateField{readPanasonicNote, 0, 0x0025},        // Internal serial number.
+    PrivateField{readPanasonicNote, 0, 0x0052},        // Of lens and accessory.
+    PrivateField{readPanasonicNote, 0, 0x0054},        //
+    PrivateField{readPanasonicNote, 0, 0x0033},        // A baby's birthday, its age and name.
+    PrivateField{readPanasonicNote, 0, 0x8010},        //
+    PrivateField{readPanasonicNote, 0, 0x0066},        //
+    PrivateField{readPanasonicNote, 0, 0x0065},        // A title.
+    PrivateField{readPanasonicNote, 0, 0x0303},        // Leica's serial numbers.
+    PrivateField{readPanasonicNote, 0, 0x0305},        //
+    PrivateField{readPanasonicNote, 0, 0x0321},        //
+    PrivateField{readPanasonicNote, 0, 0x0500},        //
+    PrivateField{readPanasonicNote, 0, 0x0067, true},  // Location, country, state, city, landmark.
+    PrivateField{readPanasonicNote, 0, 0x0069, true},  //
+    PrivateField{readPanasonicNote, 0, 0x006B, true},  //
+    PrivateField{readPanasonicNote, 0, 0x006D, true},  //
+    PrivateField{readPanasonicNote, 0, 0x006F, true},  //
+    PrivateField{readOlympusNote, 0, 0x0404},          // Serial numbers.
+    PrivateField{readOlympusNote, 0, 0x101A},          //
+    PrivateField{readOlympusNote, 0x2010, 0x0101},     //
+    PrivateField{readOlympusNote, 0x2010, 0x0102},     //
+    PrivateField{readOlympusNote, 0x2010, 0x0202},     //
+    PrivateField{readOlympusNote, 0x2010, 0x0302},     //
+    PrivateField{readOlympusNote, 0x2010, 0x1003},     //
+    PrivateField{readPentaxNote, 0, 0x0006},           // Date and time.
+    PrivateField{readPentaxNote, 0, 0x0007},           //
+    PrivateField{readPentaxNote, 0, 0x0215},           // Camera information: internal serial number.
+    PrivateField{readPentaxNote, 0, 0x0229},           // Serial number, artist, copyright.
+    PrivateField{readPentaxNote, 0, 0x022E},           //
+    PrivateField{readPentaxNote, 0, 0x022F},           //
+    PrivateField{readRicohNote, 0, 0x0005},            // Serial numbers.
+    PrivateField{readSamsungNote, 0, 0x0031, true},    // Name of the place.
+    PrivateField{readSamsungNote, 0, 0xA002},          // Serial numbers.
+    PrivateField{readSamsungNote, 0, 0xA005},          //
+    PrivateField{readSigmaNote, 0, 0x0002},            // Serial number.
 };
 
 void addTrim(std::vector<NoteTrim>& trims, const OpenedNote& note, std::uint16_t directoryTag, NotePurge purge,
@@ -129,7 +129,8 @@ std::vector<NoteTrim> noteTrims(TiffContext& tiff, const TiffEntry& note, std::s
         if (!offset) continue;
         const TiffDirectory directory = readTiffDirectory(opened->tiff, *offset);
         if (directory.complete && !directory.entries.empty())
-            addTrim(trims, *opened, field.directory, purge, {opened->tiff, opened->tiff.base + *offset, directory, {}, {}});
+            addTrim(trims, *opened, field.directory, purge,
+                    {opened->tiff, opened->tiff.base + *offset, directory, {}, {}});
         break;  // One further directory a maker so far.
     }
     return trims;

@@ -153,16 +153,15 @@ private:
 
     void addProfile(std::string_view type, const ByteVector& profile) {
         if (profile.empty()) return;
-        const std::string text = std::string(kProfilePrefix)
-                                     .append(type)
-                                     .append(1, '\0')
-                                     .append(encodedRawProfile(type, profile));
+        const std::string text =
+            std::string(kProfilePrefix).append(type).append(1, '\0').append(encodedRawProfile(type, profile));
         texts_.push_back(chunkBytes("tEXt", asBytes(text)));
     }
 
     RewritePlan joined() {
         RewritePlan plan = std::move(head_);
-        if (asText(exif_).starts_with("Exif")) exif_.erase(exif_.begin(), exif_.begin() + std::min<std::ptrdiff_t>(6, std::ssize(exif_)));
+        if (asText(exif_).starts_with("Exif"))
+            exif_.erase(exif_.begin(), exif_.begin() + std::min<std::ptrdiff_t>(6, std::ssize(exif_)));
         if (const auto exif = change_.exif(exif_, hasDensity_)) plan.add(chunkBytes("eXIf", *exif));
         if (const auto xmp = change_.xmp(xmp_)) {
             ByteWriter writer;

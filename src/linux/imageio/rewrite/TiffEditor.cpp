@@ -230,8 +230,8 @@ private:
 
     /// A field of new length, in the old value's place where it fits.
     Row replaced(const TiffEntry& entry, TiffField field) {
-        if (isOutOfLine(entry) && field.value.size() <= entry.byteLength() &&
-            field.value.size() > shape().offsetSize && entry.position >= tiff_.base) {
+        if (isOutOfLine(entry) && field.value.size() <= entry.byteLength() && field.value.size() > shape().offsetSize &&
+            entry.position >= tiff_.base) {
             erased_.add(entry.position, entry.byteLength());
             kept_.add(entry.position, field.value.size());
             patch(entry.position, field.value);
@@ -271,11 +271,10 @@ private:
     }
 
     void addMissing(TiffKind kind, std::uint16_t pointer, std::vector<Row>& rows) {
-        const bool isWanted =
-            std::ranges::any_of(rules_.sets, [&](const auto& set) { return set.first == kind; }) ||
-            (kind == TiffKind::exif && std::ranges::any_of(rules_.sets, [](const auto& set) {
-                 return set.first == TiffKind::interoperability;
-             }));
+        const bool isWanted = std::ranges::any_of(rules_.sets, [&](const auto& set) { return set.first == kind; }) ||
+                              (kind == TiffKind::exif && std::ranges::any_of(rules_.sets, [](const auto& set) {
+                                   return set.first == TiffKind::interoperability;
+                               }));
         if (!isWanted || std::ranges::find(rows, pointer, &Row::tag) != rows.end()) return;
         std::vector<Row> inside;
         addSets(kind, inside);

@@ -15,15 +15,14 @@ constexpr std::uint16_t kJpegFromRaw = 0x002E;
 constexpr std::uint64_t kOldJpeg = 6;
 constexpr std::size_t kMaximumDirectories = 64;
 
-/// What a decoder, and whoever shows or prints the picture, needs to know. TIFF 6.0 and its supplements; ICC.1, annex B.
+/// What a decoder, and whoever shows or prints the picture, needs to know. TIFF 6.0 and its supplements; ICC.1, annex
+/// B.
 constexpr std::array<std::uint16_t, 41> kPictureTags{
     0x00FE, 0x00FF, 0x0100, 0x0101, 0x0102, 0x0103, 0x0106, 0x010A, 0x0111, 0x0112, 0x0115, 0x0116, 0x0117, 0x011A,
     0x011B, 0x011C, 0x0124, 0x0125, 0x0128, 0x0129, 0x012D, 0x013D, 0x013E, 0x013F, 0x0140, 0x0142, 0x0143, 0x0144,
     0x0145, 0x014C, 0x014E, 0x0152, 0x0153, 0x0154, 0x0155, 0x015B, 0x0211, 0x0212, 0x0213, 0x0214, 0x8773};
 
-bool isPictureTag(TiffKind, const TiffEntry& entry) {
-    return std::ranges::binary_search(kPictureTags, entry.tag);
-}
+bool isPictureTag(TiffKind, const TiffEntry& entry) { return std::ranges::binary_search(kPictureTags, entry.tag); }
 
 /// The directories of the chain and below it.
 template <typename Visit>
@@ -114,8 +113,8 @@ std::vector<RewritePlan::Patch> previewPatches(ByteSource& source, TiffContext t
         patches.insert(patches.end(), std::make_move_iterator(made.begin()), std::make_move_iterator(made.end()));
     };
     forEachDirectory(tiff, first, [&](const TiffDirectory& directory) {
-        for (const auto& [offsetTag, lengthTag] : {std::pair{tag::kJpegOffset, tag::kJpegLength},
-                                                   std::pair{tag::kStripOffsets, tag::kStripByteCounts}}) {
+        for (const auto& [offsetTag, lengthTag] :
+             {std::pair{tag::kJpegOffset, tag::kJpegLength}, std::pair{tag::kStripOffsets, tag::kStripByteCounts}}) {
             const auto offset = directory.find(offsetTag);
             const auto length = directory.find(lengthTag);
             if (!offset || !length || offset->count != 1) continue;
@@ -134,8 +133,7 @@ RewriteResult editedTiff(ByteSource& source, const BlockChange& change, const Ti
     fault = RewriteFault::damaged;
     if (!edit) return std::nullopt;
     std::vector<RewritePlan::Patch> previews;
-    if (change.removesPlace())
-        previews = previewPatches(source, header->context, header->firstDirectory, change);
+    if (change.removesPlace()) previews = previewPatches(source, header->context, header->firstDirectory, change);
     fault = RewriteFault::none;
     return patched(source, std::move(*edit), std::move(previews));
 }

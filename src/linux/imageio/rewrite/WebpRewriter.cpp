@@ -126,7 +126,8 @@ private:
     }
 
     RewriteResult joined() {
-        const Bytes block = asText(exif_).starts_with("Exif") && exif_.size() >= 6 ? Bytes(exif_).subspan(6) : Bytes(exif_);
+        const Bytes block =
+            asText(exif_).starts_with("Exif") && exif_.size() >= 6 ? Bytes(exif_).subspan(6) : Bytes(exif_);
         const auto exif = change_.exif(block);
         const auto xmp = change_.xmp(xmp_);
         if ((exif || xmp) && !makeCanvas()) return std::nullopt;

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdio>
 #include <string>
 
 #include "platform/ImageIO/CGImageProperties.h"
@@ -125,10 +124,10 @@ std::string coordinateText(double degrees, std::string_view reference) {
     degrees = std::abs(degrees);
     constexpr std::int64_t unit = 100'000'000;
     const auto minutes = static_cast<std::int64_t>(std::llround(degrees * 60 * unit));
-    std::array<char, 64> text{};
-    std::snprintf(text.data(), text.size(), "%lld,%lld.%08lld", static_cast<long long>(minutes / (60 * unit)),
-                  static_cast<long long>(minutes / unit % 60), static_cast<long long>(minutes % unit));
-    return text.data() + std::string(reference.substr(0, 1));
+    std::string fraction = std::to_string(minutes % unit);
+    fraction.insert(0, 8 - fraction.size(), '0');
+    return std::to_string(minutes / (60 * unit)) + "," + std::to_string(minutes / unit % 60) + "." + fraction +
+           std::string(reference.substr(0, 1));
 }
 
 std::vector<std::string> written(const Mapping& mapping, const Value& value, const Dictionary& dictionary) {
@@ -162,8 +161,8 @@ std::vector<XmpProperty> xmpProperties(const Dictionary& values) {
                 return other.prefix == mapping.prefix && other.name == mapping.property;
             }))
             continue;
-        properties.push_back({mapping.prefix, mapping.property, mapping.form,
-                              written(mapping, dictionary[mapping.name], dictionary)});
+        properties.push_back(
+            {mapping.prefix, mapping.property, mapping.form, written(mapping, dictionary[mapping.name], dictionary)});
     }
     return properties;
 }
