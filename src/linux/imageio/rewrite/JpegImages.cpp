@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <string>
 
 #include "linux/imageio/IsoBox.h"
 #include "linux/imageio/TiffDirectory.h"
 #include "linux/imageio/containers/JpegSegments.h"
+#include "linux/imageio/rewrite/JpegScans.h"
 #include "linux/imageio/rewrite/MovieBoxes.h"
 
 namespace tessaly::imageio {
@@ -103,27 +103,6 @@ std::vector<JpegImage> indexedImages(ByteSource& source, const JpegPart& mpf) {
 }
 
 }  // namespace
-
-std::uint64_t nextScanMarker(ByteSource& source, std::uint64_t position) {
-    std::array<std::byte, 64 * 1024> buffer;
-    while (position < source.size()) {
-        const std::size_t length = source.copyTo(position, buffer);
-        if (length < 2) break;
-        const std::byte* at = buffer.data();
-        const std::byte* const end = buffer.data() + length - 1;  // A marker needs a second byte.
-        while (at < end) {
-            at = static_cast<const std::byte*>(std::memchr(at, 0xFF, static_cast<std::size_t>(end - at)));
-            if (!at) break;
-            const auto code = std::to_integer<std::uint8_t>(at[1]);
-            if (code != 0 && code != 0xFF && (code < 0xD0 || code > 0xD7))
-                return position + static_cast<std::uint64_t>(at - buffer.data());
-            at += code == 0xFF ? 1 : 2;
-        }
-        position += length - 1;
-        if (length < buffer.size()) break;
-    }
-    return source.size();
-}
 
 std::vector<JpegImage> furtherImages(ByteSource& source, const JpegPart& mpf, std::uint64_t imageEnd, bool onlyShown) {
     std::vector<JpegImage> images = indexedImages(source, mpf);

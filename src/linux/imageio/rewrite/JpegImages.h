@@ -26,10 +26,6 @@ struct JpegImage {
 [[nodiscard]] std::vector<JpegImage> furtherImages(ByteSource& source, const JpegPart& mpf, std::uint64_t imageEnd,
                                                    bool onlyShown);
 
-/// The next marker in compressed data, from `position` on, that is neither a restart nor stuffing; the end of the
-/// source without one.
-[[nodiscard]] std::uint64_t nextScanMarker(ByteSource& source, std::uint64_t position);
-
 /// An index segment for the images, whose first is `behind` bytes after the segment that is put at `position`.
 [[nodiscard]] ByteVector mpfSegment(const std::vector<JpegImage>& images, std::uint64_t position, std::uint64_t behind);
 

@@ -7,6 +7,7 @@
 
 #include "linux/imageio/containers/JpegSegments.h"
 #include "linux/imageio/rewrite/JpegImages.h"
+#include "linux/imageio/rewrite/JpegScans.h"
 #include "linux/imageio/rewrite/Rewriters.h"
 
 namespace tessaly::imageio {
@@ -40,8 +41,13 @@ public:
     RewriteResult make(RewriteFault& fault, bool isGainMap) {
         fault = RewriteFault::damaged;
         if (!readHead()) return std::nullopt;
-        const std::uint64_t imageEnd = findEnd();
-        if (change_.removesEverything() && !isGainMap) cleanFurtherImages(imageEnd);
+        std::uint64_t imageEnd = 0;
+        isOpenEnded_ = change_.removesEverything() && !isGainMap && !mayHaveGainMap();
+        if (!isOpenEnded_) {
+            scans_ = findJpegScans(source_, scanStart_, change_.removesEverything());
+            imageEnd = scans_.end;
+        }
+        if (change_.removesEverything() && !isGainMap && !isOpenEnded_) cleanFurtherImages(imageEnd);
         fault = RewriteFault::tooLarge;
         if (!addBlocks(isGainMap)) return std::nullopt;
         fault = RewriteFault::none;
@@ -110,34 +116,14 @@ private:
             others_.push_back(segment);
     }
 
-    /// Follows the scans to the end of the image. @return the position behind its last marker.
-    std::uint64_t findEnd() {
-        std::uint64_t position = scanStart_;
-        scans_.clear();
-        std::uint64_t copyFrom = scanStart_;
-        const auto copyUpTo = [&](std::uint64_t end) {
-            if (end > copyFrom) scans_.push_back({copyFrom, end - copyFrom});
+    /// Whether a further image belongs to what is shown: an index, or a sign of a gain map, says so.
+    bool mayHaveGainMap() {
+        const auto names = [&](const Segment& segment) {
+            const std::string_view text = asText(payload(segment));
+            return text.find("hdr-gain-map") != std::string_view::npos ||
+                   text.starts_with("urn:iso:std:iso:ts:21496"sv);
         };
-        for (std::size_t count = 0; count < kMaximumScans; ++count) {
-            const auto two = source_.bytes(position, 2);
-            if (!two) break;
-            const auto marker = std::to_integer<std::uint8_t>((*two)[1]);
-            if (marker == kEndOfImage) {
-                copyUpTo(position + 2);
-                return position + 2;
-            }
-            const auto length = source_.read<std::uint16_t>(position + 2);
-            if (!length || *length < 2) break;
-            const std::uint64_t next = position + 2 + *length;
-            const bool isMetadata = (marker >= kApp0 && marker <= kApp15) || marker == kComment;
-            if (isMetadata && change_.removesEverything()) {
-                copyUpTo(position);
-                copyFrom = next;
-            }
-            position = nextScanMarker(source_, next);
-        }
-        copyUpTo(source_.size());
-        return source_.size();
+        return mpf_.length != 0 || std::ranges::any_of(xmp_, names) || std::ranges::any_of(others_, names);
     }
 
     // --- The blocks ---
@@ -283,6 +269,11 @@ private:
             if (!onlyNeeded || isNeeded(segment)) plan.copy(segment.start, segment.length + 4);
     }
 
+    void addScans(RewritePlan& plan) const {
+        if (isOpenEnded_) return plan.copyScans(scanStart_);
+        for (const JpegScans::Part& part : scans_.parts) plan.copy(part.offset, part.length);
+    }
+
     /// Plans the images that stay behind the first; their lengths are then those of the result.
     void cleanFurtherImages(std::uint64_t imageEnd) {
         for (JpegImage image : furtherImages(source_, mpf_, imageEnd, true)) {
@@ -302,7 +293,7 @@ private:
         RewritePlan plan, rest;
         startPlan(plan);
         addOthers(rest, true);
-        for (const auto& [start, length] : scans_) rest.copy(start, length);
+        addScans(rest);
         if (!further_.empty() && mpf_.length != 0) plan.add(mpfSegment(further_, plan.size(), rest.size()));
         plan.append(std::move(rest), 0);
         for (RewritePlan& image : furtherPlans_) plan.append(std::move(image), 0);
@@ -323,7 +314,7 @@ private:
             plan.add(segmentBytes(kApp2, kMpfMark, body.value_or(Bytes())));
         }
         addOthers(plan, false);
-        for (const auto& [start, length] : scans_) plan.copy(start, length);
+        addScans(plan);
         if (dropsTrailer || imageEnd >= source_.size()) return plan;
         const auto moved = static_cast<std::int64_t>(plan.size() - imageEnd);
         RewritePlan whole;
@@ -366,14 +357,13 @@ private:
         return patches;
     }
 
-    static constexpr std::size_t kMaximumScans = 100'000;
-
     ByteSource& source_;
     const BlockChange& change_;
     std::vector<Segment> jfif_, exif_, xmp_, extendedXmp_, photoshop_, others_;
     JpegPart mpf_;
     std::uint64_t scanStart_ = 0;
-    std::vector<std::pair<std::uint64_t, std::uint64_t>> scans_;
+    JpegScans scans_;
+    bool isOpenEnded_ = false;  ///< Nothing behind the image is wanted: its end is found while it is written.
     std::vector<ByteVector> head_;
     std::vector<JpegImage> further_;
     std::vector<RewritePlan> furtherPlans_;

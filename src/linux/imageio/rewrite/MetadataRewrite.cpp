@@ -8,6 +8,7 @@
 
 #include "linux/foundation/AtomicFile.h"
 #include "linux/imageio/ImageFormat.h"
+#include "linux/imageio/rewrite/JpegScans.h"
 #include "linux/imageio/rewrite/Rewriters.h"
 #include "linux/media/Movie.h"
 #include "linux/media/MovieRewriters.h"
@@ -86,8 +87,14 @@ std::optional<RewritePlan> planOf(ByteSource& source, const MetadataChange& chan
     return plan;
 }
 
+/// A file of that size is written sooner than a thread is started.
+constexpr std::uint64_t kSmall = 2 * 1024 * 1024;
+
 bool writePlan(const RewritePlan& plan, ByteSource& source, AtomicFile& target) {
     return std::ranges::all_of(plan.pieces(), [&](const RewritePlan::Piece& piece) {
+        if (piece.isScans)
+            return writeJpegScans(source, piece.offset,
+                                  [&](std::span<const std::byte> bytes) { return target.write(bytes); });
         return piece.isCopied() ? target.copyFrom(source.descriptor(), piece.offset, piece.length)
                                 : target.write(piece.own);
     });
@@ -120,8 +127,9 @@ RewriteFailure rewriteMetadata(const std::string& source, const std::string& tar
     auto file = AtomicFile::create(target);
     if (!file) return writeFailure();
     const auto existing = options.replaces ? AtomicFile::Existing::replaced : AtomicFile::Existing::kept;
-    if (!writePlan(*plan, *bytes, *file) || !file->adopt(bytes->descriptor(), options.keepsTimes) ||
-        !file->commit(existing))
+    const bool isSmall = bytes->size() < kSmall;
+    if (!writePlan(isSmall ? plan->resolved(*bytes) : *plan, *bytes, *file) ||
+        !file->adopt(bytes->descriptor(), options.keepsTimes) || !file->commit(existing))
         return writeFailure();
     return {};
 }
