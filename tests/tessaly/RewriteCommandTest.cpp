@@ -1,0 +1,177 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+#include <set>
+
+#include "support/Containers.h"
+#include "support/Process.h"
+#include "support/TemporaryFolder.h"
+#include "support/TiffBuilder.h"
+#include "tessaly/EditValues.h"
+
+// "strip" and "edit" as a person calls them: where the files go, what is said, and that nothing is ever lost.
+namespace tessaly::test {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+class Rewriting : public testing::Test {
+protected:
+    ProcessResult run(std::vector<std::string> arguments) const {
+        arguments.insert(arguments.begin(), TESSALY_PROGRAM);
+        return runProcess(std::move(arguments), {"XDG_CONFIG_HOME=" + (folder.path() / "config").string()});
+    }
+    /// A photo with a name in it and `size` bytes of picture.
+    std::string photo(const std::string& name, std::size_t size = 100) const {
+        TiffBuilder tiff;
+        tiff.text(TiffBuilder::first, 0x013B, "SECRET artist").text(TiffBuilder::gps, 1, "N");
+        std::string file(jpegWithExif(tiff.build()).text());
+        file.insert(file.size() - 2, std::string(size, 'p'));
+        return folder.write(name, file);
+    }
+    std::set<std::string> names() const {
+        std::set<std::string> found;
+        for (const auto& entry : std::filesystem::directory_iterator(folder.path()))
+            if (entry.path().filename() != "config") found.insert(entry.path().filename().string());
+        return found;
+    }
+
+    TemporaryFolder folder;
+};
+
+TEST_F(Rewriting, WritesACopyBesideAndLeavesTheOriginal) {
+    const std::string original = photo("a.jpg");
+    const std::string before = contentOf(original);
+    const ProcessResult result = run({"strip", original});
+    EXPECT_EQ(result.status, 0) << result.errors;
+    EXPECT_EQ(contentOf(original), before);
+    EXPECT_EQ(names(), (std::set<std::string>{"a.jpg", "a-clean.jpg"}));
+    EXPECT_THAT(contentOf(folder.path() / "a-clean.jpg"), Not(HasSubstr("SECRET")));
+    const ProcessResult again = run({"strip", original});
+    EXPECT_EQ(again.status, 1);
+    EXPECT_THAT(again.errors, HasSubstr("a-clean.jpg: there is a file already"));
+    EXPECT_EQ(run({"strip", "--force", original}).status, 0);
+}
+
+TEST_F(Rewriting, GoesOnAfterAFailureAndEndsInASummary) {
+    const std::string good = photo("good.jpg"), last = photo("last.jpg");
+    const std::string bad = folder.write("bad.jpg", "not a photo");
+    const std::string out = (folder.path() / "out" / "deep").string();
+    const ProcessResult result = run({"strip", "--check", "-o", out, good, bad, "missing.jpg", last});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.output, HasSubstr("good.jpg: clean\n"));
+    EXPECT_THAT(result.output, HasSubstr("2 of 4 files cleaned; the others are as they were\n"));
+    EXPECT_THAT(result.errors, HasSubstr("bad.jpg: is not a photo or video of a known format"));
+    EXPECT_THAT(result.errors, HasSubstr("missing.jpg: no such file"));
+    EXPECT_TRUE(std::filesystem::exists(out + "/last.jpg"));
+}
+
+TEST_F(Rewriting, InPlaceKeepsModeAttributesAndOnRequestTimes) {
+    const std::string path = photo("a.jpg");
+    const std::string link = (folder.path() / "link.jpg").string();
+    std::filesystem::create_symlink("a.jpg", link);
+    ::chmod(path.c_str(), 0640);
+    const bool hasAttributes = ::setxattr(path.c_str(), "user.note", "kept", 4, 0) == 0;
+    const timespec then[2] = {{1'000'000, 0}, {1'000'000, 0}};
+    ::utimensat(AT_FDCWD, path.c_str(), then, 0);
+    EXPECT_EQ(run({"strip", "--in-place", "--keep-dates", link}).status, 0);
+    EXPECT_THAT(contentOf(path), Not(HasSubstr("SECRET")));
+    EXPECT_TRUE(std::filesystem::is_symlink(link)) << "the photo is replaced, not the link to it";
+    struct stat status {};
+    ::stat(path.c_str(), &status);
+    EXPECT_EQ(status.st_mode & 07777U, 0640U);
+    EXPECT_EQ(status.st_mtim.tv_sec, 1'000'000);
+    std::string note(4, ' ');
+    if (hasAttributes) {
+        EXPECT_EQ(::getxattr(path.c_str(), "user.note", note.data(), 4), 4);
+        EXPECT_EQ(note, "kept");
+    }
+}
+
+// The system refuses or kills at every length in turn: what stands there is the old file or the new one, whole.
+TEST_F(Rewriting, AFullDiskAtAnyInstantLeavesTheOriginal) {
+    const std::string path = photo("a.jpg", 20'000);
+    const std::string original = contentOf(path);
+    ASSERT_EQ(run({"strip", path}).status, 0);
+    const std::string clean = contentOf(folder.path() / "a-clean.jpg");
+    std::filesystem::remove(folder.path() / "a-clean.jpg");
+    for (std::size_t limit = 1; limit < clean.size() + 300; limit += 997) {
+        for (const char* action : {"trap '' XFSZ; ", ""}) {
+            const std::string command = std::string(action) + "exec prlimit --fsize=" + std::to_string(limit) + " " +
+                                        TESSALY_PROGRAM + " strip --in-place " + path;
+            const ProcessResult result = runProcess({"/bin/sh", "-c", command});
+            const std::string now = contentOf(path);
+            ASSERT_TRUE(now == original || now == clean) << "at " << limit;
+            ASSERT_EQ(now == clean, limit >= clean.size()) << "at " << limit << ": " << result.errors;
+            ASSERT_EQ(names(), std::set<std::string>{"a.jpg"}) << "at " << limit;
+            if (now == clean) folder.write("a.jpg", original);
+        }
+    }
+}
+
+TEST_F(Rewriting, AKillAtAnyInstantLeavesAWholeFile) {
+    const std::string path = photo("a.jpg", 3'000'000);
+    const std::string original = contentOf(path);
+    ASSERT_EQ(run({"strip", path}).status, 0);
+    const std::string clean = contentOf(folder.path() / "a-clean.jpg");
+    for (int round = 0; round < 40; ++round) {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            ::freopen("/dev/null", "w", stdout);
+            ::execl(TESSALY_PROGRAM, "tessaly", "strip", "--in-place", path.c_str(), nullptr);
+            ::_exit(127);
+        }
+        ::usleep(static_cast<useconds_t>(300 * round));
+        ::kill(child, SIGKILL);
+        int status = 0;
+        ::waitpid(child, &status, 0);
+        const std::string now = contentOf(path);
+        ASSERT_TRUE(now == original || now == clean) << "round " << round;
+        if (now == clean) folder.write("a.jpg", original);
+    }
+}
+
+TEST_F(Rewriting, KeepsWhatIsAskedFor) {
+    const std::string path = photo("a.jpg");
+    EXPECT_EQ(run({"strip", "--in-place", "--keep", "artist", path}).status, 0);
+    const ProcessResult shown = run({"show", "--json", path});
+    EXPECT_THAT(shown.output, HasSubstr("SECRET artist"));
+    const ProcessResult wrong = run({"strip", "--keep", "Artits", path});
+    EXPECT_EQ(wrong.status, 2);
+    EXPECT_THAT(wrong.errors, HasSubstr("did you mean 'Artist'?"));
+}
+
+TEST_F(Rewriting, EditsWhatTheShortKeysMean) {
+    const std::string path = photo("a.jpg");
+    const ProcessResult result = run({"edit", "--in-place", path, "--set", "date=2024-02-29 08:09", "--set",
+                                      "gps=-12.5,45.25", "--set", "keywords=a b, c", "--set", "artist="});
+    EXPECT_EQ(result.status, 0) << result.errors;
+    const std::string json = run({"show", "--json", path}).output;
+    EXPECT_THAT(json, HasSubstr("2024:02:29 08:09:00"));
+    EXPECT_THAT(json, HasSubstr("\"a b\""));
+    EXPECT_THAT(json, HasSubstr("-12.5"));
+    EXPECT_THAT(json, Not(HasSubstr("SECRET")));
+}
+
+TEST(EditValues, RefusesWhatIsNotOne) {
+    struct Row {
+        std::string_view key, text;
+    };
+    for (const auto& [key, text] :
+         {Row{"date", "yesterday"}, Row{"date", "2023-02-29"}, Row{"date", "2024-13-01"}, Row{"gps", "91,0"},
+          Row{"gps", "1"}, Row{"rating", "6"}, Row{"rating", "2.5"}, Row{"altitude", "high"}, Row{"Colour", "red"}}) {
+        Dictionary values;
+        EXPECT_NE(cli::addEditValue(key, text, values), "") << key << "=" << text;
+    }
+}
+
+}  // namespace
+}  // namespace tessaly::test
