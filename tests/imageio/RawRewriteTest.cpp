@@ -1,0 +1,92 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "platform/ImageIO/MetadataRewrite.h"
+#include "support/Containers.h"
+#include "support/TiffBuilder.h"
+
+// Raws lose who, where and when, byte for byte in their places: nobody knows what else points into them.
+namespace tessaly::test {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+using Removal = MetadataChange::Removal;
+
+std::string rewritten(const ByteString& file, Removal removal) {
+    const auto bytes = file.bytes();
+    const Data made = rewriteMetadata(std::make_shared<const std::vector<std::byte>>(bytes.begin(), bytes.end()),
+                                      {.removal = removal, .removes = {}, .values = {}});
+    return made ? std::string(reinterpret_cast<const char*>(made->data()), made->size()) : std::string();
+}
+
+ByteString raw(std::string_view make, const ByteString& note, bool isDng = false) {
+    TiffBuilder tiff;
+    tiff.text(TiffBuilder::first, 0x010F, make).text(TiffBuilder::first, 0x0110, "KEPT model");
+    tiff.text(TiffBuilder::first, 0x0132, "SECRET date").text(TiffBuilder::first, 0x013B, "SECRET artist");
+    tiff.longs(TiffBuilder::first, 0x0111, {6000}).longs(TiffBuilder::first, 0x0117, {200});
+    tiff.shorts(TiffBuilder::first, 0x0103, {34713}).longs(TiffBuilder::first, 0x014A, {0});
+    const ByteString words = xmp(R"(xmp:CreatorTool="SECRET tool" photoshop:City="PLACE")");
+    tiff.raw(TiffBuilder::first, 0x02BC, 1, static_cast<std::uint32_t>(words.size()), words);
+    if (isDng) {
+        tiff.raw(TiffBuilder::first, 0xC612, 1, 4, "\1\4\0\0"_z).text(TiffBuilder::first, 0xC62F, "SECRET serial");
+        tiff.raw(TiffBuilder::first, 0xC634, 1, 14, "SECRET private");
+    }
+    tiff.text(TiffBuilder::exif, 0x9003, "SECRET taken").text(TiffBuilder::exif, 0xA434, "KEPT lens");
+    tiff.raw(TiffBuilder::exif, 0x927C, 7, static_cast<std::uint32_t>(note.size()), note);
+    tiff.text(TiffBuilder::gps, 0x12, "PLACE datum");
+    ByteString file = tiff.build();
+    file.add(6000 - file.size(), 'x');
+    // A preview with metadata of its own.
+    TiffBuilder inner;
+    inner.text(TiffBuilder::first, 0x013B, "SECRET preview").text(TiffBuilder::gps, 0x12, "PLACE in the preview");
+    return file.add(jpegWithExif(inner.build()));
+}
+
+/// A note of its own TIFF header, as one maker writes it.
+ByteString nikonNote(std::string_view balance) {
+    TiffBuilder inside;
+    inside.text(TiffBuilder::first, 0x001D, "3020326").text(TiffBuilder::first, 0x00A0, "SECRET sensor");
+    inside.raw(TiffBuilder::first, 0x0097, 7, 20, ByteString(balance).add(16, 'K'));
+    inside.raw(TiffBuilder::first, 0x0039, 7, 12, "PLACE castle");
+    return ByteString("Nikon\0\2\x10\0\0"_z).add(inside.build());
+}
+
+TEST(RawRewrite, TakesOutWhoWhereAndWhenInPlace) {
+    const ByteString file = raw("NIKON", nikonNote("0100"));
+    const std::string before(file.text());
+    const std::string clean = rewritten(file, Removal::everything);
+    ASSERT_EQ(clean.size(), before.size());
+    EXPECT_THAT(clean, Not(HasSubstr("SECRET")));
+    EXPECT_THAT(clean, Not(HasSubstr("PLACE")));
+    EXPECT_THAT(clean, Not(HasSubstr("3020326")));
+    for (const char* kept : {"KEPT model", "KEPT lens", "KKKKKKKK", "\xFF\xDA"})
+        EXPECT_EQ(clean.find(kept), before.find(kept)) << kept;
+    EXPECT_EQ(propertiesOf(clean)["{Exif}"].dictionary()["LensModel"].string(), "KEPT lens");
+}
+
+// The colour balance is enciphered with the lowest byte of the serial number (3020326 is 0x2E1626): that byte stays.
+TEST(RawRewrite, KeepsTheKeyToAnEncipheredColourBalance) {
+    const std::string clean = rewritten(raw("NIKON", nikonNote("0211")), Removal::everything);
+    EXPECT_THAT(clean, Not(HasSubstr("3020326")));
+    EXPECT_THAT(clean, HasSubstr("0000038"));
+}
+
+TEST(RawRewrite, DropsTheNoteOfADng) {
+    const std::string clean = rewritten(raw("NIKON", nikonNote("0211"), true), Removal::everything);
+    EXPECT_THAT(clean, Not(HasSubstr("SECRET")));
+    EXPECT_THAT(clean, Not(HasSubstr("KKKKKKKK")));
+    EXPECT_THAT(clean, HasSubstr("KEPT model"));
+}
+
+TEST(RawRewrite, OfThePlaceTakesItFromTheNoteToo) {
+    const std::string made = rewritten(raw("NIKON", nikonNote("0100")), Removal::place);
+    EXPECT_THAT(made, Not(HasSubstr("PLACE")));
+    for (const char* kept : {"3020326", "SECRET artist", "SECRET sensor", "SECRET preview", "SECRET tool"})
+        EXPECT_THAT(made, HasSubstr(kept));
+}
+
+}  // namespace
+}  // namespace tessaly::test
