@@ -18,10 +18,10 @@ constexpr std::array<std::string_view, 8> kCommands{"show", "share",    "scan", 
 constexpr std::array<std::string_view, 4> kProgramOptions{"-h", "--help", "--version", "-V"};
 
 constexpr const char* kDescription =
-    "Shows what photos and videos tell about themselves: camera, lens, exposure, dates, place.\n"
+    "Shows what photos and videos tell about themselves: camera, lens, exposure, dates, place; and takes it out.\n"
     "Without a command the files are shown: 'tessaly photo.jpg' is 'tessaly show photo.jpg'.";
 constexpr const char* kFooter =
-    "Exit status: 0 success; 1 a file could not be read; 2 wrong usage.\n"
+    "Exit status: 0 success; 1 a file could not be read or written; 2 wrong usage.\n"
     "'tessaly COMMAND --help' tells more about a command.";
 
 template <std::size_t Count>

@@ -4,7 +4,7 @@ _tessaly() {
     local keys lists="photo video share edit edit-video"
     COMPREPLY=()
     if [ "$COMP_CWORD" -eq 1 ]; then
-        mapfile -t COMPREPLY < <(compgen -W "show share scan settings keys help --help --version" -- "$current"; compgen -f -- "$current")
+        mapfile -t COMPREPLY < <(compgen -W "show share scan strip edit settings keys help --help --version" -- "$current"; compgen -f -- "$current")
         return
     fi
     case $command in
@@ -16,6 +16,26 @@ _tessaly() {
                 mapfile -t COMPREPLY < <(compgen -W "--jobs --shard --help" -- "$current")
             else
                 mapfile -t COMPREPLY < <(compgen -d -- "$current")
+            fi
+            ;;
+        strip | edit)
+            case $previous in
+                -o | --output)
+                    mapfile -t COMPREPLY < <(compgen -d -- "$current")
+                    return
+                    ;;
+                --keep) return ;;
+                --set)
+                    mapfile -t COMPREPLY < <(compgen -S = -W "date title caption keywords rating artist copyright gps altitude" -- "$current")
+                    return
+                    ;;
+            esac
+            if [[ $current == -* ]]; then
+                local own="--set"
+                [ "$command" = strip ] && own="--location --keep --check"
+                mapfile -t COMPREPLY < <(compgen -W "$own --output --in-place --force --keep-dates --recursive --help" -- "$current")
+            else
+                mapfile -t COMPREPLY < <(compgen -f -- "$current")
             fi
             ;;
         settings)
@@ -38,7 +58,7 @@ _tessaly() {
             fi
             ;;
         share) mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
-        help) mapfile -t COMPREPLY < <(compgen -W "show share scan settings keys" -- "$current") ;;
+        help) mapfile -t COMPREPLY < <(compgen -W "show share scan strip edit settings keys" -- "$current") ;;
         *)
             if [ "$previous" = --keys ]; then
                 keys=$(tessaly keys photo show 2>/dev/null | awk '{print $2}')
