@@ -88,5 +88,28 @@ TEST(RawRewrite, OfThePlaceTakesItFromTheNoteToo) {
         EXPECT_THAT(made, HasSubstr(kept));
 }
 
+// Containers of their own around one block: changed in its place, the rest untouched.
+TEST(RawRewrite, CleansTheBlockInsideAForeignContainer) {
+    TiffBuilder tiff;
+    tiff.text(TiffBuilder::first, 0x010F, "KEPT make").text(TiffBuilder::first, 0x013B, "SECRET artist");
+    tiff.text(TiffBuilder::exif, 0x9003, "SECRET taken").text(TiffBuilder::gps, 0x12, "PLACE datum");
+    const ByteString block = tiff.build();
+    const ByteString preview = jpegWithExif(block);
+    ByteString raf("FUJIFILMCCD-RAW 0201");
+    raf.add(84 - raf.size(), '\0').u32(200).u32(static_cast<std::uint32_t>(preview.size())).add(108, '\0');
+    raf.add(preview).add("SENSOR");
+    const auto length = static_cast<std::uint32_t>(block.size());
+    const ByteString mrw = ByteString("\0MRM"_z).u32(8 + length).add("\0TTW"_z).u32(length).add(block).add("SENSOR");
+    for (const ByteString& file : {raf, mrw}) {
+        const std::string before(file.text());
+        const std::string clean = rewritten(file, Removal::everything);
+        ASSERT_EQ(clean.size(), before.size());
+        EXPECT_THAT(clean, Not(HasSubstr("SECRET")));
+        EXPECT_THAT(clean, Not(HasSubstr("PLACE")));
+        EXPECT_EQ(clean.find("KEPT make"), before.find("KEPT make"));
+        EXPECT_EQ(clean.find("SENSOR"), before.find("SENSOR"));
+    }
+}
+
 }  // namespace
 }  // namespace tessaly::test

@@ -269,6 +269,7 @@ ByteVector BlockChange::iptc(Bytes datasets) const {
     IptcRules rules;
     rules.sets = iptcDataSets(change_.values);
     if (change_.removal == MetadataChange::Removal::nothing && rules.sets.empty()) return copyOf(datasets);
+    rules.keepsEmptyBlock = change_.removal == MetadataChange::Removal::place;
     rules.removes = [this](std::uint8_t record, std::uint8_t number) {
         if (change_.removal == MetadataChange::Removal::place) return record == 2 && removesDataSet(number);
         return removesDataSet(number);

@@ -69,7 +69,7 @@ ByteVector changedIptc(Bytes datasets, const IptcRules& rules) {
     }
     const bool setsValues = std::ranges::any_of(rules.sets, [](const IptcDataSet& set) { return !set.values.empty(); });
     const bool hasContent = std::ranges::any_of(kept, [](const DataSet& set) { return set.record != 1 && set.number; });
-    if (!setsValues && !hasContent) return {};
+    if (!setsValues && !hasContent && !(rules.keepsEmptyBlock && !kept.empty())) return {};
 
     // New values are UTF-8, so the old ones have to be as well: a block has one character set.
     const bool becomesUtf8 = isUtf8 || setsValues;

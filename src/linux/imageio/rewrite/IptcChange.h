@@ -18,6 +18,8 @@ struct IptcRules {
     /// Whether a data set goes. Empty: none.
     std::function<bool(std::uint8_t record, std::uint8_t number)> removes;
     std::vector<IptcDataSet> sets;
+    /// Whether a block stays that says nothing any more but its version.
+    bool keepsEmptyBlock = false;
 };
 
 /// The data sets with the rules applied; empty when none is left. What cannot be read is not taken over.

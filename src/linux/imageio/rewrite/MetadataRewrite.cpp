@@ -34,7 +34,7 @@ constexpr std::array kRewriters{
     KnownRewriter{"public.heic", rewriteHeif},         KnownRewriter{"public.heif", rewriteHeif},
     KnownRewriter{"public.avif", rewriteHeif},         KnownRewriter{"public.jpeg-2000", rewriteJp2},
     KnownRewriter{"public.jpeg-xl", rewriteJxl},       KnownRewriter{"com.canon.cr3-raw-image", nullptr},
-    KnownRewriter{"com.fuji.raw-image", nullptr},      KnownRewriter{"com.konicaminolta.raw-image", nullptr},
+    KnownRewriter{"com.fuji.raw-image", rewriteRaf},   KnownRewriter{"com.konicaminolta.raw-image", rewriteMrw},
     KnownRewriter{"com.sigma.x3f-raw-image", nullptr}, KnownRewriter{"com.microsoft.jxr", nullptr},
 };
 
@@ -104,14 +104,23 @@ RewriteFailure writeFailure() {
     return {errno == EEXIST ? RewriteFailure::Kind::exists : RewriteFailure::Kind::cannotWrite, FileFault::none, errno};
 }
 
-/// Names of the properties in a dictionary of the reader's that tell more than how the picture shows.
-void addLeft(const Dictionary& properties, std::string_view dictionary, std::vector<std::string>& left) {
-    static constexpr std::array shown{"Orientation"sv,    "XResolution"sv, "YResolution"sv,
-                                      "ResolutionUnit"sv, "Compression"sv, "PhotometricInterpretation"sv,
-                                      "ColorSpace"sv,     "WhitePoint"sv,  "PrimaryChromaticities"sv};
-    for (const Dictionary::Entry& entry : properties[dictionary].dictionary())
-        if (std::ranges::find(shown, entry.key()) == shown.end())
-            left.push_back(std::string(dictionary) + " " + std::string(entry.key()));
+/// Properties that tell no more than how a picture shows.
+constexpr std::array kShown{"Orientation"sv,    "XResolution"sv,          "YResolution"sv,
+                            "ResolutionUnit"sv, "Compression"sv,          "PhotometricInterpretation"sv,
+                            "ColorSpace"sv,     "WhitePoint"sv,           "XPosition"sv,
+                            "YPosition"sv,      "PrimaryChromaticities"sv};
+/// Those that even a raw, which needs most of them to be developed, has no use for.
+constexpr std::array kPersonal{"Artist"sv,           "Copyright"sv,        "DateTime"sv,          "ImageDescription"sv,
+                               "HostComputer"sv,     "DateTimeOriginal"sv, "DateTimeDigitized"sv, "UserComment"sv,
+                               "BodySerialNumber"sv, "LensSerialNumber"sv, "CameraOwnerName"sv,   "ImageUniqueID"sv,
+                               "OwnerName"sv};
+
+void addLeft(const Dictionary& properties, std::string_view dictionary, bool isRaw, std::vector<std::string>& left) {
+    for (const Dictionary::Entry& entry : properties[dictionary].dictionary()) {
+        const bool stays = isRaw ? std::ranges::find(kPersonal, entry.key()) == kPersonal.end()
+                                 : std::ranges::find(kShown, entry.key()) != kShown.end();
+        if (!stays) left.push_back(std::string(dictionary) + " " + std::string(entry.key()));
+    }
 }
 
 }  // namespace
@@ -155,10 +164,11 @@ std::optional<std::vector<std::string>> metadataLeft(const std::string& path, co
         ImageProperties found;
         format->read(*source, found);
         const Dictionary properties = std::move(found).assemble();
-        addLeft(properties, "{GPS}", left);
+        const bool isRaw = format->typeIdentifier.find("raw-image") != std::string_view::npos;
+        addLeft(properties, "{GPS}", false, left);
         if (change.removesEverything() && change.values.empty())
             for (const std::string_view dictionary : {"{TIFF}"sv, "{Exif}"sv, "{IPTC}"sv, "{ExifAux}"sv}) {
-                addLeft(properties, dictionary, left);
+                addLeft(properties, dictionary, isRaw, left);
             }
     }
     if (!plan->reproduces(*source)) left.emplace_back("hidden data");

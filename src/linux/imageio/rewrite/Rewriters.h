@@ -28,6 +28,8 @@ using RewriteResult = std::optional<RewritePlan>;
 [[nodiscard]] RewriteResult rewriteTiff(ByteSource& source, const BlockChange& change, RewriteFault& fault);
 /// A TIFF-based raw, in place: nothing moves, since offsets may stand where nobody knows.
 [[nodiscard]] RewriteResult rewriteRawTiff(ByteSource& source, const BlockChange& change, RewriteFault& fault);
+[[nodiscard]] RewriteResult rewriteRaf(ByteSource& source, const BlockChange& change, RewriteFault& fault);
+[[nodiscard]] RewriteResult rewriteMrw(ByteSource& source, const BlockChange& change, RewriteFault& fault);
 [[nodiscard]] RewriteResult rewriteHeif(ByteSource& source, const BlockChange& change, RewriteFault& fault);
 [[nodiscard]] RewriteResult rewriteJp2(ByteSource& source, const BlockChange& change, RewriteFault& fault);
 [[nodiscard]] RewriteResult rewriteJxl(ByteSource& source, const BlockChange& change, RewriteFault& fault);

@@ -53,6 +53,13 @@ bool hasOldJpeg(TiffContext& tiff, std::uint64_t first) {
     return found;
 }
 
+/// A whole picture under JPEG that does not say what it is gets taken for a camera's preview.
+void sayItIsNoPreview(TiffTree& page, ByteOrder order) {
+    const bool says = std::ranges::find(page.fields, tag::kSubfileType, &TiffField::tag) != page.fields.end();
+    if (!says)
+        page.set({tag::kSubfileType, TiffType::longInteger, 1, ByteWriter(order).write(std::uint32_t{0}).take()});
+}
+
 void addValues(std::vector<TiffTree>& chain, const BlockChange& change, ByteOrder order) {
     TiffTree& first = chain.front();
     TiffTree exif, gps;
@@ -78,6 +85,7 @@ RewriteResult cleanTiff(const TiffHeader& opened, const BlockChange& change) {
     ByteRanges parts;
     auto chain = readTiffTrees(tiff, opened.firstDirectory, isPictureTag, parts);
     if (!chain || chain->empty() || parts.tidy().empty()) return std::nullopt;
+    for (TiffTree& page : *chain) sayItIsNoPreview(page, tiff.order);
     addValues(*chain, change, tiff.order);
     RewritePlan plan = tiffPlan(*chain, tiff.order, tiff.big, parts);
     if (!tiff.big && plan.size() > UINT32_MAX) return std::nullopt;
