@@ -39,6 +39,14 @@ public:
     [[nodiscard]] static ExifInformationRef exifInformationFromSource(const CGImageSourceRef& source, const NSURL& url);
     [[nodiscard]] static ExifInformationRef exifInformationFromAsset(const AVAsset& asset, const NSURL& url);
 
+    /// The same file without its Exif, TIFF, IPTC and GPS dictionaries, wherever it repeats them; pixels, orientation,
+    /// profile and every other dictionary stay. Null for what is no image; empty for a format that cannot be written.
+    [[nodiscard]] static Data imageDataByRemovingExifAndGeoTagging(const Data& data);
+    /// The file's first image, written anew with its own properties. Null and empty as above.
+    [[nodiscard]] static Data imageDataWithEXIFEdited(const Data& data);
+    /// The metadata with both orientations set.
+    [[nodiscard]] static Dictionary fixOrientationInMetadata(const Dictionary& metadata, std::int64_t withOrientation);
+
     /// The records that the user's filters let through, in order: by location, and those without Exif.
     [[nodiscard]] static std::vector<ExifInformationRef> exifDataItemsArrayAndFilterFromExifArray(
         std::span<const ExifInformationRef> records);

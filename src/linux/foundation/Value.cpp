@@ -87,7 +87,9 @@ const Value& Dictionary::operator[](std::string_view key) const noexcept {
     return Value::null();
 }
 
-bool Dictionary::contains(std::string_view key) const noexcept { return !(*this)[key].isNull(); }
+bool Dictionary::contains(std::string_view key) const noexcept {
+    return std::ranges::any_of(*this, [key](const Entry& entry) { return entry.key() == key; });
+}
 
 std::vector<Dictionary::Entry>& Dictionary::mutableEntries() {
     if (!entries_)
@@ -117,6 +119,11 @@ void Dictionary::appendLiteral(std::string_view key, Value&& value) {
 
 void Dictionary::remove(std::string_view key) {
     if (contains(key)) std::erase_if(mutableEntries(), [key](const Entry& entry) { return entry.key() == key; });
+}
+
+void Dictionary::setNull(std::string_view key) {
+    remove(key);
+    mutableEntries().push_back({SharedText(key), Value()});
 }
 
 void Dictionary::reserve(std::size_t count) { mutableEntries().reserve(count); }

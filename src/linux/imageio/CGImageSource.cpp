@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "linux/imageio/ImageFormat.h"
+#include "linux/imageio/SourceBytes.h"
 
 namespace tessaly {
 
@@ -17,6 +18,7 @@ public:
         : bytes_(std::move(bytes)), format_(format), data_(std::move(data)) {}
 
     [[nodiscard]] std::string_view type() const { return format_.typeIdentifier; }
+    [[nodiscard]] ByteSource& bytes() { return bytes_; }
     [[nodiscard]] std::uint64_t byteCount() const { return bytes_.size(); }
 
     /// Reads on the first question; every later one is answered from memory.
@@ -77,6 +79,8 @@ CGImageSourceRef makeSource(ByteSource bytes, Data data, CGImageSourceFault& fau
 }
 
 }  // namespace
+
+ByteSource& imageio::bytesOf(const CGImageSourceRef& source) { return source->bytes(); }
 
 CGImageSourceRef CGImageSourceCreateWithURL(const std::string& path, CGImageSourceFault* fault) {
     CGImageSourceFault ignored{};

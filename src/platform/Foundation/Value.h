@@ -64,6 +64,8 @@ public:
     /// As setLiteral, for a key that is known to be absent: it is not looked for.
     void appendLiteral(std::string_view key, Value&& value);
     void remove(std::string_view key);
+    /// Puts the null value under `key`, where a receiver tells "nothing" from "not said"; contains() is then true.
+    void setNull(std::string_view key);
     void reserve(std::size_t count);
     [[nodiscard]] const Entry* begin() const noexcept;
     [[nodiscard]] const Entry* end() const noexcept;

@@ -41,6 +41,7 @@ inline constexpr std::string_view kCGImagePropertyTIFFModel = "Model";
 inline constexpr std::string_view kCGImagePropertyTIFFSoftware = "Software";
 inline constexpr std::string_view kCGImagePropertyTIFFArtist = "Artist";
 inline constexpr std::string_view kCGImagePropertyTIFFCopyright = "Copyright";
+inline constexpr std::string_view kCGImagePropertyTIFFOrientation = "Orientation";
 inline constexpr std::string_view kCGImagePropertyTIFFImageDescription = "ImageDescription";
 
 inline constexpr std::string_view kCGImagePropertyGPSLatitude = "Latitude";

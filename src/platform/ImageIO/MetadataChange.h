@@ -28,6 +28,9 @@ struct MetadataChange {
     /// empty text removes that one. Where several blocks of a format hold a value (Exif, IPTC, XMP), all are written.
     Dictionary values;
 
+    /// Of a file with several images (pages, frames, views) only the first stays, where they are chained.
+    bool firstImageOnly = false;
+
     [[nodiscard]] bool removesEverything() const noexcept { return removal == Removal::everything; }
     /// Whether the place goes.
     [[nodiscard]] bool removesPlace() const noexcept {

@@ -72,6 +72,11 @@ private:
         hasImage_ = true;
         // A picture that is cut still shows as far as it goes.
         rest_.copy(start, std::min(position_, source_.size()) - start);
+        if (change_.change().firstImageOnly) {
+            rest_.add(ByteVector{std::byte{kTrailer}});
+            position_ = source_.size();
+            return false;
+        }
         return isWhole;
     }
 

@@ -304,7 +304,8 @@ private:
     RewritePlan joinWithTrailer(std::uint64_t imageEnd) {
         RewritePlan plan;
         startPlan(plan);
-        const bool dropsTrailer = change_.change().removal == MetadataChange::Removal::dictionaries;
+        const bool dropsTrailer =
+            change_.change().firstImageOnly || change_.change().removal == MetadataChange::Removal::dictionaries;
         std::size_t mpfSlot = 0;
         std::uint64_t mpfPosition = 0;
         if (mpf_.length != 0 && !dropsTrailer) {

@@ -8,6 +8,7 @@
 
 #include "linux/foundation/AtomicFile.h"
 #include "linux/imageio/ImageFormat.h"
+#include "linux/imageio/rewrite/FileRewriter.h"
 #include "linux/imageio/rewrite/JpegScans.h"
 #include "linux/imageio/rewrite/Rewriters.h"
 #include "linux/media/Movie.h"
@@ -70,23 +71,6 @@ RewriteFailure failureOf(RewriteFault fault) {
     return {};
 }
 
-std::optional<RewritePlan> planOf(ByteSource& source, const MetadataChange& change, RewriteFailure& failure) {
-    FileFault fault{};
-    const Rewriter rewrite = rewriterOf(source, fault);
-    if (fault != FileFault::none) {
-        failure = {RewriteFailure::Kind::cannotRead, fault, 0};
-        return std::nullopt;
-    }
-    if (!rewrite) {
-        failure = {RewriteFailure::Kind::unsupported};
-        return std::nullopt;
-    }
-    RewriteFault why = RewriteFault::none;
-    auto plan = rewrite(source, BlockChange(change), why);
-    if (!plan) failure = failureOf(why == RewriteFault::none ? RewriteFault::damaged : why);
-    return plan;
-}
-
 /// A file of that size is written sooner than a thread is started.
 constexpr std::uint64_t kSmall = 2 * 1024 * 1024;
 
@@ -125,13 +109,36 @@ void addLeft(const Dictionary& properties, std::string_view dictionary, bool isR
 
 }  // namespace
 
+std::optional<RewritePlan> imageio::rewritePlan(ByteSource& source, const MetadataChange& change,
+                                                RewriteFailure& failure) {
+    FileFault fault{};
+    const Rewriter rewrite = rewriterOf(source, fault);
+    if (fault != FileFault::none) {
+        failure = {RewriteFailure::Kind::cannotRead, fault, 0};
+        return std::nullopt;
+    }
+    if (!rewrite) {
+        failure = {RewriteFailure::Kind::unsupported};
+        return std::nullopt;
+    }
+    RewriteFault why = RewriteFault::none;
+    auto plan = rewrite(source, BlockChange(change), why);
+    if (!plan) failure = failureOf(why == RewriteFault::none ? RewriteFault::damaged : why);
+    return plan;
+}
+
+bool imageio::canRewrite(std::string_view typeIdentifier) {
+    const auto known = std::ranges::find(kRewriters, typeIdentifier, &KnownRewriter::typeIdentifier);
+    return known != kRewriters.end() && known->rewrite;
+}
+
 RewriteFailure rewriteMetadata(const std::string& source, const std::string& target, const MetadataChange& change,
                                const RewriteOptions& options) {
     FileFault fault{};
     auto bytes = ByteSource::openFile(source, fault);
     if (!bytes) return {RewriteFailure::Kind::cannotRead, fault, 0};
     RewriteFailure failure;
-    const auto plan = planOf(*bytes, change, failure);
+    const auto plan = rewritePlan(*bytes, change, failure);
     if (!plan) return failure;
     auto file = AtomicFile::create(target);
     if (!file) return writeFailure();
@@ -148,7 +155,7 @@ Data rewriteMetadata(const Data& bytes, const MetadataChange& change, RewriteFai
     RewriteFailure& why = failure ? *failure : ignored;
     why = {};
     ByteSource source(bytes ? Bytes(*bytes) : Bytes());
-    const auto plan = planOf(source, change, why);
+    const auto plan = rewritePlan(source, change, why);
     return plan ? std::make_shared<const std::vector<std::byte>>(plan->bytes(source)) : nullptr;
 }
 
@@ -157,7 +164,7 @@ std::optional<std::vector<std::string>> metadataLeft(const std::string& path, co
     auto source = ByteSource::openFile(path, fault);
     if (!source) return std::nullopt;
     RewriteFailure failure;
-    const auto plan = planOf(*source, change, failure);
+    const auto plan = rewritePlan(*source, change, failure);
     if (!plan) return std::nullopt;
     std::vector<std::string> left;
     if (const ImageFormat* format = detectImageFormat(*source)) {

@@ -149,6 +149,7 @@ RewriteResult editedTiff(ByteSource& source, const BlockChange& change, const Ti
 /// A whole file has XMP and IPTC as fields: where values are new and the field is not there yet, it is added.
 TiffRules inPlaceRules(TiffHeader& header, const BlockChange& change) {
     TiffRules rules = change.tiffRules(header.context.order);
+    rules.removesFurther = change.change().firstImageOnly;
     if (change.change().values.empty()) return rules;
     const TiffDirectory first = readTiffDirectory(header.context, header.firstDirectory);
     const auto add = [&](std::uint16_t tag, TiffType type, ByteVector value) {
