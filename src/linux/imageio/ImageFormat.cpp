@@ -1,9 +1,9 @@
 #include "linux/imageio/ImageFormat.h"
 
 #include <array>
-#include <cctype>
 #include <string>
 
+#include "linux/imageio/Text.h"
 #include "linux/imageio/TiffDirectory.h"
 #include "linux/imageio/containers/Containers.h"
 
@@ -53,12 +53,6 @@ constexpr std::array kMakerFormats{
     MakerFormat{"leaf", {"com.leafamerica.raw-image", readTiff}},
     MakerFormat{"mamiya", {"com.leafamerica.raw-image", readTiff}},
 };
-
-std::string lowerCase(std::string_view text) {
-    std::string lower(text);
-    for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return lower;
-}
 
 /// A TIFF is a raw when it says so (DNGVersion), when its header is a maker's own, or when its first directory is
 /// that of a camera with further directories for the sensor's data.

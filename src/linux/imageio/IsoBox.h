@@ -50,6 +50,9 @@ private:
 /// The user type of a "uuid" box with an XMP packet (XMP part 3, 1.2.7).
 inline constexpr std::string_view kXmpUserType = "\xBE\x7A\xCF\xCB\x97\xA9\x42\xE8\x9C\x71\x99\x94\x91\xE3\xAF\xAC";
 
+/// Of the one that holds the metadata of a CR3.
+inline constexpr std::string_view kCanonBox = "\x85\xC0\xB6\x87\x82\x0F\x11\xE0\x81\x11\xF4\xCE\x46\x2B\x6A\x48";
+
 /// Whether it is a "uuid" box of that user type (16 bytes).
 [[nodiscard]] inline bool isUserBox(const IsoBox& box, std::string_view userType) noexcept {
     return box.type() == "uuid" && asText(Bytes(box.userType)) == userType;

@@ -99,6 +99,13 @@ std::u16string utf16Of(std::string_view text) {
     return result;
 }
 
+std::string lowerCase(std::string_view text) {
+    std::string lower(text);
+    for (char& c : lower)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    return lower;
+}
+
 std::string_view trimmed(std::string_view text) noexcept {
     text = text.substr(0, text.find('\0'));
     const auto last = text.find_last_not_of(" \t\r\n");

@@ -19,6 +19,9 @@ namespace tessaly::imageio {
 [[nodiscard]] std::u16string utf16Of(std::string_view text);
 void appendUtf8(std::string& text, char32_t codePoint);
 
+/// Its ASCII letters in lower case.
+[[nodiscard]] std::string lowerCase(std::string_view text);
+
 /// The text up to the first NUL, without blanks at its end.
 [[nodiscard]] std::string_view trimmed(std::string_view text) noexcept;
 

@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cmath>
 
 #include "linux/foundation/CivilTime.h"
+#include "linux/imageio/Text.h"
 #include "platform/Foundation/Format.h"
 #include "platform/Foundation/NSTimeZone.h"
 
@@ -58,12 +58,6 @@ std::optional<int> zoneOf(DateText& text) {
     const int minutes = text.number(2).value_or(0);
     if (!hours || *hours > 18 || minutes > 59) return std::nullopt;
     return (west ? -1 : 1) * (*hours * 3600 + minutes * 60);
-}
-
-std::string lowerCase(std::string_view text) {
-    std::string lower(text);
-    for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return lower;
 }
 
 void addDate(AVAsset& asset, std::string identifier, const Value& value, NSDate date) {
@@ -146,7 +140,7 @@ std::string_view commonKeyOfName(std::string_view name) {
         Name{"date_recorded", AVMetadataCommonKeyCreationDate},
         Name{"date", AVMetadataCommonKeyCreationDate},
     };
-    std::string lower = lowerCase(name);
+    std::string lower = imageio::lowerCase(name);
     for (const std::string_view prefix : {"com.apple.quicktime.", "com.android.", "com.apple.proapps."})
         if (lower.starts_with(prefix)) lower.erase(0, prefix.size());
     for (const auto& row : names)

@@ -11,7 +11,6 @@ namespace {
 
 using std::string_view_literals::operator""sv;
 
-constexpr auto kCanonBox = "\x85\xC0\xB6\x87\x82\x0F\x11\xE0\x81\x11\xF4\xCE\x46\x2B\x6A\x48"sv;
 constexpr std::uint64_t kMaximumXmp = 16 * 1024 * 1024;
 constexpr std::uint16_t kImageWidth = 0x0100;
 constexpr std::uint16_t kImageLength = 0x0101;

@@ -4,10 +4,10 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <span>
 #include <string>
 
+#include "linux/imageio/Text.h"
 #include "linux/imageio/blocks/ExifTags.h"
 #include "linux/imageio/rewrite/ExifFields.h"
 #include "linux/imageio/rewrite/IptcChange.h"
@@ -54,12 +54,6 @@ bool describesPicture(std::uint16_t tag) {
 bool isTiffText(std::uint16_t tag) {
     if (std::ranges::find(kFurtherTexts, tag) != kFurtherTexts.end()) return true;
     return std::ranges::find(tiffTags(), tag, &TagRule::tag) != tiffTags().end() && !describesPicture(tag);
-}
-
-std::string lowerCase(std::string_view text) {
-    std::string lower(text);
-    for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return lower;
 }
 
 ByteVector digestOf(Bytes bytes) {

@@ -34,7 +34,7 @@ constexpr std::array kRewriters{
     KnownRewriter{"com.microsoft.bmp", rewriteBmp},    KnownRewriter{"public.tiff", rewriteTiff},
     KnownRewriter{"public.heic", rewriteHeif},         KnownRewriter{"public.heif", rewriteHeif},
     KnownRewriter{"public.avif", rewriteHeif},         KnownRewriter{"public.jpeg-2000", rewriteJp2},
-    KnownRewriter{"public.jpeg-xl", rewriteJxl},       KnownRewriter{"com.canon.cr3-raw-image", nullptr},
+    KnownRewriter{"public.jpeg-xl", rewriteJxl},       KnownRewriter{"com.canon.cr3-raw-image", rewriteCr3},
     KnownRewriter{"com.fuji.raw-image", rewriteRaf},   KnownRewriter{"com.konicaminolta.raw-image", rewriteMrw},
     KnownRewriter{"com.sigma.x3f-raw-image", nullptr}, KnownRewriter{"com.microsoft.jxr", nullptr},
 };

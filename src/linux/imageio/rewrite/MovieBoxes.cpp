@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <string>
 #include <utility>
 
+#include "linux/imageio/Text.h"
 #include "linux/imageio/rewrite/BoxWriter.h"
 
 namespace tessaly::imageio {
@@ -22,8 +22,7 @@ bool isOneOf(std::string_view type, const std::array<std::string_view, Count>& t
 }
 
 bool namesPosition(std::string_view name) {
-    std::string lower(name);
-    for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    const std::string lower = lowerCase(name);
     return lower.find("location") != std::string::npos || lower.find("gps") != std::string::npos ||
            lower.find("latitude") != std::string::npos || lower.find("longitude") != std::string::npos;
 }

@@ -1,10 +1,15 @@
+#include <algorithm>
 #include <string_view>
+#include <utility>
 
+#include "linux/imageio/IsoBox.h"
 #include "linux/imageio/rewrite/Rewriters.h"
 
 // Raws in containers of their own that hold a camera's Exif in one piece. It is changed in place, and never grows.
 namespace tessaly::imageio {
 namespace {
+
+constexpr std::uint64_t kMaximumPacket = 16 * 1024 * 1024;
 
 RewriteResult patched(ByteSource& source, const std::vector<RewritePlan::Patch>& patches, RewriteFault& fault) {
     RewritePlan plan;
@@ -19,7 +24,62 @@ bool isBeyond(const BlockChange& change, RewriteFault& fault) {
     return !change.change().values.empty() || change.change().removal == MetadataChange::Removal::dictionaries;
 }
 
+/// Parts of a box that are changed where they stand.
+class CanonPlaces {
+public:
+    CanonPlaces(ByteSource& source, const BlockChange& change) : source_(source), change_(change) {}
+
+    std::vector<RewritePlan::Patch> run() {
+        IsoBoxes boxes(source_);
+        while (const auto box = boxes.next()) {
+            if (isUserBox(*box, kXmpUserType)) changePacket(*box);
+            if (box->type() == "moov") walkMovie(*box);
+        }
+        std::ranges::sort(patches_, {}, &RewritePlan::Patch::offset);
+        return std::move(patches_);
+    }
+
+private:
+    void walkMovie(const IsoBox& movie) {
+        IsoBoxes boxes(source_, movie);
+        while (const auto box = boxes.next()) {
+            if (!isUserBox(*box, kCanonBox)) continue;
+            // The GPS directory is a TIFF structure of its own, of which nothing stays.
+            if (const auto positions = findBox(source_, *box, "CMT4")) {
+                TiffRules rules;
+                rules.removes = [](TiffKind, const TiffEntry&) { return true; };
+                if (auto edit = editTiff(source_, positions->position, rules)) add(std::move(edit->patches));
+            }
+        }
+    }
+
+    void changePacket(const IsoBox& box) {
+        const auto packet = source_.bytes(box.position, std::min(box.length, kMaximumPacket));
+        if (!packet) return;
+        ByteVector made = change_.xmp(*packet).value_or(ByteVector());
+        if (made.size() > packet->size()) made.clear();
+        made.resize(packet->size(), std::byte{' '});
+        if (!std::ranges::equal(made, *packet)) patches_.push_back({box.position, std::move(made)});
+    }
+
+    void add(std::vector<RewritePlan::Patch> more) {
+        for (RewritePlan::Patch& patch : more) patches_.push_back(std::move(patch));
+    }
+
+    ByteSource& source_;
+    const BlockChange& change_;
+    std::vector<RewritePlan::Patch> patches_;
+};
+
 }  // namespace
+
+// Of a CR3 only the place can go: dates and serial numbers also stand in a stream of samples beside the pictures.
+RewriteResult rewriteCr3(ByteSource& source, const BlockChange& change, RewriteFault& fault) {
+    fault = RewriteFault::unsupported;
+    if (change.change().removal != MetadataChange::Removal::place || !change.change().values.empty())
+        return std::nullopt;
+    return patched(source, CanonPlaces(source, change).run(), fault);
+}
 
 // The head tells, big-endian, where the preview JPEG stands, which carries all metadata.
 RewriteResult rewriteRaf(ByteSource& source, const BlockChange& change, RewriteFault& fault) {

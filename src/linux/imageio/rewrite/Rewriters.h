@@ -29,6 +29,7 @@ using RewriteResult = std::optional<RewritePlan>;
 /// A TIFF-based raw, in place: nothing moves, since offsets may stand where nobody knows.
 [[nodiscard]] RewriteResult rewriteRawTiff(ByteSource& source, const BlockChange& change, RewriteFault& fault);
 [[nodiscard]] RewriteResult rewriteRaf(ByteSource& source, const BlockChange& change, RewriteFault& fault);
+[[nodiscard]] RewriteResult rewriteCr3(ByteSource& source, const BlockChange& change, RewriteFault& fault);
 [[nodiscard]] RewriteResult rewriteMrw(ByteSource& source, const BlockChange& change, RewriteFault& fault);
 [[nodiscard]] RewriteResult rewriteHeif(ByteSource& source, const BlockChange& change, RewriteFault& fault);
 [[nodiscard]] RewriteResult rewriteJp2(ByteSource& source, const BlockChange& change, RewriteFault& fault);

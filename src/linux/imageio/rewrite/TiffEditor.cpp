@@ -14,21 +14,6 @@ constexpr std::size_t kMaximumDirectories = 256;
 constexpr int kMaximumDepth = 6;
 constexpr std::uint64_t kMaximumParts = 1 << 20;
 
-std::optional<TiffKind> pointedKind(std::uint16_t tag) {
-    switch (tag) {
-        case tag::kExif:
-            return TiffKind::exif;
-        case tag::kGps:
-            return TiffKind::gps;
-        case tag::kInteroperability:
-            return TiffKind::interoperability;
-        case tag::kSubDirectories:
-            return TiffKind::image;
-        default:
-            return std::nullopt;
-    }
-}
-
 /// Where the data that a directory describes stand: tag of the offsets, tag of the lengths.
 constexpr std::array kDataTags{
     std::pair{tag::kStripOffsets, tag::kStripByteCounts},
@@ -338,6 +323,21 @@ private:
 };
 
 }  // namespace
+
+std::optional<TiffKind> pointedKind(std::uint16_t tag) noexcept {
+    switch (tag) {
+        case tag::kExif:
+            return TiffKind::exif;
+        case tag::kGps:
+            return TiffKind::gps;
+        case tag::kInteroperability:
+            return TiffKind::interoperability;
+        case tag::kSubDirectories:
+            return TiffKind::image;
+        default:
+            return std::nullopt;
+    }
+}
 
 ByteVector TiffEdit::applied(Bytes block) const {
     ByteVector whole = copyOf(block);

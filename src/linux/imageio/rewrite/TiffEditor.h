@@ -21,6 +21,9 @@ enum class TiffKind : std::uint8_t {
     interoperability,
 };
 
+/// The kind of the directories that a field of that tag points to; nullopt for any other field.
+[[nodiscard]] std::optional<TiffKind> pointedKind(std::uint16_t tag) noexcept;
+
 /// One field with its value's bytes in the byte order of its structure.
 struct TiffField {
     std::uint16_t tag = 0;

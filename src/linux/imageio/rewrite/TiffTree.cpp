@@ -1,7 +1,6 @@
 #include "linux/imageio/rewrite/TiffTree.h"
 
 #include <algorithm>
-#include <array>
 
 #include "linux/imageio/rewrite/TiffTags.h"
 
@@ -11,17 +10,6 @@ namespace {
 constexpr std::size_t kMaximumDirectories = 4096;
 constexpr int kMaximumDepth = 6;
 constexpr std::uint64_t kMaximumParts = 1 << 20;
-
-std::optional<TiffKind> pointedKind(std::uint16_t tag) {
-    static constexpr std::array pointers{
-        std::pair{tag::kExif, TiffKind::exif},
-        std::pair{tag::kGps, TiffKind::gps},
-        std::pair{tag::kInteroperability, TiffKind::interoperability},
-        std::pair{tag::kSubDirectories, TiffKind::image},
-    };
-    const auto found = std::ranges::find(pointers, tag, &std::pair<std::uint16_t, TiffKind>::first);
-    return found == pointers.end() ? std::nullopt : std::optional(found->second);
-}
 
 /// The tag of the lengths that belong to a tag of offsets, 0 for any other tag.
 std::uint16_t lengthTagOf(std::uint16_t offsetTag) {
