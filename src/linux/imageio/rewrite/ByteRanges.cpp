@@ -35,11 +35,11 @@ std::vector<ByteRange> ByteRanges::without(ByteRanges& others) {
     return left;
 }
 
-MovedRanges::MovedRanges(std::vector<ByteRange> kept, std::uint64_t destination)
+MovedRanges::MovedRanges(std::vector<ByteRange> kept, std::uint64_t destination, std::uint64_t unit)
     : kept_(std::move(kept)), end_(destination) {
     destinations_.reserve(kept_.size());
     for (const ByteRange& range : kept_) {
-        end_ += end_ % 2;
+        end_ += end_ % unit;
         destinations_.push_back(end_);
         end_ += range.end - range.start;
     }

@@ -36,8 +36,8 @@ private:
 /// Where parts of a source stand in the result, when they are copied one behind the other in their old order.
 class MovedRanges {
 public:
-    /// `kept` ascending and apart; the first is copied to `destination`, each to an even position.
-    MovedRanges(std::vector<ByteRange> kept, std::uint64_t destination);
+    /// `kept` ascending and apart; the first is copied to `destination`, each to a multiple of `unit` (1 or 2).
+    MovedRanges(std::vector<ByteRange> kept, std::uint64_t destination, std::uint64_t unit);
 
     /// Of a position inside a kept part (or right behind it), else nullopt.
     [[nodiscard]] std::optional<std::uint64_t> destinationOf(std::uint64_t position) const;

@@ -389,7 +389,7 @@ private:
         RewritePlan tail;
         if (!change_.removesEverything()) addOthers(tail);
         const std::uint64_t start = head.size() + metaSize + movieSize + kMediaHead;
-        const MovedRanges moved(data.tidy(), start + own.size());
+        const MovedRanges moved(data.tidy(), start + own.size(), 1);
         RewritePlan plan = std::move(head);
         plan.add(metaBox(moved, start));
         if (plan.size() != start - kMediaHead - movieSize) {
@@ -401,7 +401,6 @@ private:
         ByteWriter media;
         const std::uint64_t end = std::max(moved.end(), start + own.size());
         media.write(std::uint32_t{1}).text("mdat"sv).write(end - start + kMediaHead).bytes(own);
-        if (!data.tidy().empty()) media.zeros((start + own.size()) % 2);
         plan.add(media.take());
         moved.addTo(plan);
         plan.append(std::move(tail), 0);
@@ -483,9 +482,11 @@ private:
             for (const HeifItem::Extent& extent : item->extents) {
                 const ByteRange range = rangeOf(*item, extent);
                 const auto at = moved ? moved->destinationOf(range.start) : std::nullopt;
-                content.write(isInner ? inner : at.value_or(0));
-                inner += range.end - range.start;
-                content.write(range.start < range.end ? range.end - range.start : std::uint64_t{0});
+                const bool isThere = range.start < range.end;
+                // What a cut file has lost stays lost: a length of 0 would mean "to the end".
+                content.write(isInner ? inner : isThere ? at.value_or(0) : moved ? moved->end() : 0);
+                content.write(isThere ? range.end - range.start : std::max<std::uint64_t>(extent.length, 1));
+                inner += isThere ? range.end - range.start : 0;
             }
         }
         return boxBytes("iloc", content.view());

@@ -81,16 +81,16 @@ private:
         // The movie box is as long with any offsets; only their width depends on where the data end.
         for (int pass = 0; pass < 2; ++pass) {
             start = head.size() + boxes.plan(unmoved, wide).size() + kLongHead;
-            if (MovedRanges(kept, start).end() <= UINT32_MAX) break;
+            if (MovedRanges(kept, start, 1).end() <= UINT32_MAX) break;
             wide = true;
         }
-        const MovedRanges moved(kept, start + start % 2);
+        const MovedRanges moved(kept, start, 1);
         bool isLost = false;
         const auto destination = [&](std::uint64_t offset) {
             if (const auto found = moved.destinationOf(offset)) return *found;
             // A file that was cut has chunks behind its end.
-            if (kept.empty() || offset >= kept.back().end)
-                return offset + moved.end() - (kept.empty() ? 0 : kept.back().end);
+            if (kept.empty()) return offset;
+            if (offset >= kept.back().end) return offset - kept.back().end + moved.end();
             isLost = true;
             return offset;
         };
@@ -100,18 +100,16 @@ private:
             fault = RewriteFault::unsupported;
             return std::nullopt;
         }
-        addMediaHead(plan, start + start % 2, moved.end());
+        addMediaHead(plan, moved.end() - start);
         moved.addTo(plan);
         plan.append(std::move(tail), 0);
         return plan;
     }
 
     /// Always with the 64-bit size, so that where the data start does not depend on how many they are.
-    static void addMediaHead(RewritePlan& plan, std::uint64_t dataStart, std::uint64_t dataEnd) {
-        const std::uint64_t gap = dataStart - plan.size() - kLongHead;
+    static void addMediaHead(RewritePlan& plan, std::uint64_t length) {
         ByteWriter writer;
-        writer.write(std::uint32_t{1}).text("mdat"sv).write(kLongHead + gap + dataEnd - dataStart);
-        writer.zeros(static_cast<std::size_t>(gap));
+        writer.write(std::uint32_t{1}).text("mdat"sv).write(kLongHead + length);
         plan.add(writer.take());
     }
 

@@ -113,7 +113,7 @@ public:
             link = writeDirectory(tree);
         }
         writer_.alignTo(2);
-        const MovedRanges moved(ranges.tidy(), writer_.size());
+        const MovedRanges moved(ranges.tidy(), writer_.size(), 2);
         for (const auto& [position, target, size] : references_) {
             const std::uint64_t destination = moved.destinationOf(target).value_or(0);
             const auto bytes = ByteWriter(order_).writeSized(destination, size).take();
