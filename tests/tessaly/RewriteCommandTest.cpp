@@ -161,6 +161,27 @@ TEST_F(Rewriting, EditsWhatTheShortKeysMean) {
     EXPECT_THAT(json, Not(HasSubstr("SECRET")));
 }
 
+// A reader that knows far more tags than this one finds none of the private kind in any format.
+TEST_F(Rewriting, LeavesNothingThatAnotherReaderFinds) {
+    const std::string reader = "/usr/bin/exiftool";
+    if (!std::filesystem::exists(reader)) GTEST_SKIP() << "needs exiftool";
+    std::size_t checked = 0;
+    std::vector<std::string> files{TESSALY_SAMPLE};
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(TESSALY_SEEDS))
+        if (entry.is_regular_file()) files.push_back(entry.path().string());
+    for (const std::string& file : files) {
+        const std::string out = (folder.path() / "out").string();
+        if (run({"strip", "--force", "-o", out, file}).status != 0) continue;  // No photo, or refused.
+        const std::string clean = out + "/" + std::filesystem::path(file).filename().string();
+        const ProcessResult found = runProcess({reader, "-a", "-G1", "-s", "-ee", "-m", clean});
+        for (const char* name : {"SerialNumber", "Artist ", "OwnerName", "[GPS]", "[IPTC", "[XMP-", "DateTimeOriginal ",
+                                 "ThumbnailImage ", "UserComment", "Copyright "})
+            EXPECT_THAT(found.output, Not(HasSubstr(name))) << file;
+        ++checked;
+    }
+    EXPECT_GT(checked, 10U);
+}
+
 TEST(EditValues, RefusesWhatIsNotOne) {
     struct Row {
         std::string_view key, text;
