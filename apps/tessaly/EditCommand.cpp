@@ -23,7 +23,7 @@ int edit(const EditOptions& options) {
         if (!fault.empty()) throw CLI::ValidationError("--set: " + fault);
     }
     const MetadataChange change{.removal = MetadataChange::Removal::nothing, .removes = {}, .values = values};
-    return options.run.run([&](const std::string&) { return change; }, "edited");
+    return options.run.run([&](const std::string&) { return std::optional(change); }, "edited");
 }
 
 }  // namespace

@@ -49,7 +49,7 @@ int strip(const StripOptions& options) {
     checkKept(options.keep);
     if (options.location) {
         const MetadataChange change{.removal = MetadataChange::Removal::place, .removes = {}, .values = {}};
-        return options.run.run([&](const std::string&) { return change; }, "without their place");
+        return options.run.run([&](const std::string&) { return std::optional(change); }, "without their place");
     }
     return options.run.run([&](const std::string& path) { return keeping(options.keep, path); }, "cleaned");
 }
