@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <array>
 #include <map>
+#include <optional>
 #include <set>
 #include <string_view>
 
@@ -43,11 +44,10 @@ public:
         const auto meta = std::ranges::find(all_, "meta"sv, &IsoBox::type);
         if (meta == all_.end()) return std::nullopt;
         meta_ = *meta;
-        const HeifItems items(source_, meta_);
-        items_ = &items;
-        if (items.all().empty()) return std::nullopt;
+        items_.emplace(source_, meta_);
+        if (items_->all().empty()) return std::nullopt;
         fault = RewriteFault::unsupported;
-        if (std::ranges::any_of(items.all(), [](const HeifItem& item) {
+        if (std::ranges::any_of(items_->all(), [](const HeifItem& item) {
                 return item.constructionMethod > 1 || item.extents.size() >= kMostExtents;
             }))
             return std::nullopt;
@@ -539,7 +539,7 @@ private:
     const BlockChange& change_;
     std::vector<IsoBox> all_;
     IsoBox meta_, idat_;
-    const HeifItems* items_ = nullptr;
+    std::optional<const HeifItems> items_;
     std::set<std::uint32_t> kept_;
     std::map<std::uint32_t, ByteVector> replaced_;
     std::map<std::uint32_t, std::uint64_t> ownOffsets_;
