@@ -19,8 +19,6 @@ public:
     [[nodiscard]] bool removesEverything() const noexcept { return change_.removesEverything(); }
     [[nodiscard]] bool removesPlace() const noexcept { return change_.removesPlace(); }
     [[nodiscard]] const MetadataChange& change() const noexcept { return change_; }
-    /// Whether free texts beside the blocks (comments, text chunks) go.
-    [[nodiscard]] bool removesTexts() const noexcept { return change_.removesEverything(); }
 
     /// An Exif block without its "Exif\0\0", which may be empty for one that is not there; nullopt for none.
     /// A block that cannot be understood is dropped where something is to be removed.

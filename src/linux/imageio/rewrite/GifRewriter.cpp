@@ -153,7 +153,15 @@ RewriteResult rewriteBmp(ByteSource& source, const BlockChange& change, RewriteF
         return std::nullopt;
     }
     const std::uint64_t declared = source.read<std::uint32_t>(2, ByteOrder::little).value_or(0);
-    const bool cuts = change.removesEverything() && declared > 54 && declared < source.size();
+    // Some writers declare too little: whatever may still be pixels stays.
+    const std::uint64_t pixels = source.read<std::uint32_t>(10, ByteOrder::little).value_or(0);
+    const auto width = static_cast<std::int32_t>(source.read<std::uint32_t>(18, ByteOrder::little).value_or(0));
+    const auto height = static_cast<std::int32_t>(source.read<std::uint32_t>(22, ByteOrder::little).value_or(0));
+    const std::uint64_t depth = source.read<std::uint16_t>(28, ByteOrder::little).value_or(32);
+    const auto across = static_cast<std::uint64_t>(width < 0 ? 0 : width);
+    const auto down = static_cast<std::uint64_t>(height < 0 ? -static_cast<std::int64_t>(height) : height);
+    const std::uint64_t pixelEnd = pixels + (across * depth + 31) / 32 * 4 * down;
+    const bool cuts = change.removesEverything() && declared >= pixelEnd && declared < source.size();
     RewritePlan plan;
     plan.copy(0, cuts ? declared : source.size());
     fault = RewriteFault::none;

@@ -16,7 +16,6 @@ inline constexpr std::uint16_t kResolutionUnit = 0x0128;
 inline constexpr std::uint16_t kTileOffsets = 0x0144;
 inline constexpr std::uint16_t kTileByteCounts = 0x0145;
 inline constexpr std::uint16_t kSubDirectories = 0x014A;
-inline constexpr std::uint16_t kJpegTables = 0x015B;
 inline constexpr std::uint16_t kJpegOffset = 0x0201;
 inline constexpr std::uint16_t kJpegLength = 0x0202;
 inline constexpr std::uint16_t kXmp = 0x02BC;
