@@ -87,6 +87,7 @@ std::string_view media::movieTypeOf(ByteSource& source) {
 
 std::shared_ptr<AVAsset> AVAsset::assetWithURL(const std::string& path) {
     auto asset = std::make_shared<AVAsset>();
+    asset->path = path;
     auto source = ByteSource::openFile(path, asset->fault);
     if (!source) return asset;
     asset->fileCreationDate = creationDateOf(path);
@@ -96,6 +97,7 @@ std::shared_ptr<AVAsset> AVAsset::assetWithURL(const std::string& path) {
 
 std::shared_ptr<AVAsset> AVAsset::assetWithData(const Data& data) {
     auto asset = std::make_shared<AVAsset>();
+    asset->data = data;
     ByteSource source(data ? imageio::Bytes(*data) : imageio::Bytes());
     read(source, *asset);
     return asset;

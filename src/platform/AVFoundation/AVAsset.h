@@ -52,6 +52,8 @@ public:
     static std::shared_ptr<AVAsset> assetWithURL(const std::string& path);
     static std::shared_ptr<AVAsset> assetWithData(const Data& data);
 
+    std::string path;  ///< Of the file; "" of bytes in memory, which then are `data`.
+    Data data;
     AVAssetFault fault = AVAssetFault::none;
     std::string
         typeIdentifier;  ///< "com.apple.quicktime-movie", "public.mpeg-4", "public.3gpp", "org.matroska.mkv", ...

@@ -26,6 +26,7 @@ inline constexpr std::string_view kCGImagePropertyGIFDictionary = "{GIF}";
 inline constexpr std::string_view kCGImagePropertyJFIFDictionary = "{JFIF}";
 inline constexpr std::string_view kCGImagePropertyHEIFDictionary = "{HEIF}";
 inline constexpr std::string_view kCGImagePropertyWebPDictionary = "{WebP}";
+inline constexpr std::string_view kCGImagePropertyMakerAppleDictionary = "{MakerApple}";
 inline constexpr std::string_view kCGImagePropertyDNGDictionary = "{DNG}";
 
 inline constexpr std::string_view kCGImagePropertyExifExposureTime = "ExposureTime";

@@ -6,12 +6,20 @@
 #include <string>
 #include <string_view>
 
+#include "platform/CoreGraphics/CGImage.h"
 #include "platform/Foundation/FileFault.h"
 #include "platform/Foundation/Value.h"
 
 namespace tessaly {
 
 inline constexpr std::string_view kCGImageSourceShouldCache = "kCGImageSourceShouldCache";
+inline constexpr std::string_view kCGImageSourceShouldAllowFloat = "kCGImageSourceShouldAllowFloat";
+inline constexpr std::string_view kCGImageSourceCreateThumbnailWithTransform =
+    "kCGImageSourceCreateThumbnailWithTransform";
+inline constexpr std::string_view kCGImageSourceCreateThumbnailFromImageAlways =
+    "kCGImageSourceCreateThumbnailFromImageAlways";
+inline constexpr std::string_view kCGImageSourceThumbnailMaxPixelSize = "kCGImageSourceThumbnailMaxPixelSize";
+inline constexpr std::string_view kCGImageSourceTypeIdentifierHint = "kCGImageSourceTypeIdentifierHint";
 
 /// Why a source could not be opened.
 using CGImageSourceFault = FileFault;
@@ -40,5 +48,27 @@ using CGImageSourceRef = std::shared_ptr<CGImageSource>;
 /// The XMP properties of one image by qualified name ("dc:title"); nullopt when it carries none.
 [[nodiscard]] std::optional<Dictionary> CGImageSourceCopyMetadataAtIndex(const CGImageSourceRef& source,
                                                                          std::size_t index, const Dictionary& options);
+
+/// Why there is no picture.
+enum class CGImageFault : std::uint8_t {
+    none,
+    damaged,
+    tooLarge,     ///< More pixels than memory should be asked for.
+    unsupported,  ///< No decoder of this format, or none installed.
+    outOfMemory,
+};
+
+/// The pixels of one image in sRGB, as they are stored: the Orientation property tells how to turn them, unless
+/// CGImageSourceIsUpright. Null with the reason in `fault` when it cannot be decoded.
+[[nodiscard]] CGImageRef CGImageSourceCreateImageAtIndex(const CGImageSourceRef& source, std::size_t index,
+                                                         const Dictionary& options, CGImageFault* fault = nullptr);
+/// A small picture made from the full image, never from an embedded one: its longer side has at most
+/// kCGImageSourceThumbnailMaxPixelSize pixels; upright with kCGImageSourceCreateThumbnailWithTransform.
+[[nodiscard]] CGImageRef CGImageSourceCreateThumbnailAtIndex(const CGImageSourceRef& source, std::size_t index,
+                                                             const Dictionary& options, CGImageFault* fault = nullptr);
+/// Whether decoding the format turns its pictures upright by itself, whatever their Orientation says.
+[[nodiscard]] bool CGImageSourceIsUpright(const CGImageSourceRef& source);
+/// Whether there is a decoder for the format at all.
+[[nodiscard]] bool CGImageSourceIsDecodable(const CGImageSourceRef& source);
 
 }  // namespace tessaly

@@ -1,0 +1,79 @@
+#include "platform/AVFoundation/AVAssetImageGenerator.h"
+
+#include <algorithm>
+
+#include "linux/codecs/Pixels.h"
+#include "linux/codecs/VideoCodec.h"
+#include "linux/foundation/Module.h"
+#include "platform/CoreGraphics/CGImageTurning.h"
+#include "platform/Foundation/Dispatch.h"
+
+namespace tessaly {
+namespace {
+
+const char* describe(codecs::DecodeFault fault) {
+    switch (fault) {
+        case codecs::DecodeFault::none:
+            return "";
+        case codecs::DecodeFault::damaged:
+            return "the movie has no picture that can be decoded";
+        case codecs::DecodeFault::tooLarge:
+            return "the movie's pictures are too large";
+        case codecs::DecodeFault::unsupported:
+            return "no decoder for the movie's pictures is installed";
+        case codecs::DecodeFault::outOfMemory:
+            return "not enough memory";
+    }
+    return "";
+}
+
+struct Frame {
+    CGImageRef image;
+    std::string error;
+};
+
+std::optional<imageio::ByteSource> bytesOf(const AVAsset& asset) {
+    if (asset.data) return imageio::ByteSource(imageio::Bytes(*asset.data));
+    FileFault fault{};
+    return imageio::ByteSource::openFile(asset.path, fault);
+}
+
+/// `longerSide` 0 for the movie's own size.
+Frame frameOf(const AVAsset& asset, double seconds, std::size_t longerSide, int turnedBack) {
+    const auto* decode = moduleTable<codecs::DecodeVideoFrame>("tessaly-ffmpeg.so", "tessaly_decode_video");
+    if (!decode) return {nullptr, describe(codecs::DecodeFault::unsupported)};
+    auto bytes = bytesOf(asset);
+    if (!bytes) return {nullptr, "the movie cannot be opened"};
+    codecs::SourceInput input(*bytes);
+    codecs::DecodedPixels decoded;
+    const auto fault =
+        (*decode)(input, seconds, {.index = 0, .longerSide = longerSide, .pixelLimit = codecs::kPixelLimit}, decoded);
+    if (fault != codecs::DecodeFault::none) return {nullptr, describe(fault)};
+    CGImageRef image = codecs::reducedTo(codecs::finished(std::move(decoded)), longerSide);
+    return {CGImageCreateTurned(image, turnedBack), ""};
+}
+
+/// What undoes a clockwise turn, as an Exif orientation.
+int undoing(int degrees) { return degrees == 90 ? 8 : degrees == 180 ? 3 : degrees == 270 ? 6 : 1; }
+
+}  // namespace
+
+void AVAssetImageGenerator::generateCGImageAsynchronouslyForTime(double seconds, Handler handler) const {
+    const AVAssetTrack* video = asset_ ? asset_->firstVideoTrack() : nullptr;
+    if (!video) return DispatchQueue::global().async([handler] { handler(nullptr, "there is no picture track"); });
+    // The longer side that makes the picture fit into the box.
+    CGSize shown = video->naturalSize;
+    if (video->rotationDegrees % 180 != 0) std::swap(shown.width, shown.height);
+    std::size_t longerSide = 0;
+    if (maximumSize.width > 0 && maximumSize.height > 0 && shown.width > 0 && shown.height > 0) {
+        const double factor = std::min({1.0, maximumSize.width / shown.width, maximumSize.height / shown.height});
+        longerSide = std::max<std::size_t>(1, static_cast<std::size_t>(std::max(shown.width, shown.height) * factor));
+    }
+    const int turnedBack = appliesPreferredTrackTransform ? 1 : undoing(video->rotationDegrees);
+    DispatchQueue::global().async([asset = asset_, seconds, longerSide, turnedBack, handler = std::move(handler)] {
+        const Frame frame = frameOf(*asset, seconds, longerSide, turnedBack);
+        handler(frame.image, frame.error);
+    });
+}
+
+}  // namespace tessaly

@@ -1,0 +1,53 @@
+#include "linux/foundation/Module.h"
+
+#include <dlfcn.h>
+
+#include <filesystem>
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "platform/Foundation/Log.h"
+
+namespace tessaly {
+namespace {
+
+/// Beside the program (as the build leaves them), where an installed program's libraries are, and where this library
+/// was installed for programs of others.
+std::vector<std::filesystem::path> moduleFolders() {
+    std::error_code error;
+    const auto program = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
+    std::vector<std::filesystem::path> folders;
+    if (!error)
+        folders = {program / ".." / TESSALY_MODULES_FROM_PROGRAM, program / ".." / "modules",
+                   program / ".." / ".." / "modules"};
+    folders.emplace_back(TESSALY_MODULES_INSTALLED);
+    return folders;
+}
+
+void* load(const std::string& name) {
+    std::string why = "not installed";
+    for (const auto& folder : moduleFolders()) {
+        const std::string path = (folder / name).string();
+        std::error_code ignored;
+        if (!std::filesystem::exists(path, ignored)) continue;
+        if (void* module = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL)) return module;
+        if (const char* message = ::dlerror()) why = message;
+    }
+    log("%@: %@", name, why);
+    return nullptr;
+}
+
+}  // namespace
+
+const void* moduleSymbol(std::string_view module, const char* symbol) {
+    static std::mutex mutex;
+    static std::map<std::string, void*, std::less<>> loaded;
+    const std::lock_guard lock(mutex);
+    auto known = loaded.find(module);
+    if (known == loaded.end()) known = loaded.emplace(module, load(std::string(module))).first;
+    return known->second ? ::dlsym(known->second, symbol) : nullptr;
+}
+
+}  // namespace tessaly
