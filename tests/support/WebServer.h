@@ -1,0 +1,63 @@
+#pragma once
+#include <sys/types.h>
+
+#include <cstdint>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "support/TemporaryFolder.h"
+
+namespace tessaly::test {
+
+/// A web server on a loopback port of its own, as long as the object. It is ready from the start.
+class WebServer {
+public:
+    [[nodiscard]] static bool isInstalled();
+
+    /// `locations` goes into the server's block of the configuration; FOLDER stands for the server's folder.
+    explicit WebServer(const std::string& locations, std::string scheme = "http");
+    WebServer(const WebServer&) = delete;
+    WebServer& operator=(const WebServer&) = delete;
+    ~WebServer();
+
+    /// Of a path that begins with a slash; `user` is "name:password@".
+    [[nodiscard]] std::string url(const std::string& path, const std::string& user = {}) const;
+    /// Adds a file below "/".
+    void add(const std::string& name, const std::string& content) const { folder_.write("files/" + name, content); }
+
+private:
+    bool start(const std::string& locations);
+
+    TemporaryFolder folder_;
+    std::string scheme_;
+    std::uint16_t port_ = 0;
+    pid_t process_ = -1;
+};
+
+/// Answers every request with the same bytes, however wrong they are, and then cuts the connection or falls silent.
+class RudeServer {
+public:
+    enum class Then : std::uint8_t { cuts, isSilent };
+
+    RudeServer(std::string answer, Then then);
+    RudeServer(const RudeServer&) = delete;
+    RudeServer& operator=(const RudeServer&) = delete;
+    ~RudeServer();
+
+    [[nodiscard]] std::string url(const std::string& scheme = "http") const;
+
+private:
+    void run();
+    void serve(int connection);
+
+    std::string answer_;
+    Then then_;
+    std::uint16_t port_ = 0;
+    int listening_;
+    int ending_;  // Readable once the server is to end.
+    std::vector<int> silent_;
+    std::thread thread_;
+};
+
+}  // namespace tessaly::test
