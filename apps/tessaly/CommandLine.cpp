@@ -13,8 +13,8 @@
 namespace tessaly::cli {
 namespace {
 
-constexpr std::array<std::string_view, 8> kCommands{"show", "share",    "scan", "strip",
-                                                    "edit", "settings", "keys", "help"};
+constexpr std::array<std::string_view, 10> kCommands{"show",  "share",   "scan",     "strip", "edit",
+                                                     "thumb", "library", "settings", "keys",  "help"};
 constexpr std::array<std::string_view, 4> kProgramOptions{"-h", "--help", "--version", "-V"};
 
 constexpr const char* kDescription =
@@ -90,6 +90,8 @@ int run(std::vector<std::string> arguments) {
     addScanCommand(program, status);
     addStripCommand(program, status);
     addEditCommand(program, status);
+    addThumbCommand(program, status);
+    addLibraryCommand(program, status);
     addSettingsCommand(program, status);
     addKeysCommand(program, status);
 

@@ -10,6 +10,8 @@ void addShareCommand(CLI::App& program, int& status);
 void addScanCommand(CLI::App& program, int& status);
 void addStripCommand(CLI::App& program, int& status);
 void addEditCommand(CLI::App& program, int& status);
+void addThumbCommand(CLI::App& program, int& status);
+void addLibraryCommand(CLI::App& program, int& status);
 void addSettingsCommand(CLI::App& program, int& status);
 void addKeysCommand(CLI::App& program, int& status);
 

@@ -1,5 +1,6 @@
 #include "acquisition/ExifManager.h"
 
+#include "acquisition/UIImage+Resize.h"
 #include "platform/Foundation/Log.h"
 #include "platform/Foundation/NSLocale.h"
 #include "platform/ImageIO/CGImageProperties.h"
@@ -61,6 +62,7 @@ ExifInformationRef ExifManager::exifInformationWithMetadataDict(const std::optio
 
 ExifInformationRef ExifManager::exifInformationFromNSData(const Data& data) {
     auto record = exifInformationWithMetadataDict(metadataFromImageData(data));
+    record->thumbNailImage = UIImage::imageWithData(data);
     record->imageData = data;
     record->fileSizeInBytes = data ? static_cast<std::int64_t>(data->size()) : 0;
     return record;
@@ -77,7 +79,18 @@ ExifInformationRef ExifManager::exifInformationFromSource(const CGImageSourceRef
 
 ExifInformationRef ExifManager::exifinformationFromNSURL(const NSURL& url) {
     log("exifinformationFromNSURL %@", url.absoluteString());
-    return exifInformationFromSource(CGImageSourceCreateWithURL(url.path()), url);
+    const auto source = CGImageSourceCreateWithURL(url.path());
+    auto record = exifInformationFromSource(source, url);
+    if (!record->thumbNailImage) record->thumbNailImage = UIImageResize::thumbNailImageFromImageSource(source);
+    return record;
+}
+
+ExifInformationRef ExifManager::exifInformationFromImage(const UIImageRef& image) {
+    const auto properties = metadataFromImageData(UIImagePNGRepresentation(image));
+    auto record = ExifInformation::exifInformationFromMetaDataDictionary(properties ? Value(*properties) : Value());
+    record->imageResultIsInCloud = false;
+    record->thumbNailImage = image;
+    return record;
 }
 
 ExifInformationRef ExifManager::exifInformationForImageFileAtPath(const std::string& path) {

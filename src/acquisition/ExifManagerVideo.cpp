@@ -1,5 +1,9 @@
 #include "acquisition/ExifManager.h"
+#include "platform/AVFoundation/AVAssetImageGenerator.h"
+#include "platform/Foundation/Dispatch.h"
+#include "platform/Foundation/Log.h"
 #include "platform/ImageIO/CGImageProperties.h"
+#include "platform/UIKit/UIScreen.h"
 
 namespace tessaly {
 namespace {
@@ -34,6 +38,22 @@ void readItem(const AVMetadataItem& item, ExifInformation& record) {
     }
 }
 
+/// Waits for it, however long it takes.
+UIImageRef firstPicture(const std::shared_ptr<AVAsset>& asset) {
+    AVAssetImageGenerator generator(asset);
+    generator.appliesPreferredTrackTransform = true;
+    generator.maximumSize = UIScreen::mainScreen().bounds;
+    DispatchSemaphore arrived;
+    UIImageRef picture;
+    generator.generateCGImageAsynchronouslyForTime(0, [&](const CGImageRef& image, const std::string& error) {
+        if (!image) log("couldn't generate thumbnail, error:%@", error);
+        picture = UIImage::imageWithCGImage(image);
+        arrived.signal();
+    });
+    arrived.wait();
+    return picture;
+}
+
 }  // namespace
 
 ExifInformationRef ExifManager::exifInformationFromAsset(const AVAsset& asset, const NSURL& url) {
@@ -57,7 +77,10 @@ ExifInformationRef ExifManager::exifInformationFromAsset(const AVAsset& asset, c
 }
 
 ExifInformationRef ExifManager::exifInformationFromVideoURL(const NSURL& url) {
-    return exifInformationFromAsset(*AVAsset::assetWithURL(url.path()), url);
+    const auto asset = AVAsset::assetWithURL(url.path());
+    auto record = exifInformationFromAsset(*asset, url);
+    record->thumbNailImage = record->cachedThumbNailImage = firstPicture(asset);
+    return record;
 }
 
 }  // namespace tessaly

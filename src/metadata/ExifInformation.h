@@ -54,7 +54,8 @@ public:
     Value rating;
     CGSize dimensions;  ///< Pixels.
     std::int64_t fileSizeInBytes = 0;
-    std::int64_t liveVideoFileSizeInBytes = 0;  ///< Of the paired video of a live photo; 0 without one.
+    /// Of the paired video of a live photo; 0 without one. Grows while a reader still counts.
+    std::atomic<std::int64_t> liveVideoFileSizeInBytes{0};
     std::string cameraMaker, cameraModel, cameraSubject;
     Value aperture_fStop;
     Value shutterSpeedExposureTimeInSeconds;
@@ -83,7 +84,7 @@ public:
     std::string imageFilePath;
     NSURL imageFilePathURL;
     Data imageData;
-    std::shared_ptr<UIImage> thumbNailImage, cachedThumbNailImage, fullResolutionTempImage;
+    UIImageRef thumbNailImage, cachedThumbNailImage, fullResolutionTempImage;
     Dictionary cachedPHAssetInfoDictionary;
     float iCloudDownloadProgress = -1;  ///< 0 to 1; -1 is "not downloading".
     std::int32_t imageRequestID = 0;

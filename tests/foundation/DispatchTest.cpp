@@ -57,6 +57,20 @@ TEST(Dispatch, LimitsAndCancelsOperations) {
     EXPECT_TRUE(operations.back()->isCancelled());
 }
 
+TEST(Dispatch, RunsWhatItsWaitingThreadsWaitFor) {
+    constexpr int kCount = 40;  // More than there are threads at work.
+    DispatchGroup group;
+    std::atomic<int> done{0};
+    for (int i = 0; i < kCount; ++i)
+        group.async(DispatchQueue::global(), [&] {
+            DispatchSemaphore answered;
+            DispatchQueue::global(DispatchPriority::low).async([answered]() mutable { answered.signal(); });
+            if (answered.wait(5000ms)) ++done;
+        });
+    group.wait();
+    EXPECT_EQ(done, kCount) << "blocks that wait must not keep the threads from those they wait for";
+}
+
 TEST(Dispatch, TimesOut) {
     DispatchSemaphore semaphore;
     EXPECT_FALSE(semaphore.wait(1ms));

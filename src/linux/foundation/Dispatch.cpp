@@ -10,8 +10,8 @@
 namespace tessaly {
 namespace {
 
-/// The shared threads. Blocks of a higher priority leave the queue first. Threads grow to a few more than there are
-/// cores, for blocks that wait for files.
+/// The shared threads. Blocks of a higher priority leave the queue first. At work are a few more than there are cores,
+/// for blocks that wait for files; a thread that waits for other blocks is not at work, or those might never run.
 class ThreadPool {
 public:
     static ThreadPool& shared() {
@@ -22,28 +22,69 @@ public:
     void add(DispatchPriority priority, Block block) {
         {
             const std::lock_guard lock(mutex_);
-            waiting_[static_cast<std::size_t>(priority)].push_back(std::move(block));
-            if (idle_ == 0 && threads_.size() < limit_) threads_.emplace_back([this] { work(); });
+            blocks_[static_cast<std::size_t>(priority)].push_back(std::move(block));
+            startThread();
         }
         wake_.notify_one();
     }
+
+    /// Around a wait for what other blocks do.
+    class Waiting {
+    public:
+        Waiting() {
+            if (isThreadOfPool) shared().leaveWork();
+        }
+        Waiting(const Waiting&) = delete;
+        Waiting& operator=(const Waiting&) = delete;
+        ~Waiting() {
+            if (isThreadOfPool) shared().returnToWork();
+        }
+    };
 
     ThreadPool(const ThreadPool&) = delete;
     ThreadPool& operator=(const ThreadPool&) = delete;
 
     ~ThreadPool() {
-        {
-            const std::lock_guard lock(mutex_);
-            ending_ = true;
-        }
+        std::unique_lock lock(mutex_);
+        ending_ = true;
         wake_.notify_all();
-        for (std::thread& thread : threads_) thread.join();
+        while (!threads_.empty()) {
+            std::thread thread = std::move(threads_.back());
+            threads_.pop_back();
+            lock.unlock();
+            thread.join();
+            lock.lock();
+        }
     }
 
 private:
+    static constexpr std::size_t kMostThreads = 512;
+    static inline thread_local bool isThreadOfPool = false;
+
     ThreadPool() = default;
 
+    /// One more, where a block has no idle thread to itself. With the lock held.
+    void startThread() {
+        std::size_t count = 0;
+        for (const auto& queue : blocks_) count += queue.size();
+        if (count <= idle_ || atWork_ >= limit_ || threads_.size() >= kMostThreads) return;
+        threads_.emplace_back([this] { work(); });
+        ++atWork_;
+    }
+
+    void leaveWork() {
+        const std::lock_guard lock(mutex_);
+        --atWork_;
+        startThread();
+    }
+
+    void returnToWork() {
+        const std::lock_guard lock(mutex_);
+        ++atWork_;
+    }
+
     void work() {
+        isThreadOfPool = true;
         std::unique_lock lock(mutex_);
         while (true) {
             Block block = next();
@@ -62,7 +103,7 @@ private:
     }
 
     Block next() {
-        for (auto queue = waiting_.rbegin(); queue != waiting_.rend(); ++queue) {
+        for (auto queue = blocks_.rbegin(); queue != blocks_.rend(); ++queue) {
             if (queue->empty()) continue;
             Block block = std::move(queue->front());
             queue->pop_front();
@@ -73,9 +114,10 @@ private:
 
     std::mutex mutex_;
     std::condition_variable wake_;
-    std::array<std::deque<Block>, 4> waiting_;
+    std::array<std::deque<Block>, 4> blocks_;
     std::vector<std::thread> threads_;
-    std::size_t idle_ = 0;
+    std::size_t idle_ = 0;    ///< Of those at work.
+    std::size_t atWork_ = 0;  ///< Those that do not wait for other blocks.
     std::size_t limit_ = std::max(4U, std::thread::hardware_concurrency() + 2);
     bool ending_ = false;
 };
@@ -86,6 +128,7 @@ struct DispatchQueue::State : std::enable_shared_from_this<State> {
     enum class Runs : std::uint8_t { serially, concurrently, onMainThread };
     Runs runs = Runs::serially;
     DispatchPriority priority = DispatchPriority::normal;
+    std::string label;
     std::mutex mutex;
     std::condition_variable arrived;
     std::deque<Block> blocks;
@@ -127,10 +170,14 @@ struct DispatchQueue::State : std::enable_shared_from_this<State> {
     }
 };
 
-DispatchQueue::DispatchQueue(Kind kind, DispatchPriority priority) : state_(std::make_shared<State>()) {
+DispatchQueue::DispatchQueue(Kind kind, DispatchPriority priority, std::string label)
+    : state_(std::make_shared<State>()) {
     state_->runs = kind == Kind::serial ? State::Runs::serially : State::Runs::concurrently;
     state_->priority = priority;
+    state_->label = std::move(label);
 }
+
+const std::string& DispatchQueue::label() const noexcept { return state_->label; }
 
 DispatchQueue& DispatchQueue::main() {
     static DispatchQueue queue = [] {
@@ -209,12 +256,14 @@ void DispatchSemaphore::signal() {
 }
 
 void DispatchSemaphore::wait() {
+    const ThreadPool::Waiting waiting;
     std::unique_lock lock(state_->mutex);
     state_->raised.wait(lock, [&] { return state_->value > 0; });
     --state_->value;
 }
 
 bool DispatchSemaphore::wait(std::chrono::milliseconds timeout) {
+    const ThreadPool::Waiting waiting;
     std::unique_lock lock(state_->mutex);
     if (!state_->raised.wait_for(lock, timeout, [&] { return state_->value > 0; })) return false;
     --state_->value;
@@ -257,6 +306,7 @@ void DispatchGroup::async(DispatchQueue& queue, Block block) {
 }
 
 void DispatchGroup::wait() {
+    const ThreadPool::Waiting waiting;
     std::unique_lock lock(state_->mutex);
     state_->emptied.wait(lock, [&] { return state_->count == 0; });
 }
@@ -312,6 +362,8 @@ OperationQueue::~OperationQueue() {
     waitUntilAllOperationsAreFinished();
 }
 
+std::size_t OperationQueue::maxConcurrentOperationCount() const noexcept { return state_->limit; }
+
 void OperationQueue::addOperation(std::shared_ptr<BlockOperation> operation) {
     const std::lock_guard lock(state_->mutex);
     state_->waiting.push_back(std::move(operation));
@@ -329,6 +381,7 @@ void OperationQueue::cancelAllOperations() {
 }
 
 void OperationQueue::waitUntilAllOperationsAreFinished() {
+    const ThreadPool::Waiting waiting;
     std::unique_lock lock(state_->mutex);
     state_->emptied.wait(lock, [&] { return state_->running.empty() && state_->waiting.empty(); });
 }

@@ -25,9 +25,8 @@ icu::UnicodeString unicode(std::string_view text) {
     return icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), static_cast<int32_t>(text.size())));
 }
 
-}  // namespace
-
-std::optional<NSDate> dateFromExifString(std::string_view text) {
+/// As if it were UTC.
+std::optional<double> secondsOfExifString(std::string_view text) {
     text = withoutEnd(text);
     if (text.size() != kExifPattern.size()) return std::nullopt;
     std::array<int, 6> parts{};
@@ -44,7 +43,19 @@ std::optional<NSDate> dateFromExifString(std::string_view text) {
     }
     const auto seconds = secondsOfCivilTime(parts[0], parts[1], parts[2], parts[3], parts[4], parts[5]);
     if (!seconds || parts[0] == 0) return std::nullopt;
-    return NSTimeZone::dateFromLocalTime(*seconds);
+    return seconds;
+}
+
+}  // namespace
+
+std::optional<NSDate> dateFromExifString(std::string_view text) {
+    const auto seconds = secondsOfExifString(text);
+    return seconds ? std::optional(NSTimeZone::dateFromLocalTime(*seconds)) : std::nullopt;
+}
+
+std::optional<NSDate> dateFromExifStringInUTC(std::string_view text) {
+    const auto seconds = secondsOfExifString(text);
+    return seconds ? std::optional(NSDate{*seconds}) : std::nullopt;
 }
 
 struct NSDateFormatter::Icu {

@@ -16,7 +16,7 @@ void ImageProperties::setPixelSize(std::uint64_t width, std::uint64_t height) {
 Dictionary ImageProperties::assemble() && {
     for (const auto& entry : makerAux)
         if (!aux.contains(entry.key())) aux.set(entry.key(), entry.value);
-    const std::array<std::pair<std::string_view, Dictionary*>, 12> parts{{
+    const std::array<std::pair<std::string_view, Dictionary*>, 13> parts{{
         {kCGImagePropertyExifDictionary, &exif},
         {kCGImagePropertyTIFFDictionary, &tiff},
         {kCGImagePropertyGPSDictionary, &gps},
@@ -29,6 +29,7 @@ Dictionary ImageProperties::assemble() && {
         {kCGImagePropertyHEIFDictionary, &heif},
         {kCGImagePropertyWebPDictionary, &webp},
         {kCGImagePropertyDNGDictionary, &dng},
+        {kCGImagePropertyMakerAppleDictionary, &makerApple},
     }};
     for (const auto& [name, part] : parts)
         if (!part->empty()) top.appendLiteral(name, std::move(*part));

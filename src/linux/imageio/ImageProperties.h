@@ -13,7 +13,7 @@ namespace tessaly::imageio {
 /// The block that speaks first wins: a reader adds a property only where it is absent (`add`), and containers call
 /// the block readers in order of authority (Exif, then IPTC, then XMP).
 struct ImageProperties {
-    Dictionary top, exif, tiff, gps, iptc, aux, pictureStyle, png, gif, jfif, heif, webp, dng;
+    Dictionary top, exif, tiff, gps, iptc, aux, pictureStyle, png, gif, jfif, heif, webp, dng, makerApple;
     /// What a maker note says of the things in aux: it holds where neither XMP nor the file's own tags say otherwise.
     Dictionary makerAux;
     bool hasXmp = false;      ///< A packet with properties was read.

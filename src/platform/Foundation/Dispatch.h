@@ -4,9 +4,10 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <string>
 #include <vector>
 
-/// Queues of work. Threads start on first use.
+/// Queues of work. Threads start on first use; while some of them wait in here for others, more take their place.
 namespace tessaly {
 
 using Block = std::function<void()>;
@@ -19,11 +20,15 @@ public:
 
     /// A queue over the shared threads: serial runs one block at a time in order, concurrent as many as there are
     /// threads.
-    explicit DispatchQueue(Kind kind = Kind::serial, DispatchPriority priority = DispatchPriority::normal);
+    explicit DispatchQueue(Kind kind = Kind::serial, DispatchPriority priority = DispatchPriority::normal,
+                           std::string label = {});
 
     /// The main queue: its blocks run where the main thread pumps it.
     [[nodiscard]] static DispatchQueue& main();
     [[nodiscard]] static DispatchQueue& global(DispatchPriority priority = DispatchPriority::normal);
+
+    /// What tells the queue from others, "" for nothing.
+    [[nodiscard]] const std::string& label() const noexcept;
 
     void async(Block block);
     /// Runs the block on the queue and waits for it. Not from the queue itself.
@@ -91,6 +96,7 @@ public:
     ~OperationQueue();
     OperationQueue(const OperationQueue&) = delete;
     OperationQueue& operator=(const OperationQueue&) = delete;
+    [[nodiscard]] std::size_t maxConcurrentOperationCount() const noexcept;
     void addOperation(std::shared_ptr<BlockOperation> operation);
     void addOperationWithBlock(Block block);
     void cancelAllOperations();

@@ -1,10 +1,13 @@
 #pragma once
 #include <cstdint>
+#include <memory>
 #include <optional>
+#include <span>
 #include <string>
 
 #include "platform/CoreLocation/CLLocation.h"
 #include "platform/Foundation/NSDate.h"
+#include "platform/Photos/PHFetchResult.h"
 
 namespace tessaly {
 
@@ -13,18 +16,34 @@ inline constexpr std::int64_t PHAssetMediaTypeImage = 1;
 inline constexpr std::int64_t PHAssetMediaTypeVideo = 2;
 inline constexpr std::uint64_t PHAssetMediaSubtypePhotoScreenshot = 4;
 inline constexpr std::uint64_t PHAssetMediaSubtypePhotoLive = 8;
+inline constexpr std::int64_t PHAssetSourceTypeUserLibrary = 1;
 
-/// What the photo library knows of one of its items without opening it.
+struct PHAssetCollection;
+struct PHFetchOptions;
+
+/// What the photo library knows of one of its items without opening it. A copy of a row: it does not change when the
+/// library does.
 struct PHAsset {
-    std::string localIdentifier;
+    std::string localIdentifier;  ///< "8-4-4-4-12 hexadecimal digits/L0/001"; stays with the item for good.
     std::int64_t mediaType = PHAssetMediaTypeUnknown;
     std::uint64_t mediaSubtypes = 0;
     std::optional<NSDate> creationDate;
     std::optional<NSDate> modificationDate;
     std::optional<CLLocation> location;
-    std::uint64_t pixelWidth = 0;
+    std::uint64_t pixelWidth = 0;  ///< Upright.
     std::uint64_t pixelHeight = 0;
     double duration = 0;  ///< Seconds.
+    bool favorite = false;
+    bool hasAdjustments = false;  ///< It was edited, and can be reverted.
+
+    // Of the shared library. Null options mean all, in no particular order.
+    [[nodiscard]] static PHFetchResult<PHAsset> fetchAssetsWithOptions(const PHFetchOptions& options);
+    [[nodiscard]] static PHFetchResult<PHAsset> fetchAssetsInAssetCollection(const PHAssetCollection& collection,
+                                                                             const PHFetchOptions& options);
+    [[nodiscard]] static PHFetchResult<PHAsset> fetchAssetsWithLocalIdentifiers(
+        std::span<const std::string> identifiers, const PHFetchOptions& options);
 };
+
+using PHAssetRef = std::shared_ptr<PHAsset>;
 
 }  // namespace tessaly

@@ -52,7 +52,7 @@ void readPentaxNote(const MakerDirectory& note, ImageProperties& properties);
 void readSamsungNote(const MakerDirectory& note, ImageProperties& properties);
 void readRicohNote(const MakerDirectory& note, ImageProperties& properties);
 void readSigmaNote(const MakerDirectory& note, ImageProperties& properties);
-/// Nothing in Apple's note is told elsewhere than in Exif; it is known so that it is not taken for another's.
+/// Only the identifier that a live photo shares with its video (17); the rest is not told to anybody.
 void readAppleNote(const MakerDirectory& note, ImageProperties& properties);
 
 /// "18-55mm f/3.5-5.6" from focal lengths in mm and F-numbers; 0 is unknown, equal ends are written once.

@@ -20,6 +20,9 @@ void readSigmaNote(const MakerDirectory& note, ImageProperties& properties) {
     addNoteTags(note.tiff, note.directory, tags, properties);
 }
 
-void readAppleNote(const MakerDirectory& /*note*/, ImageProperties& /*properties*/) {}
+void readAppleNote(const MakerDirectory& note, ImageProperties& properties) {
+    static constexpr std::array tags{NoteTag{0x0011, TagForm::text, &ImageProperties::makerApple, "17"}};
+    addNoteTags(note.tiff, note.directory, tags, properties);
+}
 
 }  // namespace tessaly::imageio

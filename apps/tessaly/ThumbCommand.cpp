@@ -1,0 +1,159 @@
+#include <filesystem>
+#include <memory>
+
+#include "CommandLine.h"
+#include "Commands.h"
+#include "FileWalk.h"
+#include "Output.h"
+#include "acquisition/MediaFile.h"
+#include "platform/AVFoundation/AVAssetImageGenerator.h"
+#include "platform/Foundation/Dispatch.h"
+#include "platform/Foundation/NSFileManager.h"
+#include "platform/ImageIO/CGImageSource.h"
+#include "platform/UIKit/UIImage.h"
+
+namespace tessaly::cli {
+namespace {
+
+struct ThumbOptions {
+    std::vector<std::string> files;
+    std::string output;
+    std::int64_t size = 512;
+    int quality = 85;
+    std::string format;
+    bool force = false;
+    bool recursive = false;
+};
+
+/// A picture or why there is none.
+struct Picture {
+    CGImageRef image;
+    std::string why;
+};
+
+std::string describe(CGImageFault fault) {
+    switch (fault) {
+        case CGImageFault::none:
+        case CGImageFault::damaged:
+            return "the picture is damaged";
+        case CGImageFault::tooLarge:
+            return "the picture has too many pixels";
+        case CGImageFault::unsupported:
+            return "no decoder for this kind of picture";
+        case CGImageFault::outOfMemory:
+            return "not enough memory";
+    }
+    return {};
+}
+
+Picture movieFrame(const std::string& path, std::int64_t size, CGImageSourceFault imageFault) {
+    auto asset = AVAsset::assetWithURL(path);
+    if (asset->fault != AVAssetFault::none)
+        return {nullptr,
+                std::string(describe(asset->fault == AVAssetFault::unknownFormat ? imageFault : asset->fault))};
+    AVAssetImageGenerator generator(asset);
+    generator.appliesPreferredTrackTransform = true;
+    generator.maximumSize = {static_cast<double>(size), static_cast<double>(size)};
+    Picture picture;
+    DispatchSemaphore done;
+    generator.generateCGImageAsynchronouslyForTime(0, [&](const CGImageRef& image, const std::string& error) {
+        picture = {image, error};
+        done.signal();
+    });
+    done.wait();
+    return picture;
+}
+
+Picture thumbnailOf(const std::string& path, std::int64_t size) {
+    CGImageSourceFault sourceFault{};
+    const auto source = CGImageSourceCreateWithURL(path, &sourceFault);
+    if (!source) return movieFrame(path, size, sourceFault);
+    CGImageFault fault{};
+    const Dictionary options{{kCGImageSourceCreateThumbnailWithTransform, true},
+                             {kCGImageSourceThumbnailMaxPixelSize, size}};
+    CGImageRef image = CGImageSourceCreateThumbnailAtIndex(source, 0, options, &fault);
+    return {std::move(image), fault == CGImageFault::none ? std::string() : describe(fault)};
+}
+
+/// "out.png" is a file; an existing folder, or one that ends in a slash, takes a file a picture.
+std::string targetOf(const ThumbOptions& options, const std::string& path, bool isFolder) {
+    if (!isFolder) return options.output;
+    const std::string extension = options.format.empty() ? "jpg" : options.format;
+    return (std::filesystem::path(options.output) / std::filesystem::path(path).filename()).string() + "." + extension;
+}
+
+bool isPng(const ThumbOptions& options, const std::string& target) {
+    if (!options.format.empty()) return options.format == "png";
+    return std::filesystem::path(target).extension() == ".png";
+}
+
+bool writeThumbnail(const ThumbOptions& options, const std::string& path, const std::string& target) {
+    const Picture picture = thumbnailOf(path, options.size);
+    if (!picture.image) {
+        complain(path, picture.why);
+        return false;
+    }
+    const UIImageRef image = UIImage::imageWithCGImage(picture.image);
+    const Data bytes = isPng(options, target) ? UIImagePNGRepresentation(image)
+                                              : UIImageJPEGRepresentation(image, options.quality / 100.0);
+    const std::string error = bytes ? writeDataAtomically(bytes, target, options.force) : "not enough memory";
+    if (error.empty()) return true;
+    const bool exists = !options.force && NSFileManager::fileExistsAtPath(target);
+    complain(target, exists ? "there is a file already (--force replaces it)" : "cannot be written: " + error);
+    return false;
+}
+
+int thumb(const ThumbOptions& options) {
+    bool failed = false;
+    const std::vector<std::string> files = namedFiles(options.files, options.recursive, failed);
+    const bool toFolder = isFolder(options.output) || options.output.ends_with('/');
+    if (!toFolder && files.size() > 1) throw CLI::ValidationError("--output: several files need a folder");
+    if (toFolder) {
+        std::error_code error;
+        std::filesystem::create_directories(options.output, error);
+        if (error) {
+            complain(options.output, error.message());
+            return kFailure;
+        }
+    }
+    Progress progress(files.size());
+    for (const std::string& path : files) {
+        progress.advance();
+        const std::string target = targetOf(options, path, toFolder);
+        if (writeThumbnail(options, path, target))
+            Output::standard() << target + "\n";
+        else
+            failed = true;
+    }
+    return failed ? kFailure : kSuccess;
+}
+
+}  // namespace
+
+void addThumbCommand(CLI::App& program, int& status) {
+    auto options = std::make_shared<ThumbOptions>();
+    CLI::App* command = program.add_subcommand("thumb", "Write small pictures of photos and videos");
+    command->add_option("FILE", options->files, "Photos and videos; '-- NAME' for a name that begins with '-'")
+        ->required()
+        ->type_name("");
+    command->add_option("-o,--output", options->output, "The file (.jpg or .png), or a folder for one a picture")
+        ->required()
+        ->type_name("OUT");
+    command->add_option("--size", options->size, "Pixels of the longer side, at most (512)")
+        ->check(CLI::Range(std::int64_t{1}, std::int64_t{16384}))
+        ->type_name("N");
+    command->add_option("--quality", options->quality, "Of JPEG, 1 to 100 (85)")
+        ->check(CLI::Range(1, 100))
+        ->type_name("N");
+    command->add_option("--format", options->format, "jpg or png, whatever the name says")
+        ->check(CLI::IsMember({"jpg", "png"}))
+        ->type_name("FORMAT");
+    command->add_flag("--force", options->force, "Replace files that exist already");
+    command->add_flag("-r,--recursive", options->recursive, "Do what is in folders");
+    command->footer(
+        "Made from the full picture, upright, in sRGB and without metadata; never larger than the picture. Of a video\n"
+        "it is the first frame. In a folder the picture of photo.heic is photo.heic.jpg.");
+    command->callback([options, &status] { status = thumb(*options); });
+}
+
+}  // namespace tessaly::cli

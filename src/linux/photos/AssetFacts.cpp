@@ -1,0 +1,198 @@
+#include "linux/photos/AssetFacts.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <filesystem>
+#include <vector>
+
+#include "linux/imageio/ByteSource.h"
+#include "linux/imageio/Text.h"
+#include "platform/AVFoundation/AVAsset.h"
+#include "platform/Foundation/NSDateFormatter.h"
+#include "platform/ImageIO/CGImageProperties.h"
+#include "platform/ImageIO/CGImageSource.h"
+#include "platform/Photos/PHAsset.h"
+
+namespace tessaly::photos {
+namespace {
+
+using std::string_view_literals::operator""sv;
+
+constexpr std::int64_t kNanoseconds = 1'000'000'000;
+
+/// "+02:00", in seconds.
+std::optional<int> offsetOf(std::string_view text) {
+    if (text.size() != 6 || (text[0] != '+' && text[0] != '-') || text[3] != ':') return std::nullopt;
+    int hours = 0;
+    int minutes = 0;
+    if (std::from_chars(text.data() + 1, text.data() + 3, hours).ec != std::errc() ||
+        std::from_chars(text.data() + 4, text.data() + 6, minutes).ec != std::errc())
+        return std::nullopt;
+    return (text[0] == '-' ? -1 : 1) * (hours * 3600 + minutes * 60);
+}
+
+/// A date with its own time zone is that instant; without one it is local time.
+std::optional<NSDate> dateOf(std::string_view text, std::string_view offset, std::string_view fraction) {
+    const auto seconds = offsetOf(offset);
+    auto date = seconds ? dateFromExifStringInUTC(text) : dateFromExifString(text);
+    if (!date) return std::nullopt;
+    if (seconds) date->timeIntervalSince1970 -= *seconds;
+    if (!fraction.empty() && std::ranges::all_of(fraction, [](char c) { return c >= '0' && c <= '9'; }))
+        date->timeIntervalSince1970 += Value("0." + std::string(fraction.substr(0, 9))).doubleValue();
+    return date;
+}
+
+std::optional<NSDate> creationOf(const Dictionary& properties) {
+    const Dictionary& exif = properties[kCGImagePropertyExifDictionary].dictionary();
+    if (auto date = dateOf(exif["DateTimeOriginal"].string(), exif["OffsetTimeOriginal"].string(),
+                           exif["SubsecTimeOriginal"].string()))
+        return date;
+    if (auto date = dateOf(exif["DateTimeDigitized"].string(), exif["OffsetTimeDigitized"].string(), {})) return date;
+    return dateOf(properties[kCGImagePropertyTIFFDictionary].dictionary()["DateTime"].string(), {}, {});
+}
+
+std::optional<CLLocation> placeOf(const Dictionary& gps) {
+    if (gps[kCGImagePropertyGPSLatitude].isNull() || gps[kCGImagePropertyGPSLongitude].isNull()) return std::nullopt;
+    const auto is = [&](std::string_view key, char letter) {
+        const std::string_view text = gps[key].string();
+        return text.size() == 1 && (text[0] | 0x20) == letter;
+    };
+    CLLocation place;
+    place.coordinate.latitude =
+        gps[kCGImagePropertyGPSLatitude].doubleValue() * (is(kCGImagePropertyGPSLatitudeRef, 's') ? -1 : 1);
+    place.coordinate.longitude =
+        gps[kCGImagePropertyGPSLongitude].doubleValue() * (is(kCGImagePropertyGPSLongitudeRef, 'w') ? -1 : 1);
+    if (!CLLocationCoordinate2DIsValid(place.coordinate)) return std::nullopt;
+    place.altitude = gps[kCGImagePropertyGPSAltitude].doubleValue();
+    if (!gps[kCGImagePropertyGPSImgDirection].isNull())
+        place.course = gps[kCGImagePropertyGPSImgDirection].doubleValue();
+    return place;
+}
+
+/// ISO 6709, annex H: "+48.8577+002.295+035/"; signs part the numbers.
+std::optional<CLLocation> placeOf(std::string_view text) {
+    std::vector<double> numbers;
+    for (std::size_t at = 0; at < text.size() && (text[at] == '+' || text[at] == '-');) {
+        const std::size_t end = std::min(text.find_first_of("+-/C", at + 1), text.size());
+        numbers.push_back(
+            Value(text.substr(text[at] == '+' ? at + 1 : at, end - at - (text[at] == '+' ? 1 : 0))).doubleValue());
+        at = end;
+    }
+    if (numbers.size() < 2) return std::nullopt;
+    CLLocation place;
+    place.coordinate = {numbers[0], numbers[1]};
+    if (numbers.size() > 2) place.altitude = numbers[2];
+    return CLLocationCoordinate2DIsValid(place.coordinate) ? std::optional(place) : std::nullopt;
+}
+
+/// Made by no camera, and called so by whoever made it.
+bool isScreenshot(const Dictionary& properties, const std::string& path) {
+    if (!properties[kCGImagePropertyTIFFDictionary].dictionary()[kCGImagePropertyTIFFMake].isNull()) return false;
+    const std::string_view comment = properties[kCGImagePropertyExifDictionary].dictionary()["UserComment"].string();
+    if (comment == "Screenshot") return true;
+    const std::filesystem::path file(path);
+    const std::string name = imageio::lowerCase(file.filename().string());
+    const std::string folder = imageio::lowerCase(file.parent_path().filename().string());
+    static constexpr std::array kMarks{"screenshot"sv, "screen shot"sv, "bildschirmfoto"sv, "screen_shot"sv};
+    return folder == "screenshots" ||
+           std::ranges::any_of(kMarks, [&](std::string_view mark) { return name.starts_with(mark); });
+}
+
+bool isSet(const Dictionary& xmp, std::string_view name) {
+    const Value& value = xmp[name];
+    return value.integerValue() == 1 || value.string() == "1";
+}
+
+/// Where the movie begins that a phone has appended to a photo.
+std::optional<std::uint64_t> embeddedVideo(const std::string& path) {
+    FileFault fault{};
+    auto source = imageio::ByteSource::openFile(path, fault);
+    if (!source) return std::nullopt;
+    static constexpr std::array kBrands{"mp42"sv, "isom"sv, "mp41"sv, "qt  "sv, "avc1"sv, "iso2"sv};
+    constexpr std::size_t kOverlap = 12;
+    std::vector<std::byte> block(std::size_t{1} << 20);
+    for (std::uint64_t at = 16; at < source->size(); at += block.size() - kOverlap) {
+        const std::size_t count = source->copyTo(at, block);
+        const std::string_view text = imageio::asText(std::span(block).first(count));
+        for (auto found = text.find("ftyp"); found != std::string_view::npos; found = text.find("ftyp", found + 4))
+            if (found >= 4 && found + 8 <= text.size() &&
+                std::ranges::find(kBrands, text.substr(found + 4, 4)) != kBrands.end())
+                return at + found - 4;
+        if (count < block.size()) break;
+    }
+    return std::nullopt;
+}
+
+void readImage(const CGImageSourceRef& source, const std::string& path, AssetFacts& facts) {
+    const Dictionary properties = CGImageSourceCopyPropertiesAtIndex(source, 0, {}).value_or(Dictionary());
+    facts.mediaType = PHAssetMediaTypeImage;
+    facts.typeIdentifier = CGImageSourceGetType(source);
+    facts.created = creationOf(properties);
+    facts.location = placeOf(properties[kCGImagePropertyGPSDictionary].dictionary());
+    facts.width =
+        static_cast<std::uint64_t>(std::max<std::int64_t>(0, properties[kCGImagePropertyPixelWidth].integerValue()));
+    facts.height =
+        static_cast<std::uint64_t>(std::max<std::int64_t>(0, properties[kCGImagePropertyPixelHeight].integerValue()));
+    if (properties[kCGImagePropertyOrientation].integerValue() >= 5) std::swap(facts.width, facts.height);
+    facts.contentIdentifier = properties[kCGImagePropertyMakerAppleDictionary].dictionary()["17"].string();
+    if (isScreenshot(properties, path)) facts.subtypes |= PHAssetMediaSubtypePhotoScreenshot;
+    const auto xmp = CGImageSourceCopyMetadataAtIndex(source, 0, {});
+    if (xmp && (isSet(*xmp, "GCamera:MotionPhoto") || isSet(*xmp, "GCamera:MicroVideo"))) {
+        facts.embeddedVideoAt = embeddedVideo(path);
+        if (facts.embeddedVideoAt) facts.subtypes |= PHAssetMediaSubtypePhotoLive;
+    }
+}
+
+void readMovie(const AVAsset& movie, AssetFacts& facts) {
+    facts.mediaType = PHAssetMediaTypeVideo;
+    facts.typeIdentifier = movie.typeIdentifier;
+    facts.duration = movie.durationInSeconds;
+    if (movie.creationDate) facts.created = movie.creationDate->startDate;
+    for (const AVMetadataItem& item : movie.metadata) {
+        if (item.commonKey == AVMetadataCommonKeyLocation && !facts.location)
+            facts.location = placeOf(item.stringValue());
+        if (item.identifier.ends_with("content.identifier")) facts.contentIdentifier = item.stringValue();
+    }
+    if (const AVAssetTrack* video = movie.firstVideoTrack()) {
+        facts.width = static_cast<std::uint64_t>(std::max(0.0, video->naturalSize.width));
+        facts.height = static_cast<std::uint64_t>(std::max(0.0, video->naturalSize.height));
+        if (video->rotationDegrees % 180 != 0) std::swap(facts.width, facts.height);
+    }
+}
+
+}  // namespace
+
+std::optional<FileStamp> FileStamp::of(const std::string& path) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+    return FileStamp{static_cast<std::uint64_t>(status.st_size),
+                     status.st_mtim.tv_sec * kNanoseconds + status.st_mtim.tv_nsec, status.st_ino};
+}
+
+AssetFacts AssetFacts::read(const std::string& path, const FileStamp& stamp) {
+    AssetFacts facts;
+    if (const auto source = CGImageSourceCreateWithURL(path)) {
+        readImage(source, path, facts);
+    } else if (const auto movie = AVAsset::assetWithURL(path); movie->fault == AVAssetFault::none) {
+        readMovie(*movie, facts);
+    }
+    if (!facts.created) facts.created = NSDate{static_cast<double>(stamp.changed) / static_cast<double>(kNanoseconds)};
+    return facts;
+}
+
+std::int64_t headHash(const std::string& path, std::uint64_t size) {
+    constexpr std::size_t kLength = std::size_t{16} * 1024;
+    FileFault fault{};
+    auto source = imageio::ByteSource::openFile(path, fault);
+    if (!source) return 0;
+    // FNV-1a: not for secrets, only to tell one photo from another of the same size.
+    std::uint64_t hash = 0xCBF29CE484222325U ^ size;
+    for (const std::byte byte : source->bytesUpTo(0, kLength))
+        hash = (hash ^ std::to_integer<std::uint64_t>(byte)) * 0x100000001B3U;
+    return static_cast<std::int64_t>(hash == 0 ? 1 : hash);
+}
+
+}  // namespace tessaly::photos

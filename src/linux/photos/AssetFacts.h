@@ -1,0 +1,42 @@
+#pragma once
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "platform/CoreLocation/CLLocation.h"
+#include "platform/Foundation/NSDate.h"
+
+namespace tessaly::photos {
+
+/// What the file system tells of a file, enough to know whether it changed.
+struct FileStamp {
+    std::uint64_t size = 0;
+    std::int64_t changed = 0;  ///< Nanoseconds since 1970.
+    std::uint64_t inode = 0;
+
+    /// nullopt for what is no regular file.
+    [[nodiscard]] static std::optional<FileStamp> of(const std::string& path);
+    friend bool operator==(const FileStamp&, const FileStamp&) = default;
+};
+
+/// What the library keeps of a photo or video.
+struct AssetFacts {
+    std::int64_t mediaType = 0;  ///< 0: neither.
+    std::uint64_t subtypes = 0;  ///< Of the file alone; a separate video of a live photo is found by the scan.
+    std::string typeIdentifier;
+    std::optional<NSDate> created;
+    std::optional<CLLocation> location;
+    std::uint64_t width = 0;  ///< Upright.
+    std::uint64_t height = 0;
+    double duration = 0;
+    std::string contentIdentifier;  ///< The same in the photo and the video of a live photo.
+    std::optional<std::uint64_t> embeddedVideoAt;
+
+    /// Reads the heads of the file. `fileName` may tell a screenshot.
+    [[nodiscard]] static AssetFacts read(const std::string& path, const FileStamp& stamp);
+};
+
+/// A hash of the size and the first bytes, by which a file is known again after it was moved. 0 when unreadable.
+[[nodiscard]] std::int64_t headHash(const std::string& path, std::uint64_t size);
+
+}  // namespace tessaly::photos

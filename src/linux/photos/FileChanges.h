@@ -1,0 +1,77 @@
+#pragma once
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "linux/foundation/Trash.h"
+#include "linux/photos/LibraryStore.h"
+#include "platform/Photos/PHContentEditing.h"
+
+/// Changes to the user's files that go together with changes of the database.
+///
+/// What is going to be done is written into the journal first, then done to the files, each in one step of the file
+/// system, then the database follows in the transaction that empties the journal. Whoever is killed on the way leaves
+/// a journal: at the next open it is played to its end, so that files and database agree.
+namespace tessaly::photos {
+
+struct FileChange {
+    enum class Kind : std::uint8_t {
+        create = 1,  ///< `content` becomes the new file `result`.
+        edit = 2,  ///< `content` takes the place of `current`, which is kept as `original` where that is not there yet.
+        revert = 3,  ///< `content`, the original, takes the place of `current` again.
+        trash = 4,   ///< `current` goes to the trash.
+    };
+
+    Kind kind = Kind::create;
+    std::string asset;    ///< Local identifier.
+    std::string current;  ///< The user's file before;
+    std::string result;   ///< and after.
+    std::string content;
+    std::string original;
+    PHAdjustmentData adjustment;
+};
+
+/// Puts the changes into the journal. @return the number of this change.
+std::int64_t writeJournal(const Database& database, const std::vector<FileChange>& changes);
+
+/// Does them to the files, one after the other; each can be done again. When one fails, those before are undone.
+class FileChangeRun {
+public:
+    /// `replays` what an earlier program may have done in part.
+    explicit FileChangeRun(const LibraryStore& store, bool replays = false) : store_(store), replays_(replays) {}
+    /// "" or what went wrong, naming the file.
+    [[nodiscard]] std::string run(const std::vector<FileChange>& changes);
+    void undo();
+    /// Removes what only an undo would have needed.
+    void finish();
+
+private:
+    [[nodiscard]] std::string apply(const FileChange& change);
+    [[nodiscard]] std::string replace(const FileChange& change);
+    [[nodiscard]] std::string keepOriginal(const FileChange& change);
+    [[nodiscard]] std::string trash(const FileChange& change);
+
+    const LibraryStore& store_;
+    bool replays_;
+    std::vector<std::function<void()>> undos_;
+    std::vector<std::string> leftovers_;
+};
+
+/// Brings the database up to what was done to the files. In the caller's transaction, which also empties the journal.
+void applyToDatabase(const Database& database, const FileChange& change);
+
+/// Plays what an earlier program left in the journal.
+void recover(LibraryStore& store);
+
+/// Copies a file atomically; "" or what went wrong. Times and mode come from the source.
+[[nodiscard]] std::string copyFile(const std::string& from, const std::string& to, bool replaces);
+
+/// The folder that holds the path, and the path below it; 0 when none does.
+struct FolderPath {
+    std::int64_t folder = 0;
+    std::string path;
+};
+[[nodiscard]] FolderPath folderOf(const Database& database, const std::string& path);
+
+}  // namespace tessaly::photos

@@ -1,0 +1,300 @@
+#include "linux/photos/LibraryChanges.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <stdexcept>
+
+#include "linux/foundation/AtomicFile.h"
+#include "linux/photos/AssetRows.h"
+#include "linux/photos/FileChanges.h"
+#include "platform/Foundation/NSFileManager.h"
+
+namespace tessaly::photos {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// A wish that cannot be granted, in words.
+class ChangeError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+std::int64_t assetId(const Database& database, const std::string& identifier) {
+    const auto id = database.integer("SELECT id FROM assets WHERE local_identifier = ?", identifier);
+    if (!id) throw ChangeError("there is no such photo: " + identifier);
+    return *id;
+}
+
+std::int64_t albumId(const Database& database, const std::string& identifier) {
+    const auto id = database.integer("SELECT id FROM albums WHERE local_identifier = ?", identifier);
+    if (!id) throw ChangeError("there is no such album: " + identifier);
+    return *id;
+}
+
+/// "name.jpg", else "name 2.jpg", "name 3.jpg", ... in the folder.
+std::string freePath(const std::string& folder, const std::string& name, const std::vector<FileChange>& planned) {
+    const fs::path wanted(name);
+    for (int number = 1;; ++number) {
+        const std::string suffix = number == 1 ? std::string() : " " + std::to_string(number);
+        const std::string path = folder + "/" + wanted.stem().string() + suffix + wanted.extension().string();
+        const bool isPlanned =
+            std::ranges::any_of(planned, [&](const FileChange& change) { return change.result == path; });
+        if (!isPlanned && !NSFileManager::fileExistsAtPath(path)) return path;
+    }
+}
+
+/// The user's file behind an asset.
+struct OwnFile {
+    std::string path;
+    bool isRemote = false;
+};
+
+std::vector<OwnFile> filesOf(const Database& database, const std::string& identifier) {
+    Statement rows = database.prepare(
+        "SELECT folders.path || '/' || files.path, base_url IS NOT NULL FROM files JOIN folders ON folders.id = folder "
+        "JOIN assets ON assets.id = asset WHERE local_identifier = ? ORDER BY type");
+    rows.bind(identifier);
+    std::vector<OwnFile> files;
+    while (rows.step()) files.push_back({rows.text(0), rows.integer(1) != 0});
+    if (files.empty()) throw ChangeError("there is no such photo: " + identifier);
+    return files;
+}
+
+/// What is to be done, found out before anything is.
+struct Plan {
+    std::vector<FileChange> files;
+    std::vector<std::function<void(const Database&)>> rows;  ///< After the files, in order.
+};
+
+/// Turns wishes into a plan, with the connection that writes held.
+class Planner {
+public:
+    Planner(const LibraryStore& store, const Database& database, Plan& plan)
+        : store_(store), database_(database), plan_(plan) {}
+
+    void operator()(const change::CreateAsset& wish) {
+        const auto folder = database_.text("SELECT path FROM folders WHERE base_url IS NULL ORDER BY id LIMIT 1");
+        if (!folder) throw ChangeError("the library has no folder to put a photo into");
+        FileChange file;
+        file.kind = FileChange::Kind::create;
+        file.asset = wish.identifier;
+        const std::string name = wish.data ? wish.fileName : fs::path(wish.file.path()).filename().string();
+        file.result = freePath(*folder, name.empty() ? "photo.jpg" : name, plan_.files);
+        file.content = store_.pendingFolder() + "/" + newIdentifier({}) + fs::path(name).extension().string();
+        const std::string why =
+            wish.data ? writeDataAtomically(wish.data, file.content) : copyFile(wish.file.path(), file.content, false);
+        if (!why.empty()) throw ChangeError(why);
+        const auto stamp = FileStamp::of(file.content);
+        if (!stamp || AssetFacts::read(file.content, *stamp).mediaType == 0) {
+            ::unlink(file.content.c_str());
+            throw ChangeError(name + ": is not a photo or video");
+        }
+        plan_.files.push_back(file);
+        set({wish.identifier, wish.favorite, wish.creationDate, wish.location, false});
+    }
+
+    void operator()(const change::EditAsset& wish) {
+        const OwnFile own = editable(wish.identifier);
+        FileChange file;
+        file.kind = FileChange::Kind::edit;
+        file.asset = wish.identifier;
+        file.current = own.path;
+        file.content = wish.output.renderedContentURL.path();
+        file.adjustment = wish.output.adjustmentData;
+        if (!NSFileManager::fileExistsAtPath(file.content)) throw ChangeError("the editor has not written its result");
+        file.result = resultPath(own.path, file.content);
+        const auto kept = database_.text(
+            "SELECT original FROM edits JOIN assets ON assets.id = asset WHERE local_identifier = ?", wish.identifier);
+        file.original =
+            kept.value_or(store_.originalsFolder() + "/" + wish.identifier.substr(0, wish.identifier.find('/')) + "/" +
+                          fs::path(own.path).filename().string());
+        plan_.files.push_back(std::move(file));
+    }
+
+    void operator()(const change::RevertAsset& wish) {
+        const OwnFile own = editable(wish.identifier);
+        const auto original = database_.text(
+            "SELECT original FROM edits JOIN assets ON assets.id = asset WHERE local_identifier = ?", wish.identifier);
+        if (!original) throw ChangeError(own.path + ": was not edited");
+        FileChange file;
+        file.kind = FileChange::Kind::revert;
+        file.asset = wish.identifier;
+        file.current = own.path;
+        file.content = file.original = *original;
+        const fs::path name = fs::path(*original).filename();
+        file.result = name.extension() == fs::path(own.path).extension()
+                          ? own.path
+                          : freePath(fs::path(own.path).parent_path().string(), name.string(), plan_.files);
+        plan_.files.push_back(std::move(file));
+    }
+
+    void operator()(const change::SetAsset& wish) {
+        static_cast<void>(assetId(database_, wish.identifier));
+        set(wish);
+    }
+
+    void operator()(const change::DeleteAssets& wish) {
+        for (const std::string& identifier : wish.identifiers) {
+            for (const OwnFile& own : filesOf(database_, identifier)) {
+                if (own.isRemote)
+                    throw ChangeError(own.path + ": its original is on a server, and cannot be deleted from here");
+                trash(identifier, own.path);
+            }
+            if (const auto original = database_.text(
+                    "SELECT original FROM edits JOIN assets ON assets.id = asset WHERE local_identifier = ?",
+                    identifier))
+                trash(identifier, *original);
+        }
+    }
+
+    void operator()(const change::CreateAlbum& wish) {
+        plan_.rows.emplace_back([wish](const Database& database) {
+            database.run("INSERT INTO albums (local_identifier, title, created) VALUES (?,?,?)", wish.identifier,
+                         wish.title, NSDate::date());
+        });
+    }
+    void operator()(const change::RenameAlbum& wish) {
+        plan_.rows.emplace_back([wish](const Database& database) {
+            database.run("UPDATE albums SET title = ? WHERE id = ?", wish.title, albumId(database, wish.identifier));
+        });
+    }
+    void operator()(const change::DeleteAlbum& wish) {
+        plan_.rows.emplace_back([wish](const Database& database) {
+            database.run("DELETE FROM albums WHERE id = ?", albumId(database, wish.identifier));
+        });
+    }
+    void operator()(const change::AddToAlbum& wish) {
+        plan_.rows.emplace_back([wish](const Database& database) {
+            const std::int64_t album = albumId(database, wish.album);
+            for (const std::string& asset : wish.assets)
+                database.run(
+                    "INSERT OR IGNORE INTO album_assets (album, asset, position) VALUES (?1, ?2, (SELECT "
+                    "COALESCE(MAX(position), 0) + 1 FROM album_assets WHERE album = ?1))",
+                    album, assetId(database, asset));
+        });
+    }
+    void operator()(const change::RemoveFromAlbum& wish) {
+        plan_.rows.emplace_back([wish](const Database& database) {
+            const std::int64_t album = albumId(database, wish.album);
+            for (const std::string& asset : wish.assets)
+                database.run("DELETE FROM album_assets WHERE album = ? AND asset = ?", album, assetId(database, asset));
+        });
+    }
+
+private:
+    OwnFile editable(const std::string& identifier) {
+        const OwnFile own = filesOf(database_, identifier).front();
+        if (own.isRemote) throw ChangeError(own.path + ": its original is on a server, and cannot be edited from here");
+        if (std::ranges::any_of(plan_.files, [&](const FileChange& change) { return change.asset == identifier; }))
+            throw ChangeError(own.path + ": is changed twice at once");
+        return own;
+    }
+
+    /// The file keeps its name, unless what it is now has another extension.
+    std::string resultPath(const std::string& current, const std::string& content) const {
+        const fs::path own(current);
+        const fs::path extension = fs::path(content).extension();
+        if (extension.empty() || extension == own.extension()) return current;
+        return freePath(own.parent_path().string(), own.stem().string() + extension.string(), plan_.files);
+    }
+
+    void trash(const std::string& identifier, const std::string& path) {
+        FileChange file;
+        file.kind = FileChange::Kind::trash;
+        file.asset = identifier;
+        file.current = path;
+        plan_.files.push_back(std::move(file));
+    }
+
+    void set(const change::SetAsset& wish) {
+        plan_.rows.emplace_back([wish](const Database& database) {
+            const std::int64_t asset = assetId(database, wish.identifier);
+            if (wish.favorite) database.run("UPDATE assets SET favorite = ? WHERE id = ?", *wish.favorite, asset);
+            if (wish.creationDate)
+                database.run("UPDATE assets SET created = ?, own_created = 1 WHERE id = ?", *wish.creationDate, asset);
+            if (wish.location)
+                database.run("UPDATE assets SET latitude = ?, longitude = ?, altitude = ?, own_place = 1 WHERE id = ?",
+                             wish.location->coordinate.latitude, wish.location->coordinate.longitude,
+                             wish.location->altitude, asset);
+            else if (wish.removesLocation)
+                database.run(
+                    "UPDATE assets SET latitude = NULL, longitude = NULL, altitude = NULL, course = NULL, speed = "
+                    "NULL, "
+                    "own_place = 1 WHERE id = ?",
+                    asset);
+        });
+    }
+
+    const LibraryStore& store_;
+    const Database& database_;
+    Plan& plan_;
+};
+
+std::vector<PHAssetRef> deletedBy(LibraryStore& store, const std::vector<PHChange>& changes) {
+    std::vector<PHAssetRef> assets;
+    const std::shared_ptr<LibraryStore> view(&store, [](LibraryStore*) {});
+    for (const PHChange& change : changes)
+        if (const auto* wish = std::get_if<change::DeleteAssets>(&change)) {
+            const auto found = fetchAssets(view, std::span(wish->identifiers), {});
+            for (std::size_t i = 0; i < found.count(); ++i) assets.push_back(found.objectAtIndex(i));
+        }
+    return assets;
+}
+
+void removePending(const LibraryStore& store, const Plan& plan) {
+    for (const FileChange& change : plan.files)
+        if (change.content.starts_with(store.pendingFolder()) || change.kind == FileChange::Kind::revert)
+            ::unlink(change.content.c_str());
+}
+
+/// Files first, for only the database can be rolled back for sure; both under the journal.
+std::string carryOut(LibraryStore& store, const Database& database, const Plan& plan) {
+    FileChangeRun files(store);
+    const std::int64_t number = plan.files.empty() ? 0 : writeJournal(database, plan.files);
+    const auto abandon = [&](const std::string& why) {
+        if (number != 0) database.run("DELETE FROM journal WHERE change = ?", number);
+        return why;
+    };
+    if (const std::string why = files.run(plan.files); !why.empty()) return abandon(why);
+    try {
+        Transaction transaction(database);
+        for (const FileChange& change : plan.files) applyToDatabase(database, change);
+        for (const auto& row : plan.rows) row(database);
+        if (number != 0) database.run("DELETE FROM journal WHERE change = ?", number);
+        transaction.commit();
+    } catch (const std::runtime_error& error) {
+        files.undo();
+        return abandon(error.what());
+    }
+    files.finish();
+    removePending(store, plan);
+    return {};
+}
+
+}  // namespace
+
+std::string performChanges(LibraryStore& store, const std::vector<PHChange>& changes,
+                           const std::function<bool(const std::vector<PHAssetRef>&)>& confirms) {
+    try {
+        if (const auto deleted = deletedBy(store, changes); !deleted.empty() && (!confirms || !confirms(deleted)))
+            return "the deletion was not confirmed";
+        return store.write([&](const Database& database) -> std::string {
+            Plan plan;
+            Planner planner(store, database, plan);
+            for (const PHChange& change : changes) std::visit(planner, change);
+            // What deletes comes last: it is the only thing that a failure of the rest must not have begun.
+            std::ranges::stable_partition(plan.files,
+                                          [](const FileChange& file) { return file.kind != FileChange::Kind::trash; });
+            return carryOut(store, database, plan);
+        });
+    } catch (const std::runtime_error& error) {
+        return error.what();
+    }
+}
+
+}  // namespace tessaly::photos

@@ -1,0 +1,369 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <map>
+#include <mutex>
+#include <thread>
+
+#include "acquisition/BatchProgress.h"
+#include "acquisition/ExifManager.h"
+#include "platform/Foundation/Dispatch.h"
+#include "platform/Photos/PHPhotoLibrary.h"
+#include "platform/UIKit/UIDevice.h"
+#include "settings/PersistanceManager.h"
+#include "support/Containers.h"
+#include "support/TemporaryFolder.h"
+#include "support/TiffBuilder.h"
+
+namespace tessaly::test {
+namespace {
+
+using namespace std::chrono_literals;
+using enum TiffBuilder::Directory;
+using testing::ElementsAre;
+using testing::Pair;
+
+constexpr auto kPatience = 20s;
+constexpr NSDate kFileDate{1546336800};  // 2019-01-01 10:00:00 UTC
+constexpr NSDate kLibraryDate{1600000000};
+
+ByteString photo() {
+    TiffBuilder tiff;
+    tiff.text(first, 0x0110, "iPhone10,3")
+        .text(exif, 0x9003, "2019:01:01 10:00:00")
+        .rationals(exif, 0x829D, {{18, 10}});
+    tiff.text(gps, 1, "N").rationals(gps, 2, {{50, 1}, {0, 1}, {0, 1}}).text(gps, 3, "E");
+    tiff.rationals(gps, 4, {{10, 1}, {0, 1}, {0, 1}});
+    return jpegWithExif(tiff.build());
+}
+
+ByteString movie() {
+    const auto text = [](std::string_view type, std::string_view content) {
+        return box(type, {ByteString().u16(static_cast<unsigned>(content.size())).u16(0).add(content)});
+    };
+    ByteString header;
+    header.u32(0).u32(0).u32(1000).u32(2500).add(80, '\0');
+    return box("ftyp", {"qt  \0\0\0\0"_z})
+        .add(box("moov", {fullBox("mvhd", 0, 0, {header}),
+                          box("udta", {text("\xA9mod", "iPhone10,3"), text("\xA9xyz", "+51.4169-000.0806/")})}));
+}
+
+/// A library of a few files, some of them elsewhere.
+class FakeLibrary : public PHPhotoLibrary {
+public:
+    struct Item {
+        std::string path{};
+        std::string typeIdentifier = "public.jpeg";
+        bool isInCloud = false;
+        bool canBeFetched = true;
+        double progress = 0.25;  ///< Told while it is fetched.
+        std::vector<PHAssetResource> resources{};
+    };
+    std::map<std::string, Item> items;  ///< Not changed while requests run.
+    mutable std::atomic<bool> wasAskedForLiveVideo{false};
+
+    PHAssetContent content(const std::string& identifier, std::int64_t type, bool mayFetch,
+                           const std::function<bool(double)>& progress) const override {
+        const auto found = items.find(identifier);
+        if (found == items.end()) return {"", false, "", 0, "gone"};
+        const Item& item = found->second;
+        if (type == PHAssetResourceTypePairedVideo) wasAskedForLiveVideo = true;
+        if (!item.isInCloud) return {item.path, false, item.typeIdentifier, 0, ""};
+        if (mayFetch && progress) progress(item.progress);
+        if (mayFetch && item.canBeFetched) return {item.path, false, item.typeIdentifier, 0, ""};
+        return {"", true, item.typeIdentifier, 0, mayFetch ? "the server is away" : ""};
+    }
+    std::vector<PHAssetResource> resources(const std::string& identifier) const override {
+        return items.at(identifier).resources;
+    }
+    PHAuthorizationStatus authorization() const override { return PHAuthorizationStatus::authorized; }
+
+    // Nobody here asks for these.
+    std::optional<Original> original(const std::string&) const override { return std::nullopt; }
+    std::string newPendingFile(const std::string&) const override { return ""; }
+    int registerChangeObserver(std::function<void()>) override { return 0; }
+    void unregisterChangeObserver(int) override {}
+    void setAuthorization(PHAuthorizationStatus) override {}
+    PHFetchResult<PHAsset> assets(const PHFetchOptions&) const override { return {}; }
+    PHFetchResult<PHAsset> assets(const PHAssetCollection&, const PHFetchOptions&) const override { return {}; }
+    PHFetchResult<PHAsset> assets(std::span<const std::string>, const PHFetchOptions&) const override { return {}; }
+    PHFetchResult<PHAssetCollection> collections(std::int64_t, std::int64_t, const PHFetchOptions&) const override {
+        return {};
+    }
+    PHFetchResult<PHAssetCollection> collections(std::span<const std::string>, const PHFetchOptions&) const override {
+        return {};
+    }
+
+protected:
+    std::string perform(const std::vector<PHChange>&) override { return ""; }
+};
+
+class Rows : public PHFetchResult<PHAsset>::Rows {
+public:
+    explicit Rows(std::vector<PHAssetRef> assets) : assets_(std::move(assets)) {}
+    std::size_t count() const override { return assets_.size(); }
+    PHAssetRef at(std::size_t index) const override { return assets_[index]; }
+
+private:
+    std::vector<PHAssetRef> assets_;
+};
+
+PHFetchResult<PHAsset> fetched(std::vector<PHAssetRef> assets) {
+    return PHFetchResult<PHAsset>(std::make_shared<Rows>(std::move(assets)));
+}
+
+class AssetReading : public testing::Test {
+protected:
+    AssetReading() {
+        PHPhotoLibrary::setSharedPhotoLibrary(library_);
+        settings_.setAllowNetworkAccessToDownloadPhotos(false);
+    }
+    ~AssetReading() override {
+        settings_.setAllowNetworkAccessToDownloadPhotos(false);
+        PHPhotoLibrary::setSharedPhotoLibrary(nullptr);
+    }
+
+    /// An asset with a date and a place of its own.
+    PHAssetRef add(FakeLibrary::Item item, std::int64_t mediaType = PHAssetMediaTypeImage) {
+        auto asset = std::make_shared<PHAsset>();
+        asset->localIdentifier = std::to_string(library_->items.size());
+        asset->mediaType = mediaType;
+        asset->creationDate = kLibraryDate;
+        asset->location.emplace().coordinate = {-33, 151};
+        asset->pixelWidth = 640;
+        asset->pixelHeight = 480;
+        library_->items[asset->localIdentifier] = std::move(item);
+        return asset;
+    }
+    PHAssetRef addPhoto() { return add({.path = photoPath_}); }
+    PHAssetRef addCloudPhoto() { return add({.path = photoPath_, .isInCloud = true}); }
+
+    const TemporaryFolder folder_;
+    const std::string photoPath_ = folder_.write("photo.jpg", photo());
+    const std::int64_t photoSize_ = static_cast<std::int64_t>(photo().size());
+    const std::shared_ptr<FakeLibrary> library_ = std::make_shared<FakeLibrary>();
+    PersistanceManager& settings_ = PersistanceManager::sharedInstance();
+};
+
+TEST_F(AssetReading, LetsTheLibrarysPlaceAndDateOutrankTheFiles) {
+    const auto asset = addPhoto();
+    asset->mediaSubtypes = PHAssetMediaSubtypePhotoScreenshot;
+    const auto record = ExifManager::exifInformationFromPHAssett(asset);
+    EXPECT_EQ(record->location, asset->location);
+    EXPECT_EQ(record->dateTaken, kLibraryDate);
+    EXPECT_EQ(record->fileSizeInBytes, photoSize_);
+    EXPECT_EQ(record->cameraModel, "iPhone X");
+    EXPECT_EQ(record->phAsset, asset);
+    EXPECT_TRUE(record->isScreenShot && record->hasFetchedEXIFInformation);
+    EXPECT_FALSE(record->imageResultIsInCloud || record->isRAWFile);
+
+    asset->location = std::nullopt;
+    asset->creationDate = std::nullopt;
+    UIDevice::currentDevice().systemVersion = "8.4";
+    const auto bare = ExifManager::exifInformationFromPHAssett(asset);
+    UIDevice::currentDevice() = {};
+    EXPECT_FALSE(bare->location) << "the file's place does not count";
+    EXPECT_EQ(bare->dateTaken, kFileDate);
+    EXPECT_FALSE(bare->isScreenShot) << "nobody knew before 9.0";
+}
+
+TEST_F(AssetReading, ReadsWithoutWaiting) {
+    const auto asset = addPhoto();
+    ExifInformationRef record;
+    std::thread::id thread;
+    ExifManager::exifInformationFromPHAssett(asset, [&](const ExifInformationRef& delivered) {
+        record = delivered;
+        thread = std::this_thread::get_id();
+    });
+    ASSERT_TRUE(DispatchQueue::pumpMainQueueUntil([&] { return record != nullptr; }, kPatience));
+    EXPECT_EQ(thread, std::this_thread::get_id());
+    EXPECT_EQ(record->location, asset->location);
+    EXPECT_EQ(record->dateTaken, kFileDate) << "the library's fills gaps only";
+    EXPECT_EQ(record->dateCreated, kLibraryDate);
+    EXPECT_EQ(record->fileSizeInBytes, photoSize_);
+}
+
+TEST_F(AssetReading, FetchesFromTheCloudWhereThatIsAllowed) {
+    struct Case {
+        bool force, canBeFetched, arrives;
+    };
+    settings_.setAllowNetworkAccessToDownloadPhotos(true);  // Nothing is fetched unasked, whatever is stored.
+    for (const auto& [force, canBeFetched, arrives] :
+         {Case{false, true, false}, Case{true, true, true}, Case{true, false, false}}) {
+        SCOPED_TRACE(testing::Message() << force << canBeFetched);
+        const auto asset = addCloudPhoto();
+        library_->items[asset->localIdentifier].canBeFetched = canBeFetched;
+        std::mutex mutex;
+        std::vector<double> progress;
+        const auto record = ExifManager::exifInformationFromPHAssett(
+            asset, force, [&](double reached, const std::string&, bool&, const Dictionary&) {
+                const std::lock_guard lock(mutex);
+                progress.push_back(reached);
+            });
+        EXPECT_EQ(record->imageResultIsInCloud, !arrives);
+        EXPECT_EQ(record->fileSizeInBytes, arrives ? photoSize_ : 0);
+        EXPECT_EQ(record->exifInfoAvailable, arrives);
+        EXPECT_EQ(record->dateTaken, kLibraryDate) << "the library knows without the file";
+        EXPECT_EQ(record->location, asset->location);
+        ASSERT_FALSE(progress.empty());
+        EXPECT_EQ(progress.back(), 1.0) << "comes in any case";
+        EXPECT_EQ(progress.front() == 0.25, force);
+    }
+}
+
+TEST_F(AssetReading, CountsTheVideoOfALivePhoto) {
+    const auto asset = addPhoto();
+    FakeLibrary::Item& item = library_->items[asset->localIdentifier];
+    const PHAssetResource still{PHAssetResourceTypePhoto, asset->localIdentifier, "a.jpg", ""};
+    const PHAssetResource moving{PHAssetResourceTypePairedVideo, asset->localIdentifier, "a.mov", ""};
+
+    item.resources = {still, moving, moving};
+    asset->mediaSubtypes = PHAssetMediaSubtypePhotoLive;
+    EXPECT_TRUE(ExifManager::exifInformationFromPHAssett(asset));
+    item.resources = {still, moving};
+    asset->mediaSubtypes |= PHAssetMediaSubtypePhotoScreenshot;
+    EXPECT_TRUE(ExifManager::exifInformationFromPHAssett(asset));
+    EXPECT_FALSE(library_->wasAskedForLiveVideo) << "of live photos with just two files, and that are nothing else";
+
+    asset->mediaSubtypes = PHAssetMediaSubtypePhotoLive;
+    const auto record = ExifManager::exifInformationFromPHAssett(asset);
+    const auto isCounted = [&] { return record->liveVideoFileSizeInBytes == photoSize_; };
+    EXPECT_TRUE(DispatchQueue::pumpMainQueueUntil(isCounted, kPatience));
+}
+
+TEST_F(AssetReading, ReadsRawFilesFromTheirFullSizeFile) {
+    for (const char* type : {"com.canon.cr2-raw-image", "com.adobe.raw-image"}) {
+        SCOPED_TRACE(type);
+        const auto asset = add({.path = photoPath_, .typeIdentifier = type});
+        asset->mediaSubtypes = PHAssetMediaSubtypePhotoScreenshot;
+        const auto record = ExifManager::exifInformationFromPHAssett(asset);
+        EXPECT_TRUE(record->isRAWFile && record->didFetchedFullInfo && record->isScreenShot);
+        EXPECT_EQ(record->imageFilePathURL, NSURL::fileURLWithPath(photoPath_));
+        EXPECT_EQ(record->location, asset->location);
+        EXPECT_EQ(record->dateTaken, kLibraryDate);
+        EXPECT_EQ(record->phAsset, asset);
+        EXPECT_EQ(record->dimensions, (CGSize{64, 48}));
+        EXPECT_FALSE(record->imageResultIsInCloud);
+    }
+    const auto away = add({.typeIdentifier = "com.adobe.raw-image", .isInCloud = true});
+    const auto record = ExifManager::exifInformationFromPHAssett(away);
+    EXPECT_TRUE(record->isRAWFile && record->imageResultIsInCloud) << "without a file it must not wait for one";
+    EXPECT_FALSE(record->didFetchedFullInfo);
+}
+
+TEST_F(AssetReading, CompletesARecord) {
+    const auto completed = [](const ExifInformationRef& record, bool force = false) {
+        DispatchSemaphore done;
+        ExifInformationRef fuller;
+        ExifManager::fetchCompleteExifInformationsFor(record, force, [&](const ExifInformationRef& delivered) {
+            fuller = delivered;
+            done.signal();
+        });
+        EXPECT_TRUE(done.wait(kPatience));
+        return fuller;
+    };
+    const auto recordOf = [](const PHAssetRef& asset) {
+        auto record = std::make_shared<ExifInformation>();
+        record->phAsset = asset;
+        return record;
+    };
+    const auto stays = recordOf(addCloudPhoto());
+    EXPECT_EQ(completed(stays), stays) << "in the cloud, and not allowed to leave it";
+    EXPECT_TRUE(stays->isFetchingFullInfo && !stays->didFetchedFullInfo);
+
+    const auto fuller = completed(stays, true);
+    EXPECT_NE(fuller, stays);
+    EXPECT_TRUE(fuller->didFetchedFullInfo && fuller->thumbNailImage == nullptr);
+    EXPECT_EQ(fuller->location, stays->phAsset->location);
+    EXPECT_EQ(fuller->dateTaken, kFileDate);
+
+    for (const auto& lost : {recordOf(add({.isInCloud = true, .canBeFetched = false})), recordOf(nullptr)}) {
+        EXPECT_EQ(completed(lost, true), lost);
+        EXPECT_TRUE(lost->didFetchedFullInfo) << "there is nothing more to be had";
+    }
+}
+
+TEST_F(AssetReading, ReadsAVideo) {
+    const std::string path = folder_.write("clip.mov", movie());
+    const auto asset = add({.path = path, .typeIdentifier = "com.apple.quicktime-movie"}, PHAssetMediaTypeVideo);
+    asset->duration = 7;
+    const auto record = ExifManager::exifInformationFromPHAssett(asset);
+    EXPECT_EQ(record->cameraModel, "iPhone10,3");
+    EXPECT_EQ(record->location, asset->location) << "not the movie's";
+    EXPECT_EQ(record->duration, 7);
+    EXPECT_EQ(record->dimensions, (CGSize{640, 480}));
+    EXPECT_EQ(record->fileSizeInBytes, static_cast<std::int64_t>(movie().size()));
+    EXPECT_EQ(record->dateTaken, kLibraryDate);
+    EXPECT_TRUE(record->exifInfoAvailable && record->hasFetchedFromPHAsset && record->hasFetchedEXIFInformation);
+    EXPECT_FALSE(record->imageResultIsInCloud);
+
+    library_->items[asset->localIdentifier].isInCloud = true;
+    asset->creationDate = std::nullopt;
+    asset->modificationDate = kFileDate;
+    const auto away = ExifManager::exifInformationFromPHAssett(asset);
+    EXPECT_TRUE(away->imageResultIsInCloud && away->tifDic->empty());
+    EXPECT_EQ(away->dateCreated, kFileDate);
+    EXPECT_FALSE(away->dateTaken);
+}
+
+TEST_F(AssetReading, ReadsABatchInOrder) {
+    const auto cloud = addCloudPhoto();
+    const auto result = fetched({addPhoto(), addPhoto(), nullptr, cloud, addPhoto()});
+    std::vector<ExifInformationRef> records;
+    ExifManager::exifDataArrayInPHFetchResults(result, {1, 3}, [&](const auto& all) { records = all; });
+    ASSERT_EQ(records.size(), 3U);
+    EXPECT_EQ(records[0]->phAsset, result.objectAtIndex(1));
+    EXPECT_FALSE(records[1]->phAsset) << "an asset that has gone leaves its place empty";
+    EXPECT_EQ(records[2]->phAsset, cloud);
+}
+
+TEST_F(AssetReading, TellsTheAverageProgressOfABatch) {
+    std::vector<std::pair<bool, float>> steps;
+    const auto tell = [&](bool isFractional, float average) { steps.emplace_back(isFractional, average); };
+    ExifManager::exifDataArrayInPHFetchResults(fetched({addPhoto(), addCloudPhoto(), nullptr}), {0, 3}, tell,
+                                               [](const auto&) {});
+    EXPECT_THAT(steps, ElementsAre(Pair(false, 1 / 3.0F), Pair(false, 2 / 3.0F), Pair(false, 1.0F)));
+
+    steps.clear();
+    BatchProgress progress(2, tell);
+    for (const double reached : {0.125, 0.29, 0.25, 1.0}) progress.set(1, reached);
+    EXPECT_THAT(steps, ElementsAre(Pair(true, 0.0625F), Pair(false, 0.145F), Pair(false, 0.125F), Pair(false, 0.5F)))
+        << "29 percent are whole as a float, not as a double";
+}
+
+TEST_F(AssetReading, CollectsChunksUpToAThousand) {
+    std::vector<PHAssetRef> assets;
+    for (int i = 0; i < 1003; ++i) {
+        assets.push_back(addPhoto());
+        assets.back()->creationDate = NSDate{static_cast<double>(i * 7 % 1000)};
+        assets.back()->duration = i;
+    }
+    struct Case {
+        const char* predicate;
+        bool ascending;
+        std::size_t count;
+        double first, last;
+    };
+    for (const auto& [predicate, ascending, count, firstDate, lastDate] :
+         {Case{"", true, 1000, 999, 0}, Case{"", false, 1000, 0, 999},
+          Case{"cameraModel = 'iPhone X' AND phAsset.duration < 3 AND location.coordinate.latitude < 0", true, 3, 14,
+               0},
+          Case{"dateTaken < dateCreated OR exifDic.FNumber > 2", true, 0, 0, 0},
+          Case{"Model CONTAINS 'iPhone' AND phAsset.duration = 1", true, 1, 7, 7}, Case{"((", true, 0, 0, 0}}) {
+        SCOPED_TRACE(predicate);
+        std::optional<std::vector<ExifInformationRef>> records;
+        ExifManager::allExifDataArrayInPHFetchResult(fetched(assets), predicate, "fileSizeInBytes", ascending,
+                                                     [&](const auto& all) { records = all; });
+        ASSERT_TRUE(DispatchQueue::pumpMainQueueUntil([&] { return records.has_value(); }, kPatience));
+        ASSERT_EQ(records->size(), count);
+        if (count == 0) continue;
+        EXPECT_EQ(records->front()->dateCreated, NSDate{firstDate});
+        EXPECT_EQ(records->back()->dateCreated, NSDate{lastDate});
+    }
+    bool isDone = false;
+    ExifManager::allExifDataArrayInPHFetchResult({}, "", "", true, [&](const auto& all) { isDone = all.empty(); });
+    EXPECT_TRUE(DispatchQueue::pumpMainQueueUntil([&] { return isDone; }, kPatience)) << "nothing to wait for";
+}
+
+}  // namespace
+}  // namespace tessaly::test
