@@ -343,11 +343,20 @@ std::string newIdentifier(std::string_view suffix) {
     std::random_device random;
     constexpr std::string_view kPattern = "xxxxxxxx-xxxx-4xxx-yxxx-xxxxxxxxxxxx";
     std::string identifier;
+    std::uint32_t bits = 0;
+    int left = 0;
     for (const char c : kPattern) {
-        const auto digit = static_cast<std::size_t>(random() & 0xFU);
-        if (c == 'x') identifier += "0123456789ABCDEF"[digit];
-        if (c == 'y') identifier += "89AB"[digit & 3U];
-        if (c == '-' || c == '4') identifier += c;
+        if (c == '-' || c == '4') {
+            identifier += c;
+            continue;
+        }
+        if (left-- == 0) {
+            bits = random();
+            left = 7;
+        }
+        const std::size_t digit = bits & 0xFU;
+        bits >>= 4U;
+        identifier += c == 'x' ? "0123456789ABCDEF"[digit] : "89AB"[digit & 3U];
     }
     return identifier.append(suffix);
 }

@@ -12,14 +12,33 @@ constexpr int kBusyMilliseconds = 10'000;
 
 }  // namespace
 
-void Statement::Finalizer::operator()(sqlite3_stmt* statement) const noexcept { sqlite3_finalize(statement); }
-
-Statement::Statement(sqlite3* database, std::string_view sql) : database_(database) {
-    sqlite3_stmt* statement = nullptr;
-    if (sqlite3_prepare_v2(database, sql.data(), static_cast<int>(sql.size()), &statement, nullptr) != SQLITE_OK)
-        fail(database);
-    statement_.reset(statement);
+StatementPool::~StatementPool() {
+    for (const auto& [sql, statements] : waiting_)
+        for (sqlite3_stmt* statement : statements) sqlite3_finalize(statement);
 }
+
+sqlite3_stmt* StatementPool::take(std::string_view sql) {
+    const std::string key(sql);
+    if (const auto known = waiting_.find(key); known != waiting_.end() && !known->second.empty()) {
+        sqlite3_stmt* statement = known->second.back();
+        known->second.pop_back();
+        return statement;
+    }
+    sqlite3_stmt* statement = nullptr;
+    if (sqlite3_prepare_v3(database_, key.c_str(), static_cast<int>(key.size() + 1), SQLITE_PREPARE_PERSISTENT,
+                           &statement, nullptr) != SQLITE_OK)
+        fail(database_);
+    return statement;
+}
+
+void StatementPool::giveBack(sqlite3_stmt* statement) {
+    sqlite3_reset(statement);
+    sqlite3_clear_bindings(statement);
+    waiting_[sqlite3_sql(statement)].push_back(statement);
+}
+
+Statement::Statement(StatementPool& pool, std::string_view sql)
+    : database_(pool.database()), statement_(pool.take(sql), GiverBack{&pool}) {}
 
 void Statement::bindAt(int index, const Value& value) {
     sqlite3_stmt* statement = statement_.get();
@@ -107,8 +126,9 @@ Database::Database(const std::string& path, Mode mode) {
     }
     sqlite3_extended_result_codes(connection, 1);
     sqlite3_busy_timeout(connection, kBusyMilliseconds);
+    pool_ = std::make_unique<StatementPool>(connection);
     if (mode == Mode::readOnly) {
-        execute("PRAGMA query_only = ON; PRAGMA mmap_size = 268435456");
+        execute("PRAGMA query_only = ON");
         return;
     }
     // The journal of file changes leans on every commit being on the disk.

@@ -6,6 +6,8 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <unordered_map>
+#include <vector>
 
 #include "platform/Foundation/Value.h"
 
@@ -20,10 +22,26 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// Statements that wait to be used again: preparing one costs more than most of them take to run.
+class StatementPool {
+public:
+    explicit StatementPool(sqlite3* database) : database_(database) {}
+    StatementPool(const StatementPool&) = delete;
+    StatementPool& operator=(const StatementPool&) = delete;
+    ~StatementPool();
+    [[nodiscard]] sqlite3* database() const noexcept { return database_; }
+    [[nodiscard]] sqlite3_stmt* take(std::string_view sql);
+    void giveBack(sqlite3_stmt* statement);
+
+private:
+    sqlite3* database_;
+    std::unordered_map<std::string, std::vector<sqlite3_stmt*>> waiting_;
+};
+
 /// One prepared statement. Parameters and columns count from 0.
 class Statement {
 public:
-    Statement(sqlite3* database, std::string_view sql);
+    Statement(StatementPool& pool, std::string_view sql);
 
     /// Binds the parameters from the first on; nothing becomes NULL.
     template <class... Values>
@@ -48,13 +66,14 @@ public:
     [[nodiscard]] Data data(int column) const;
 
 private:
-    struct Finalizer {
-        void operator()(sqlite3_stmt* statement) const noexcept;
+    struct GiverBack {
+        StatementPool* pool;
+        void operator()(sqlite3_stmt* statement) const noexcept { pool->giveBack(statement); }
     };
     void bindAt(int index, const Value& value);
 
     sqlite3* database_;
-    std::unique_ptr<sqlite3_stmt, Finalizer> statement_;
+    std::unique_ptr<sqlite3_stmt, GiverBack> statement_;
 };
 
 /// A connection to one database file, for one thread at a time.
@@ -65,7 +84,7 @@ public:
     /// Opens or creates the file, with write-ahead logging.
     Database(const std::string& path, Mode mode);
 
-    [[nodiscard]] Statement prepare(std::string_view sql) const { return {connection_.get(), sql}; }
+    [[nodiscard]] Statement prepare(std::string_view sql) const { return {*pool_, sql}; }
     /// Runs one or several statements without parameters.
     void execute(const char* sql) const;
     /// Prepares, binds and runs.
@@ -93,6 +112,7 @@ private:
         void operator()(sqlite3* connection) const noexcept;
     };
     std::unique_ptr<sqlite3, Closer> connection_;
+    std::unique_ptr<StatementPool> pool_;
 };
 
 /// Everything until `commit`, or nothing.
@@ -109,8 +129,10 @@ private:
     bool isOpen_ = true;
 };
 
-/// Brings the database to this program's schema, step by step from whatever version it has, and checks that it is
-/// whole. Throws for one that is damaged or comes from a newer program.
+/// Brings the database to this program's schema, step by step from whatever version it has. Throws for one that comes
+/// from a newer program.
 void prepareSchema(const Database& database);
+/// Throws when the file is damaged. Reads all of it.
+void checkWholeness(const Database& database);
 
 }  // namespace tessaly::photos

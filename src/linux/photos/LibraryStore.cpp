@@ -16,9 +16,30 @@ std::string prepared(std::string folder) {
     return folder;
 }
 
+constexpr double kDay = 86400;
+
+/// A program that was killed leaves a log behind; so does one that runs now, and then the check is merely early.
+bool wasLeftOpen(const std::string& path) {
+    std::error_code error;
+    const auto size = std::filesystem::file_size(path + "-wal", error);
+    return !error && size > 0;
+}
+
+/// The whole file is read for it, which a library of 100,000 photos feels: once a day, and after every crash.
+void checkNowAndThen(const Database& database, bool isSuspect) {
+    const auto last = database.text("SELECT value FROM facts WHERE name = 'checked'");
+    const double now = NSDate::date().timeIntervalSince1970;
+    const double age = last ? now - Value(*last).doubleValue() : 2 * kDay;
+    if (!isSuspect && age >= 0 && age < kDay) return;
+    checkWholeness(database);
+    database.run("INSERT OR REPLACE INTO facts VALUES ('checked', ?)", std::to_string(now));
+}
+
 Database openedForWriting(const std::string& path) {
+    const bool isSuspect = wasLeftOpen(path);
     Database database(path, Database::Mode::readWrite);
     prepareSchema(database);
+    checkNowAndThen(database, isSuspect);
     return database;
 }
 

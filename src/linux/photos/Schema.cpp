@@ -91,17 +91,16 @@ CREATE TABLE facts (name TEXT PRIMARY KEY, value TEXT) WITHOUT ROWID;
 )sql",
 };
 
+}  // namespace
+
 void checkWholeness(const Database& database) {
     Statement check = database.prepare("PRAGMA quick_check(1)");
     if (check.step() && check.text(0) != "ok") throw DatabaseError("the library is damaged: " + check.text(0));
 }
 
-}  // namespace
-
 void prepareSchema(const Database& database) {
     const auto version = static_cast<std::size_t>(database.integer("PRAGMA user_version").value_or(0));
     if (version > kMigrations.size()) throw DatabaseError("the library was made by a newer version of this program");
-    if (version > 0) checkWholeness(database);
     for (std::size_t from = version; from < kMigrations.size(); ++from) {
         Transaction transaction(database);
         // Another program may have done it while we waited for its lock.
