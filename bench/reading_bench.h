@@ -8,5 +8,7 @@ namespace tessaly::bench {
 void registerReading();
 /// From the properties to the record, and from the record to every item's text.
 void registerFormatting();
+/// Opening a library of 100,000 photos, against SQLite by itself, and looking for some of them.
+void registerLibrary();
 
 }  // namespace tessaly::bench

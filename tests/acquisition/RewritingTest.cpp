@@ -22,7 +22,28 @@ ByteString photo() {
     return jpegWithExif(tiff.build());
 }
 
-ByteString animation() {
+ByteString animatedPng() {
+    ByteString control;
+    control.u32(3).u32(0);
+    ByteString header;
+    header.u32(1).u32(1).u8(8).u8(2).u8(0).u8(0).u8(0);
+    const ByteString frame(std::string(26, '\0'));
+    return png({pngChunk("IHDR", header), pngChunk("acTL", control), pngChunk("fcTL", frame), pngChunk("IDAT", "0"),
+                pngChunk("fcTL", frame), pngChunk("fdAT", "00001"), pngChunk("fcTL", frame), pngChunk("fdAT", "00002"),
+                pngChunk("IEND", "")});
+}
+
+ByteString animatedWebp() {
+    const auto chunk = [](std::string_view type, const ByteString& data) {
+        return ByteString(type).number(static_cast<std::uint32_t>(data.size()), true).add(data);
+    };
+    ByteString body("WEBP");
+    body.add(chunk("VP8X", "\x02\0\0\0\x3F\0\0\x2F\0\0"_z)).add(chunk("ANIM", ByteString(std::string(6, '\0'))));
+    for (int frame = 0; frame < 3; ++frame) body.add(chunk("ANMF", ByteString(std::string(24, '\0'))));
+    return ByteString("RIFF").number(static_cast<std::uint32_t>(body.size()), true).add(body);
+}
+
+ByteString animatedGif() {
     ByteString file("GIF89a\x40\0\x30\0\0\0\0"_z);
     for (int frame = 0; frame < 3; ++frame) file.add("\x2C\0\0\0\0\x40\0\x30\0\0\2\1\x11\0"_z);
     return file.add("\x3B");
@@ -49,9 +70,12 @@ TEST(Rewriting, TellsWhatIsNoImageFromWhatCannotBeWritten) {
 
 TEST(Rewriting, CopiesAllImagesOrTheFirst) {
     const auto count = [](const Data& data) { return CGImageSourceGetCount(CGImageSourceCreateWithData(data)); };
-    ASSERT_EQ(count(dataOf(animation())), 3U);
-    EXPECT_EQ(count(ExifManager::imageDataByRemovingExifAndGeoTagging(dataOf(animation()))), 3U);
-    EXPECT_EQ(count(ExifManager::imageDataWithEXIFEdited(dataOf(animation()))), 1U);
+    for (const ByteString& file : {animatedGif(), animatedPng(), animatedWebp()}) {
+        const std::string_view type = CGImageSourceGetType(CGImageSourceCreateWithData(dataOf(file)));
+        ASSERT_EQ(count(dataOf(file)), 3U) << type;
+        EXPECT_EQ(count(ExifManager::imageDataByRemovingExifAndGeoTagging(dataOf(file))), 3U) << type;
+        EXPECT_EQ(count(ExifManager::imageDataWithEXIFEdited(dataOf(file))), 1U) << type;
+    }
     const auto before = ExifManager::metadataFromImageData(dataOf(photo()));
     EXPECT_EQ(ExifManager::metadataFromImageData(ExifManager::imageDataWithEXIFEdited(dataOf(photo()))), before);
 }

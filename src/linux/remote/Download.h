@@ -41,6 +41,13 @@ struct DownloadRequest {
     /// Called on the downloading thread, at least ten times a second, also while no byte comes: 0 to 1, never less than
     /// before, 0 while the size is unknown, 1 at the end. false stops the download. Empty where nobody wants to know.
     std::function<bool(double)> progress;
+
+    /// PROPFIND (RFC 4918, 9.1) succeeds with 207 alone. After HEAD no byte has come: the size that the server announces
+    /// is compared with the expected one.
+    std::string method = "GET";
+    std::string body;
+    std::vector<std::string> headers;  ///< "Name: value".
+    std::string* finalURL = nullptr;   ///< Where to put the address that redirects led to, without name and password.
 };
 
 /// Fetches into the file `path`, which is there whole afterwards or, after a fault, as it was before. Blocks; any

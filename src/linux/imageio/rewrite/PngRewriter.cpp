@@ -89,6 +89,9 @@ private:
             return;
         }
         if (chunk.type == "tEXt" || chunk.type == "zTXt" || chunk.type == "iTXt") return placeText(chunk);
+        // Without its animation an APNG is the picture that every PNG has.
+        if (change_.change().firstImageOnly && (chunk.type == "acTL" || chunk.type == "fcTL" || chunk.type == "fdAT"))
+            return;
         const bool isCritical = (static_cast<unsigned char>(chunk.type[0]) & 0x20U) == 0;
         const bool isShown = isCritical || std::ranges::find(kShown, chunk.type) != kShown.end();
         if (chunk.type == "pHYs") hasDensity_ = true;

@@ -78,6 +78,8 @@ private:
             if (exif_.empty()) exif_ = dataOf(chunk);
         } else if (chunk.type == "XMP ") {
             if (xmp_.empty()) xmp_ = dataOf(chunk);
+        } else if (chunk.type == "ANMF" && hasImage_ && change_.change().firstImageOnly) {
+            return;
         } else if (isShown(chunk.type)) {
             if (chunk.type == "VP8 " || chunk.type == "VP8L") image_ = chunk;
             hasImage_ |= chunk.type == "VP8 " || chunk.type == "VP8L" || chunk.type == "ANMF";

@@ -33,6 +33,7 @@ using Easy = std::unique_ptr<CURL, Cleanup<&curl_easy_cleanup>>;
 using Multi = std::unique_ptr<CURLM, Cleanup<&curl_multi_cleanup>>;
 using Address = std::unique_ptr<CURLU, Cleanup<&curl_url_cleanup>>;
 using CurlText = std::unique_ptr<char, Cleanup<&curl_free>>;
+using Lines = std::unique_ptr<curl_slist, Cleanup<&curl_slist_free_all>>;
 
 void initializeOnce() {
     static const CURLcode initialized = curl_global_init(CURL_GLOBAL_DEFAULT);
@@ -67,6 +68,14 @@ std::string part(CURLU* address, CURLUPart which) {
     return CurlText(text).get();
 }
 
+std::string withoutUser(const char* url) {
+    const Address address(curl_url());
+    if (curl_url_set(address.get(), CURLUPART_URL, url, 0) != CURLUE_OK) return {};
+    curl_url_set(address.get(), CURLUPART_USER, nullptr, 0);
+    curl_url_set(address.get(), CURLUPART_PASSWORD, nullptr, 0);
+    return part(address.get(), CURLUPART_URL);
+}
+
 /// Where the bytes go. Returns false, with errno, when it cannot take them.
 using Sink = std::function<bool(std::span<const std::byte>)>;
 
@@ -79,6 +88,7 @@ public:
 
 private:
     bool prepare();
+    void prepareMethod();
     void perform();
     void conclude(CURLcode result);
     bool take(std::span<const std::byte> bytes);
@@ -87,6 +97,7 @@ private:
     void close(CURLM* multi);
 
     [[nodiscard]] long status() const;
+    [[nodiscard]] bool isSuccess(long status) const;
     [[nodiscard]] curl_off_t number(CURLINFO which) const;
 
     static std::size_t receiveBody(char* data, std::size_t size, std::size_t count, void* transfer);
@@ -95,6 +106,7 @@ private:
     const DownloadRequest& request_;
     std::uint64_t limit_;
     Sink sink_;
+    Lines headers_;  // Outlives what uses it.
     Easy easy_;
     DownloadFault fault_;
     std::uint64_t received_ = 0;
@@ -139,7 +151,28 @@ bool Transfer::prepare() {
     curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
     curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, &Transfer::receiveHeader);
     curl_easy_setopt(easy, CURLOPT_HEADERDATA, this);
+    prepareMethod();
     return true;
+}
+
+void Transfer::prepareMethod() {
+    CURL* easy = easy_.get();
+    if (request_.method == "HEAD") {
+        curl_easy_setopt(easy, CURLOPT_NOBODY, 1L);
+    } else if (request_.method != "GET") {
+        if (!request_.body.empty()) {
+            curl_easy_setopt(easy, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(request_.body.size()));
+            curl_easy_setopt(easy, CURLOPT_POSTFIELDS, request_.body.c_str());
+            curl_easy_setopt(easy, CURLOPT_POSTREDIR, CURL_REDIR_POST_ALL);
+        }
+        curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, request_.method.c_str());
+    }
+    for (const std::string& header : request_.headers)
+        if (curl_slist* longer = curl_slist_append(headers_.get(), header.c_str())) {
+            static_cast<void>(headers_.release());
+            headers_.reset(longer);
+        }
+    curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headers_.get());
 }
 
 /// The simple way to run a transfer looks up only once a second while nothing comes; a cancellation cannot wait that
@@ -169,11 +202,11 @@ void Transfer::close(CURLM* multi) {
     curl_multi_remove_handle(multi, easy_.get());
 }
 
-Kind kindOf(CURLcode result, long status) {
+Kind kindOf(CURLcode result, long status, bool isSuccess) {
     const bool isRedirect = status / 100 == 3;
     switch (result) {
         case CURLE_OK:
-            return status == 200 || status == 203 ? Kind::none : Kind::refused;
+            return isSuccess ? Kind::none : Kind::refused;
         case CURLE_URL_MALFORMAT:
             return isRedirect ? Kind::refused : Kind::badAddress;
         case CURLE_UNSUPPORTED_PROTOCOL:  // Our own scheme is known to be right: a redirect, or no HTTP at all.
@@ -201,12 +234,24 @@ Kind kindOf(CURLcode result, long status) {
 }
 
 void Transfer::conclude(CURLcode result) {
-    const Kind kind = kindOf(result, status());
-    if (kind != Kind::none) {
+    if (const Kind kind = kindOf(result, status(), isSuccess(status())); kind != Kind::none) {
         fail(kind);
-    } else if (request_.expectedSize && received_ != *request_.expectedSize) {
-        fail(Kind::wrongLength);
+        return;
     }
+    // A server that announces no size has not proved that it is the right one.
+    const curl_off_t size = request_.method == "HEAD" ? number(CURLINFO_CONTENT_LENGTH_DOWNLOAD_T)
+                                                      : static_cast<curl_off_t>(received_);
+    if (request_.expectedSize && (size < 0 || static_cast<std::uint64_t>(size) != *request_.expectedSize)) {
+        fail(Kind::wrongLength);
+        return;
+    }
+    const char* url = nullptr;
+    if (request_.finalURL && curl_easy_getinfo(easy_.get(), CURLINFO_EFFECTIVE_URL, &url) == CURLE_OK && url)
+        *request_.finalURL = withoutUser(url);
+}
+
+bool Transfer::isSuccess(long status) const {
+    return request_.method == "PROPFIND" ? status == 207 : status == 200 || status == 203;
 }
 
 bool Transfer::take(std::span<const std::byte> bytes) {
