@@ -263,6 +263,19 @@ int info(const LibraryOptions& options) {
     return failed ? kFailure : kSuccess;
 }
 
+int evict(const LibraryOptions& options) {
+    const auto library = opened();
+    if (!library) return kFailure;
+    std::vector<PHAssetRef> assets;
+    bool failed = !findAll(*library, options.names, assets);
+    for (const PHAssetRef& asset : assets)
+        if (const std::string why = library->evict(asset->localIdentifier); !why.empty()) {
+            complain(nameOf(*library, *asset), why);
+            failed = true;
+        }
+    return failed ? kFailure : kSuccess;
+}
+
 /// Changes of one kind to the named assets, all or none.
 int change(const LibraryOptions& options, const std::function<void(const std::vector<PHAssetRef>&)>& wishes) {
     const auto library = opened();
@@ -308,6 +321,10 @@ int album(const LibraryOptions& options) {
     const PHAssetCollectionRef known = albumNamed(*library, options.album);
     if (known && known->assetCollectionType == PHAssetCollectionTypeSmartAlbum) {
         complain(options.album, "follows from a rule, and cannot be changed");
+        return kFailure;
+    }
+    if (!known && options.off) {
+        complain(options.album, "there is no such album");
         return kFailure;
     }
     return change(options, [&](const std::vector<PHAssetRef>& assets) {
@@ -375,6 +392,9 @@ void addListCommands(CLI::App& library, const Options& options, int& status) {
         subcommand(library, "info", "Show what the library knows of photos, as JSON", options, status, info);
     addAssetNames(*showing, options);
     showing->add_flag("--fetch", options->fetch, "Fetch what is on a server");
+    addAssetNames(*subcommand(library, "evict", "Remove the local copies of photos that are on a server as well",
+                              options, status, evict),
+                  options);
     CLI::App* titles = library.add_subcommand("albums", "List the albums");
     titles->callback([&status] { status = albums(); });
 }

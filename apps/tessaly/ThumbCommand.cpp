@@ -1,5 +1,6 @@
 #include <filesystem>
 #include <memory>
+#include <set>
 
 #include "CommandLine.h"
 #include "Commands.h"
@@ -87,7 +88,20 @@ bool isPng(const ThumbOptions& options, const std::string& target) {
     return std::filesystem::path(target).extension() == ".png";
 }
 
-bool writeThumbnail(const ThumbOptions& options, const std::string& path, const std::string& target) {
+/// Neither a photo nor another photo's picture may be lost to a picture.
+std::string reasonAgainst(const std::string& path, const std::string& target, std::set<std::string>& written) {
+    std::error_code ignored;
+    if (std::filesystem::equivalent(path, target, ignored))
+        return "is the photo itself, which is never replaced by its picture";
+    return written.insert(target).second ? std::string() : "is another photo's picture already";
+}
+
+bool writeThumbnail(const ThumbOptions& options, const std::string& path, const std::string& target,
+                    std::set<std::string>& written) {
+    if (const std::string reason = reasonAgainst(path, target, written); !reason.empty()) {
+        complain(target, reason);
+        return false;
+    }
     const Picture picture = thumbnailOf(path, options.size);
     if (!picture.image) {
         complain(path, picture.why);
@@ -116,11 +130,12 @@ int thumb(const ThumbOptions& options) {
             return kFailure;
         }
     }
+    std::set<std::string> written;
     Progress progress(files.size());
     for (const std::string& path : files) {
         progress.advance();
         const std::string target = targetOf(options, path, toFolder);
-        if (writeThumbnail(options, path, target))
+        if (writeThumbnail(options, path, target, written))
             Output::standard() << target + "\n";
         else
             failed = true;

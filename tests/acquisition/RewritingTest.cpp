@@ -25,12 +25,9 @@ ByteString photo() {
 ByteString animatedPng() {
     ByteString control;
     control.u32(3).u32(0);
-    ByteString header;
-    header.u32(1).u32(1).u8(8).u8(2).u8(0).u8(0).u8(0);
     const ByteString frame(std::string(26, '\0'));
-    return png({pngChunk("IHDR", header), pngChunk("acTL", control), pngChunk("fcTL", frame), pngChunk("IDAT", "0"),
-                pngChunk("fcTL", frame), pngChunk("fdAT", "00001"), pngChunk("fcTL", frame), pngChunk("fdAT", "00002"),
-                pngChunk("IEND", "")});
+    return png({pngChunk("acTL", control), pngChunk("fcTL", frame), pngChunk("IDAT", "0"), pngChunk("fcTL", frame),
+                pngChunk("fdAT", "00001"), pngChunk("fcTL", frame), pngChunk("fdAT", "00002")});
 }
 
 ByteString animatedWebp() {

@@ -1,10 +1,59 @@
 # Completion of tessaly for bash.
+_tessaly_albums() {
+    local IFS=$'\n'
+    mapfile -t COMPREPLY < <(compgen -W "$(tessaly library albums 2>/dev/null | sed 's/  ([0-9]*)$//')" -- "$1")
+    [ "${#COMPREPLY[@]}" -eq 0 ] || mapfile -t COMPREPLY < <(printf '%q\n' "${COMPREPLY[@]}")
+}
+
+_tessaly_library() {
+    local current=$1 previous=$2 command=${COMP_WORDS[2]} options=
+    if [ "$COMP_CWORD" -eq 2 ]; then
+        mapfile -t COMPREPLY < <(compgen -W "add remove folders scan list info evict albums album favorite revert trash --help" -- "$current")
+        return
+    fi
+    case $previous in
+        --remote | --where | --limit) return ;;
+        --sort)
+            mapfile -t COMPREPLY < <(compgen -W "created modified" -- "$current")
+            return
+            ;;
+        --album)
+            _tessaly_albums "$current"
+            return
+            ;;
+    esac
+    case $command in
+        add) options="--remote" ;;
+        folders) options="--json" ;;
+        list) options="--album --favorites --where --sort --newest --limit --json" ;;
+        info) options="--fetch" ;;
+        album) options="--remove" ;;
+        favorite) options="--off" ;;
+        trash) options="--yes" ;;
+    esac
+    if [[ $current == -* ]]; then
+        mapfile -t COMPREPLY < <(compgen -W "$options --help" -- "$current")
+        return
+    fi
+    case $command in
+        add | remove) mapfile -t COMPREPLY < <(compgen -d -- "$current") ;;
+        album)
+            if [ "$COMP_CWORD" -eq 3 ]; then
+                _tessaly_albums "$current"
+            else
+                mapfile -t COMPREPLY < <(compgen -f -- "$current")
+            fi
+            ;;
+        info | evict | favorite | revert | trash) mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
+    esac
+}
+
 _tessaly() {
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} command=${COMP_WORDS[1]}
     local keys lists="photo video share edit edit-video"
     COMPREPLY=()
     if [ "$COMP_CWORD" -eq 1 ]; then
-        mapfile -t COMPREPLY < <(compgen -W "show share scan strip edit settings keys help --help --version" -- "$current"; compgen -f -- "$current")
+        mapfile -t COMPREPLY < <(compgen -W "show share scan strip edit thumb library settings keys help --help --version" -- "$current"; compgen -f -- "$current")
         return
     fi
     case $command in
@@ -38,6 +87,21 @@ _tessaly() {
                 mapfile -t COMPREPLY < <(compgen -f -- "$current")
             fi
             ;;
+        thumb)
+            case $previous in
+                --size | --quality) return ;;
+                --format)
+                    mapfile -t COMPREPLY < <(compgen -W "jpg png" -- "$current")
+                    return
+                    ;;
+            esac
+            if [[ $current == -* ]]; then
+                mapfile -t COMPREPLY < <(compgen -W "--output --size --quality --format --force --recursive --help" -- "$current")
+            else
+                mapfile -t COMPREPLY < <(compgen -f -- "$current")
+            fi
+            ;;
+        library) _tessaly_library "$current" "$previous" ;;
         settings)
             if [ "$COMP_CWORD" -eq 2 ]; then
                 mapfile -t COMPREPLY < <(compgen -W "list get set reset --help" -- "$current")
@@ -58,7 +122,7 @@ _tessaly() {
             fi
             ;;
         share) mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
-        help) mapfile -t COMPREPLY < <(compgen -W "show share scan strip edit settings keys" -- "$current") ;;
+        help) mapfile -t COMPREPLY < <(compgen -W "show share scan strip edit thumb library settings keys" -- "$current") ;;
         *)
             if [ "$previous" = --keys ]; then
                 keys=$(tessaly keys photo show 2>/dev/null | awk '{print $2}')

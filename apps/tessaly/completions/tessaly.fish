@@ -1,11 +1,13 @@
 # Completion of tessaly for fish.
-set -l commands show share scan strip edit settings keys help
-set -l plain "not __fish_seen_subcommand_from share scan strip edit settings keys help"
+set -l commands show share scan strip edit thumb library settings keys help
+set -l plain "not __fish_seen_subcommand_from share scan strip edit thumb library settings keys help"
 complete -c tessaly -n "not __fish_seen_subcommand_from $commands" -a show -d "Show what files tell"
 complete -c tessaly -n "not __fish_seen_subcommand_from $commands" -a share -d "Print the text that is shared"
 complete -c tessaly -n "not __fish_seen_subcommand_from $commands" -a scan -d "Read a whole tree"
 complete -c tessaly -n "not __fish_seen_subcommand_from $commands" -a strip -d "Write copies without metadata"
 complete -c tessaly -n "not __fish_seen_subcommand_from $commands" -a edit -d "Write copies with other values"
+complete -c tessaly -n "not __fish_seen_subcommand_from $commands" -a thumb -d "Write small pictures"
+complete -c tessaly -n "not __fish_seen_subcommand_from $commands" -a library -d "Albums, favorites and edits"
 complete -c tessaly -n "not __fish_seen_subcommand_from $commands" -a settings -d "List, read and change the settings"
 complete -c tessaly -n "not __fish_seen_subcommand_from $commands" -a keys -d "Choose which rows are shown"
 complete -c tessaly -n "not __fish_seen_subcommand_from $commands" -a help -d "Tell about a command"
@@ -16,8 +18,8 @@ complete -c tessaly -n "$plain" -s r -l recursive -d "Read what is in folders"
 complete -c tessaly -n "$plain" -l json -d "One JSON array"
 complete -c tessaly -n "$plain" -l ndjson -d "One JSON object a line"
 complete -c tessaly -n "$plain" -l csv -d "Comma-separated values"
-complete -c tessaly -n "__fish_seen_subcommand_from scan" -s j -l jobs -x -d "Files read at the same time"
-complete -c tessaly -n "__fish_seen_subcommand_from scan" -l shard -x -d "Only part K of N"
+complete -c tessaly -n "__fish_seen_subcommand_from scan; and not __fish_seen_subcommand_from library" -s j -l jobs -x -d "Files read at the same time"
+complete -c tessaly -n "__fish_seen_subcommand_from scan; and not __fish_seen_subcommand_from library" -l shard -x -d "Only part K of N"
 complete -c tessaly -n "__fish_seen_subcommand_from strip" -l location -d "Only what tells the place"
 complete -c tessaly -n "__fish_seen_subcommand_from strip" -l keep -x -d "Properties that stay"
 complete -c tessaly -n "__fish_seen_subcommand_from strip" -l check -d "Tell what is left"
@@ -27,7 +29,38 @@ complete -c tessaly -n "__fish_seen_subcommand_from strip edit" -l in-place -d "
 complete -c tessaly -n "__fish_seen_subcommand_from strip edit" -l force -d "Replace files that exist"
 complete -c tessaly -n "__fish_seen_subcommand_from strip edit" -l keep-dates -d "Keep the time stamps"
 complete -c tessaly -n "__fish_seen_subcommand_from strip edit" -s r -l recursive -d "Do what is in folders"
+complete -c tessaly -n "__fish_seen_subcommand_from thumb" -s o -l output -r -d "The file, or a folder"
+complete -c tessaly -n "__fish_seen_subcommand_from thumb" -l size -x -d "Pixels of the longer side, at most"
+complete -c tessaly -n "__fish_seen_subcommand_from thumb" -l quality -x -d "Of JPEG, 1 to 100"
+complete -c tessaly -n "__fish_seen_subcommand_from thumb" -l format -x -d "Whatever the name says" -a "jpg png"
+complete -c tessaly -n "__fish_seen_subcommand_from thumb" -l force -d "Replace files that exist"
+complete -c tessaly -n "__fish_seen_subcommand_from thumb" -s r -l recursive -d "Do what is in folders"
+# The library's own commands: "scan" and others stand for something else without it.
+function __tessaly_library
+    set -l words (commandline -opc)
+    test (count $words) -ge 2; and test "$words[2]" = library; or return 1
+    if test (count $argv) -eq 0
+        test (count $words) -eq 2
+    else
+        test (count $words) -ge 3; and contains -- "$words[3]" $argv
+    end
+end
+complete -c tessaly -f -n __tessaly_library -a "add remove folders scan list info evict albums album favorite revert trash"
+complete -c tessaly -n "__tessaly_library add" -l remote -x -d "The photos are on this server"
+complete -c tessaly -f -n "__tessaly_library add remove" -a "(__fish_complete_directories)"
+complete -c tessaly -n "__tessaly_library folders list" -l json -d "As JSON"
+complete -c tessaly -f -n "__tessaly_library list" -l album -x -d "Only what is in this album" -a "(tessaly library albums | sed 's/  ([0-9]*)\$//')"
+complete -c tessaly -n "__tessaly_library list" -l favorites -d "Only favorites"
+complete -c tessaly -n "__tessaly_library list" -l where -x -d "Only what a condition holds for"
+complete -c tessaly -n "__tessaly_library list" -l sort -x -d "By which date" -a "created modified"
+complete -c tessaly -n "__tessaly_library list" -l newest -d "Newest first"
+complete -c tessaly -n "__tessaly_library list" -l limit -x -d "At most so many"
+complete -c tessaly -n "__tessaly_library info" -l fetch -d "Fetch what is on a server"
+complete -c tessaly -n "__tessaly_library album" -l remove -d "Take them out"
+complete -c tessaly -n "__tessaly_library album" -a "(tessaly library albums | sed 's/  ([0-9]*)\$//')"
+complete -c tessaly -n "__tessaly_library favorite" -l off -d "Take the mark away"
+complete -c tessaly -n "__tessaly_library trash" -s y -l yes -d "Without asking"
 complete -c tessaly -f -n "__fish_seen_subcommand_from settings; and not __fish_seen_subcommand_from list get set reset" -a "list get set reset"
 complete -c tessaly -f -n "__fish_seen_subcommand_from settings; and __fish_seen_subcommand_from get set reset" -a "(tessaly settings list | awk '{print \$1}')"
 complete -c tessaly -f -n "__fish_seen_subcommand_from keys" -a "photo video share edit edit-video show hide unhide move reset"
-complete -c tessaly -f -n "__fish_seen_subcommand_from help" -a "show share scan strip edit settings keys"
+complete -c tessaly -f -n "__fish_seen_subcommand_from help" -a "show share scan strip edit thumb library settings keys"

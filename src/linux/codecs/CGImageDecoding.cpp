@@ -93,6 +93,10 @@ CGImageRef decode(const CGImageSourceRef& source, const DecodeRequest& request, 
         fault = CGImageFault::unsupported;
         return nullptr;
     }
+    if (request.index > 0 && request.index >= CGImageSourceGetCount(source)) {
+        fault = CGImageFault::damaged;
+        return nullptr;
+    }
     SourceInput input(imageio::bytesOf(source));
     DecodedPixels decoded;
     fault = faultOf(function(input, request, decoded));

@@ -60,8 +60,8 @@ void setFilter(pixman_image_t* image, const PixelTransform& t) {
     }
     int count = 0;
     pixman_fixed_t* values = pixman_filter_create_separable_convolution(
-        &count, pixman_double_to_fixed(scaleX), pixman_double_to_fixed(scaleY), PIXMAN_KERNEL_LINEAR,
-        PIXMAN_KERNEL_LINEAR, PIXMAN_KERNEL_BOX, PIXMAN_KERNEL_BOX, 4, 4);
+        &count, pixman_double_to_fixed(scaleX), pixman_double_to_fixed(scaleY), PIXMAN_KERNEL_BOX, PIXMAN_KERNEL_BOX,
+        PIXMAN_KERNEL_BOX, PIXMAN_KERNEL_BOX, 4, 4);
     if (values) pixman_image_set_filter(image, PIXMAN_FILTER_SEPARABLE_CONVOLUTION, values, count);
     free(values);
 }
@@ -125,6 +125,77 @@ Area areaOf(const CGImage& image, const PixelTransform& t, const CGImage& target
 
 bool isScalable(const CGImage& image) { return image.width < WEBP_MAX_DIMENSION && image.height < WEBP_MAX_DIMENSION; }
 
+/// How many pixels of the source, along its sides, become one before it is drawn.
+struct Reduction {
+    std::size_t x = 1;
+    std::size_t y = 1;
+};
+
+/// pixman counts in 16.16 fixed point: its weights lose light beyond a few times, its pictures end at 32767 pixels.
+constexpr double kLargestFilter = 4;
+constexpr std::size_t kPixmanSide = 32767;
+
+Reduction reductionFor(const CGImage& image, const PixelTransform& t) {
+    const auto along = [](double length, std::size_t side) {
+        const double factor = 1 / std::max(length, 1e-9);
+        const double wanted = factor > kLargestFilter ? factor / 2 : 1;
+        const std::size_t least = (side + kPixmanSide - 1) / kPixmanSide;
+        return std::clamp<std::size_t>(static_cast<std::size_t>(std::min(wanted, 1e9)), std::max<std::size_t>(least, 1),
+                                       std::max<std::size_t>(side, 1));
+    };
+    return {along(std::hypot(t.a, t.b), image.width), along(std::hypot(t.c, t.d), image.height)};
+}
+
+/// Averages of rectangles of pixels of 8 bits, alpha multiplied in or opaque.
+bool reduceByBoxes(const CGImage& image, Reduction reduction, CGImage& reduced) {
+    if (allocate(reduced, (image.width + reduction.x - 1) / reduction.x, (image.height + reduction.y - 1) / reduction.y,
+                 8, image.alphaInfo) != DecodeFault::none)
+        return false;
+    std::vector<std::uint32_t> sums(reduced.width * CGImage::kComponents);
+    for (std::size_t y = 0; y < reduced.height; ++y) {
+        std::ranges::fill(sums, 0U);
+        const std::size_t end = std::min(image.height, (y + 1) * reduction.y);
+        for (std::size_t from = y * reduction.y; from < end; ++from) {
+            const auto* pixel = reinterpret_cast<const std::uint8_t*>(image.row(from));
+            for (std::size_t x = 0; x < image.width; ++x)
+                for (std::size_t c = 0; c < CGImage::kComponents; ++c)
+                    sums[x / reduction.x * CGImage::kComponents + c] += *pixel++;
+        }
+        auto* target = reinterpret_cast<std::uint8_t*>(reduced.row(y));
+        for (std::size_t x = 0; x < reduced.width; ++x) {
+            const std::size_t columns = std::min(reduction.x, image.width - x * reduction.x);
+            const std::uint64_t count = columns * (end - y * reduction.y);
+            for (std::size_t c = 0; c < CGImage::kComponents; ++c)
+                *target++ = static_cast<std::uint8_t>((sums[x * CGImage::kComponents + c] + count / 2) / count);
+        }
+    }
+    return true;
+}
+
+/// Numbers that are none, or so large that no pixel of a canvas comes of them, would end in pixman's assertions.
+bool isDrawable(const PixelTransform& t) {
+    constexpr double kLimit = 1e10;
+    const auto isSensible = [](double value) { return std::isfinite(value) && std::abs(value) < kLimit; };
+    const double area = t.a * t.d - t.b * t.c;
+    return isSensible(t.a) && isSensible(t.b) && isSensible(t.c) && isSensible(t.d) && isSensible(t.tx) &&
+           isSensible(t.ty) && std::abs(area) > 1e-12;
+}
+
+bool composite(const CGImage& image, const PixelTransform& transform, double cornerRadius, CGImage& target) {
+    const PixmanImage source = view(image);
+    const PixmanImage canvas = view(target);
+    if (!source || !canvas || !setTransform(source.get(), transform)) return false;
+    setFilter(source.get(), transform);
+    const PixmanImage mask = cornerRadius > 0 ? cornerMask(target.width, target.height, cornerRadius) : nullptr;
+    if (cornerRadius > 0 && !mask) return false;
+    const Area area = areaOf(image, transform, target);
+    // A picture that lies straight covers whole pixels to its very edge; a turned one fades into what is below it.
+    if (area.isStraight) pixman_image_set_repeat(source.get(), PIXMAN_REPEAT_PAD);
+    pixman_image_composite32(PIXMAN_OP_OVER, source.get(), mask.get(), canvas.get(), area.x, area.y, area.x, area.y,
+                             area.x, area.y, area.width, area.height);
+    return true;
+}
+
 }  // namespace
 
 bool scale(const CGImage& image, std::size_t width, std::size_t height, CGImage& scaled) {
@@ -142,21 +213,25 @@ bool scale(const CGImage& image, std::size_t width, std::size_t height, CGImage&
 }
 
 bool draw(const CGImage& image, const PixelTransform& transform, double cornerRadius, CGImage& target) {
+    if (!image.pixels || !isDrawable(transform)) return false;
     CGImage copy;
-    const bool isReady = image.bitsPerComponent == 8 && (!image.hasAlpha() || image.isPremultiplied());
-    if (!image.pixels || (!isReady && !copyAsRgba8(image, true, copy))) return false;
-    const PixmanImage source = view(isReady ? image : copy);
-    const PixmanImage canvas = view(target);
-    if (!source || !canvas || !setTransform(source.get(), transform)) return false;
-    setFilter(source.get(), transform);
-    const PixmanImage mask = cornerRadius > 0 ? cornerMask(target.width, target.height, cornerRadius) : nullptr;
-    if (cornerRadius > 0 && !mask) return false;
-    const Area area = areaOf(image, transform, target);
-    // A picture that lies straight covers whole pixels to its very edge; a turned one fades into what is below it.
-    if (area.isStraight) pixman_image_set_repeat(source.get(), PIXMAN_REPEAT_PAD);
-    pixman_image_composite32(PIXMAN_OP_OVER, source.get(), mask.get(), canvas.get(), area.x, area.y, area.x, area.y,
-                             area.x, area.y, area.width, area.height);
-    return true;
+    PixelTransform t = transform;
+    const CGImage* source = &image;
+    if (image.bitsPerComponent != 8 || (image.hasAlpha() && !image.isPremultiplied())) {
+        if (!copyAsRgba8(image, true, copy)) return false;
+        source = &copy;
+    }
+    CGImage reduced;
+    const Reduction reduction = reductionFor(*source, t);
+    if (reduction.x > 1 || reduction.y > 1) {
+        if (!reduceByBoxes(*source, reduction, reduced)) return false;
+        t.a *= static_cast<double>(reduction.x);
+        t.b *= static_cast<double>(reduction.x);
+        t.c *= static_cast<double>(reduction.y);
+        t.d *= static_cast<double>(reduction.y);
+        source = &reduced;
+    }
+    return composite(*source, t, cornerRadius, target);
 }
 
 }  // namespace tessaly::codecs

@@ -179,6 +179,8 @@ private:
 }  // namespace
 
 DecodeFault decodeJpeg(PixelInput& input, const DecodeRequest& request, DecodedPixels& decoded) {
+    // Further pictures of a multi-picture file are files of their own, which nobody asks for yet.
+    if (request.index > 0) return DecodeFault::unsupported;
     return std::make_unique<JpegDecoding>(input, request, decoded)->run();
 }
 

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <csetjmp>
 #include <cstring>
+#include <utility>
 
 #include "linux/codecs/modules/PixelRows.h"
 #include "linux/codecs/modules/pixels/Pixels.h"
@@ -49,10 +50,13 @@ public:
     }
 
 private:
+    /// libpng asks for kilobytes at once: where the file ends within them, what there is must not be lost.
     bool read(png_bytep target, std::size_t length) {
         const std::size_t count = input_.read(offset_, std::as_writable_bytes(std::span(target, length)));
         offset_ += count;
-        return count == length;
+        if (count == length) return true;
+        std::memset(target + count, 0, length - count);
+        return !std::exchange(isBehindEnd_, true) && count > 0;
     }
 
     void takeProfile() {
@@ -129,6 +133,7 @@ private:
     png_structp png_ = nullptr;
     png_infop info_ = nullptr;
     std::uint64_t offset_ = 0;
+    bool isBehindEnd_ = false;
     bool isWide_ = false;
     bool hasAlpha_ = false;
     int passes_ = 1;
@@ -141,6 +146,8 @@ private:
 }  // namespace
 
 DecodeFault decodePng(PixelInput& input, const DecodeRequest& request, DecodedPixels& decoded) {
+    // libpng knows nothing of animations: it has the picture that every reader shows.
+    if (request.index > 0) return DecodeFault::unsupported;
     return PngDecoding(input, request, decoded).run();
 }
 

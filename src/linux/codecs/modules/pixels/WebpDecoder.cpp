@@ -110,6 +110,7 @@ DecodeFault decodeWebp(PixelInput& input, const DecodeRequest& request, DecodedP
     const std::uint64_t pixels = std::uint64_t{WebPDemuxGetI(demuxer.get(), WEBP_FF_CANVAS_WIDTH)} *
                                  WebPDemuxGetI(demuxer.get(), WEBP_FF_CANVAS_HEIGHT);
     if (request.pixelLimit != 0 && pixels > request.pixelLimit) return DecodeFault::tooLarge;
+    if (!isAnimated && request.index > 0) return DecodeFault::damaged;
     return isAnimated ? decodeFrame(data, request, decoded) : decodeStill(bytes, request, decoded);
 }
 

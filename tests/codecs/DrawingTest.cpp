@@ -1,0 +1,296 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <csignal>
+#include <limits>
+#include <numbers>
+
+#include "acquisition/UIImage+Resize.h"
+#include "codecs/Pictures.h"
+#include "platform/Foundation/Dispatch.h"
+#include "platform/UIKit/UIGraphicsImageContext.h"
+#include "platform/UIKit/UIScreen.h"
+#include "support/Containers.h"
+#include "support/TemporaryFolder.h"
+
+// Turning, scaling and drawing, looked at pixel by pixel.
+namespace tessaly::test {
+namespace {
+
+using namespace UIImageResize;
+
+UIImageRef picture(UIImageOrientation orientation = UIImageOrientation::up) {
+    return UIImage::imageWithCGImage(quadrants(), 1, orientation);
+}
+
+CGImageRef plain(Pixel color, std::size_t width = 8, std::size_t height = 8) {
+    return bitmap(
+        width, height, [=](auto, auto) { return color; }, CGImageAlphaInfo::last);
+}
+
+TEST(Canvas, LaysPicturesOverEachOther) {
+    UIGraphicsImageContext context({20, 10}, 2);
+    context.draw(plain({255, 0, 0, 255}), {{0, 0}, {10, 10}});
+    const UIImageRef first = context.image();
+    context.draw(plain({0, 0, 255, 128}), {{5, 0}, {10, 5}});
+    const CGImageRef drawn = context.image()->cgImage();
+    ASSERT_EQ(sizeOf(drawn), "40 x 20");
+    EXPECT_EQ(context.image()->size(), (CGSize{20, 10}));
+    EXPECT_EQ(pixelAt(drawn, 2, 2), (Pixel{255, 0, 0, 255}));
+    EXPECT_EQ(pixelAt(drawn, 19, 19), (Pixel{255, 0, 0, 255})) << "covered to its very edge";
+    EXPECT_EQ(pixelAt(drawn, 20, 19), (Pixel{0, 0, 0, 0}));
+    const Pixel mixed = pixelAt(drawn, 14, 4);
+    EXPECT_NEAR(mixed[0], 127, 2);
+    EXPECT_NEAR(mixed[2], 128, 2);
+    EXPECT_EQ(mixed[3], 255);
+    const Pixel half = pixelAt(drawn, 25, 4);
+    EXPECT_NEAR(half[2], 128, 1) << "multiplied by its alpha";
+    EXPECT_NEAR(half[3], 128, 1);
+    EXPECT_EQ(pixelAt(first->cgImage(), 14, 4), (Pixel{255, 0, 0, 255})) << "what was given away does not change";
+}
+
+TEST(Canvas, MovesAndTurns) {
+    UIGraphicsImageContext context({64, 64});
+    context.translate(32, 32);
+    context.rotate(std::numbers::pi / 2);
+    context.draw(quadrants(), {{-32, -32}, {64, 64}});
+    EXPECT_EQ(colorsOf(context.image()->cgImage()), "BRWG") << "clockwise";
+    UIGraphicsImageContext slanted({64, 64});
+    slanted.translate(32, 32);
+    slanted.rotate(std::numbers::pi / 4);
+    slanted.draw(quadrants(), {{-16, -16}, {32, 32}});
+    const CGImageRef image = slanted.image()->cgImage();
+    EXPECT_EQ(pixelAt(image, 32, 20), (Pixel{255, 0, 0, 255}));
+    EXPECT_EQ(pixelAt(image, 44, 32), (Pixel{0, 255, 0, 255}));
+    EXPECT_EQ(pixelAt(image, 20, 32), (Pixel{0, 0, 255, 255}));
+    EXPECT_EQ(pixelAt(image, 18, 18), (Pixel{0, 0, 0, 0}));
+}
+
+TEST(Canvas, HasLimits) {
+    for (const CGSize size : {CGSize{0, 10}, CGSize{-5, 10}, CGSize{1e9, 1e9}, CGSize{std::nan(""), 4},
+                              CGSize{std::numeric_limits<double>::infinity(), 1}}) {
+        UIGraphicsImageContext context(size);
+        context.draw(quadrants(), {{0, 0}, {10, 10}});
+        EXPECT_FALSE(context.image()) << size.width << " by " << size.height;
+    }
+    UIGraphicsImageContext context({10.2, 1});
+    context.draw(quadrants(), {{0, 0}, {0, 0}});
+    context.draw(CGImageRef(), {{0, 0}, {5, 5}});
+    EXPECT_EQ(sizeOf(context.image()->cgImage()), "11 x 1");
+    EXPECT_EQ(pixelAt(context.image()->cgImage(), 0, 0)[3], 0);
+}
+
+TEST(Canvas, SurvivesRectanglesThatMakeNoSense) {
+    UIGraphicsImageContext context({100, 100});
+    constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
+    constexpr double kEndless = std::numeric_limits<double>::infinity();
+    for (const CGRect rect :
+         {CGRect{{-1e12, 5}, {5, 5}}, CGRect{{0, 0}, {1e-9, 5}}, CGRect{{0, 0}, {kNone, 5}}, CGRect{{kNone, 0}, {9, 9}},
+          CGRect{{0, 0}, {kEndless, 5}}, CGRect{{-kEndless, 0}, {5, 5}}})
+        context.draw(quadrants(), rect);
+    EXPECT_EQ(sizeOf(context.image()->cgImage()), "100 x 100");
+    UIGraphicsImageContext enlarged({100, 100});
+    enlarged.draw(quadrants(), {{0, 0}, {1e9, 1e9}});
+    EXPECT_EQ(colorsOf(enlarged.image()->cgImage()), "RRRR");
+}
+
+TEST(Canvas, ReducesByAnyFactor) {
+    struct Row {
+        std::size_t width, height;
+        double side;
+    };
+    for (const auto& [width, height, side] :
+         {Row{3000, 3000, 20}, Row{3000, 3000, 4}, Row{8000, 64, 30}, Row{4000, 4000, 20}, Row{40000, 64, 100}}) {
+        UIGraphicsImageContext context({side, side});
+        context.draw(quadrants(width, height), {{0, 0}, {side, side}});
+        const CGImageRef image = context.image()->cgImage();
+        EXPECT_EQ(colorsOf(image), "RGBW") << width << " by " << height << " to " << side;
+        EXPECT_EQ(pixelAt(image, 0, 0), (Pixel{255, 0, 0, 255})) << width << " by " << height << " to " << side;
+    }
+}
+
+TEST(Canvas, RoundsCorners) {
+    const UIImageRef rounded = imageWithRoundedCornersRadius(picture(), 8);
+    const CGImageRef image = rounded->cgImage();
+    ASSERT_EQ(sizeOf(image), "192 x 96") << "in the screen's pixels";
+    EXPECT_EQ(rounded->size(), (CGSize{64, 32}));
+    EXPECT_EQ(colorsOf(image), "RGBW");
+    for (const std::size_t x : {1, 190})
+        for (const std::size_t y : {1, 94}) EXPECT_EQ(pixelAt(image, x, y)[3], 0) << x << " " << y;
+    for (const auto& [x, y] : {std::pair{10, 10}, {96, 0}, {0, 48}, {191, 48}, {96, 95}, {181, 85}})
+        EXPECT_EQ(pixelAt(image, static_cast<std::size_t>(x), static_cast<std::size_t>(y))[3], 255) << x << " " << y;
+}
+
+/// The rows of a bitmap of letters.
+std::string lettersOf(const CGImageRef& image) {
+    std::string rows;
+    for (std::size_t y = 0; y < image->height; ++y) {
+        if (y > 0) rows += '/';
+        for (std::size_t x = 0; x < image->width; ++x) rows += static_cast<char>(pixelAt(image, x, y)[1]);
+    }
+    return rows;
+}
+
+TEST(Resizing, FixesOrientationPixelForPixel) {
+    struct Row {
+        UIImageOrientation orientation;
+        const char* upright;
+        float degrees;
+    };
+    for (const auto& [orientation, upright, degrees] :
+         {Row{UIImageOrientation::up, "abc/def", 0}, Row{UIImageOrientation::down, "fed/cba", 180},
+          Row{UIImageOrientation::left, "cf/be/ad", 90}, Row{UIImageOrientation::right, "da/eb/fc", -90},
+          Row{UIImageOrientation::upMirrored, "cba/fed", 0}, Row{UIImageOrientation::downMirrored, "def/abc", 0},
+          Row{UIImageOrientation::leftMirrored, "ad/be/cf", 0},
+          Row{UIImageOrientation::rightMirrored, "fc/eb/da", 0}}) {
+        EXPECT_EQ(degreeOfOrientation(orientation), degrees);
+        EXPECT_EQ(imageOrientation(exifOrientation(orientation)), orientation);
+        for (const unsigned bits : {8U, 16U}) {
+            const auto letters = [](std::size_t x, std::size_t y) {
+                return Pixel{1, static_cast<int>('a' + x + 3 * y), 2, 3};
+            };
+            const CGImageRef stored = bitmap(3, 2, letters, CGImageAlphaInfo::first, bits);
+            const UIImageRef fixed = fixOrientation(UIImage::imageWithCGImage(stored, 2, orientation));
+            EXPECT_EQ(lettersOf(fixed->cgImage()), upright);
+            EXPECT_EQ(fixed->imageOrientation(), UIImageOrientation::up);
+            EXPECT_EQ(fixed->cgImage()->bitsPerComponent, bits);
+            EXPECT_EQ(pixelAt(fixed->cgImage(), 0, 0)[3], 3);
+        }
+    }
+    EXPECT_EQ(imageOrientation(0), UIImageOrientation::up);
+    EXPECT_EQ(imageOrientation(9), UIImageOrientation::up);
+    EXPECT_FALSE(fixOrientation(nullptr));
+}
+
+TEST(ResizingDeathTest, APictureWithoutABitmapCannotBeFixed) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    const UIImageRef broken = UIImage::imageWithData(dataOf(png({})))->copy(1, UIImageOrientation::right);
+    EXPECT_EXIT(static_cast<void>(fixOrientation(broken)), testing::KilledBySignal(SIGABRT), "cannot be turned");
+}
+
+TEST(Resizing, TurnsTheBitmapIntoASquare) {
+    struct Row {
+        float degrees;
+        const char* expected;
+    };
+    for (const auto& [degrees, expected] :
+         {Row{0, "RGBW"}, Row{90, "BRWG"}, Row{180, "WBGR"}, Row{-90, "GWRB"}, Row{450, "BRWG"}}) {
+        const CGImageRef turned = rotateImage(picture(), degrees)->cgImage();
+        EXPECT_EQ(sizeOf(turned), "64 x 64") << degrees;
+        EXPECT_EQ(colorsOf(turned), expected) << degrees;
+    }
+    EXPECT_EQ(colorsOf(rotateImage(picture(UIImageOrientation::right), 90)->cgImage()), "BRWG")
+        << "the bitmap, whatever its orientation";
+    const UIImageRef reset =
+        rotateUIImage(UIImage::imageWithCGImage(quadrants(), 3, UIImageOrientation::left), UIImageOrientation::down);
+    EXPECT_EQ(reset->imageOrientation(), UIImageOrientation::up);
+    EXPECT_EQ(reset->size(), (CGSize{64, 32}));
+}
+
+TEST(Resizing, FitsAndFills) {
+    struct Row {
+        CGSize size;
+        const char* fitted;  // In points of a screen with three pixels each.
+        const char* filled;  // In pixels.
+    };
+    for (const auto& [size, fitted, filled] :
+         {Row{{10, 10}, "30 x 15", "10 x 10"}, Row{{10, 2}, "12 x 6", "10 x 2"}, Row{{5, 100}, "15 x 8", "5 x 100"},
+          Row{{100, 100}, "64 x 32", "64 x 32"}, Row{{64, 32}, "64 x 32", "64 x 32"}}) {
+        EXPECT_EQ(sizeOf(imageWithImageScaledToFitToSize(picture(), size)->cgImage()), fitted) << size.width;
+        EXPECT_EQ(sizeOf(imageWithImageScaledToFillToSize(picture(), size)->cgImage()), filled) << size.width;
+    }
+    const UIImageRef sideways = picture(UIImageOrientation::right);
+    EXPECT_EQ(colorsOf(imageWithImageScaledToFitToSize(sideways, {10, 10})->cgImage()), "BRWG");
+    EXPECT_EQ(sizeOf(imageWithImageScaledToFitToSize(sideways, {10, 10})->cgImage()), "15 x 30");
+    // The middle of what is too wide stays.
+    EXPECT_EQ(colorsOf(imageWithImageScaledToFillToSize(picture(), {16, 16})->cgImage()), "RGBW");
+    const auto stripes = bitmap(60, 20, [](std::size_t x, auto) {
+        return x >= 20 && x < 40 ? Pixel{0, 255, 0, 255} : Pixel{255, 0, 0, 255};
+    });
+    EXPECT_EQ(colorsOf(imageWithImageScaledToFillToSize(UIImage::imageWithCGImage(stripes), {10, 10})->cgImage()),
+              "GGGG");
+    EXPECT_EQ(sizeOf(scaleTo(picture(), {20, 40})->cgImage()), "60 x 120");
+    EXPECT_EQ(scaleTo(picture(), {20, 40})->size(), (CGSize{20, 40}));
+    const UIImageRef same = picture();
+    EXPECT_EQ(scaleTo(same, {0, 40}), same) << "no such size: the picture itself";
+    for (const auto& nothing :
+         {imageWithImageScaledToFitToSize(nullptr, {1, 1}), imageWithImageScaledToFillToSize(nullptr, {1, 1}),
+          scaleTo(nullptr, {1, 1}), rotateImage(nullptr, 90), imageWithRoundedCornersRadius(nullptr, 2)})
+        EXPECT_FALSE(nothing);
+}
+
+TEST(Resizing, AThumbnailOfASidewaysFile) {
+    const Data large = UIImageJPEGRepresentation(UIImage::imageWithCGImage(quadrants(1200, 600)), 0.9);
+    const UIImageRef small = thumbNailImageFromImageSource(CGImageSourceCreateWithData(withOrientation(large, 6)));
+    ASSERT_TRUE(small);
+    EXPECT_EQ(sizeOf(small->cgImage()), "256 x 512");
+    EXPECT_EQ(colorsOf(small->cgImage()), "BRWG");
+    EXPECT_EQ(small->imageOrientation(), UIImageOrientation::up);
+    EXPECT_FALSE(thumbNailImageFromImageSource(nullptr));
+    EXPECT_FALSE(thumbNailImageFromImageSource(CGImageSourceCreateWithData(dataOf(png({})))));
+}
+
+// What is kept decoded has its alpha where a canvas wants it; what stays in its file has it as the decoder says.
+TEST(Resizing, OnlySmallPlainPicturesAreKeptDecoded) {
+    const auto pngOf = [](std::size_t width, std::size_t height, unsigned bits, CGImageAlphaInfo alphaInfo) {
+        const int full = bits == 16 ? 65535 : 255;
+        return UIImagePNGRepresentation(UIImage::imageWithCGImage(bitmap(
+            width, height,
+            [=](auto, auto) {
+                return Pixel{full, 0, 0, full / 2};
+            },
+            alphaInfo, bits)));
+    };
+    struct Row {
+        const char* name;
+        Data data;
+        CGImageAlphaInfo expected;
+    };
+    for (const auto& [name, data, expected] :
+         {Row{"small", pngOf(10, 10, 8, CGImageAlphaInfo::last), CGImageAlphaInfo::premultipliedFirst},
+          Row{"a megapixel", pngOf(1024, 1024, 8, CGImageAlphaInfo::last), CGImageAlphaInfo::premultipliedFirst},
+          Row{"more", pngOf(1024, 1025, 8, CGImageAlphaInfo::last), CGImageAlphaInfo::last},
+          Row{"deep", pngOf(10, 10, 16, CGImageAlphaInfo::last), CGImageAlphaInfo::last},
+          Row{"opaque", pngOf(10, 10, 8, CGImageAlphaInfo::noneSkipLast), CGImageAlphaInfo::noneSkipLast},
+          Row{"animated", fileNamed("animated.webp"), CGImageAlphaInfo::last}}) {
+        const UIImageRef image = imageFromRAWData(data);
+        ASSERT_TRUE(image && image->cgImage()) << name;
+        EXPECT_EQ(image->cgImage()->alphaInfo, expected) << name;
+        EXPECT_EQ(image->scale(), UIScreen::mainScreen().scale) << name;
+    }
+    EXPECT_EQ(pixelAt(imageFromRAWData(pngOf(4, 4, 8, CGImageAlphaInfo::last))->cgImage(), 1, 1),
+              (Pixel{127, 0, 0, 127}));
+    EXPECT_EQ(imageFromRAWData(fileNamed("animated.gif"))->frameCount(), 2U);
+    EXPECT_EQ(imageFromRAWData(withOrientation(fileNamed("quadrants.jpg"), 6))->imageOrientation(),
+              UIImageOrientation::right);
+    EXPECT_FALSE(imageFromRAWData(dataOf("nothing")));
+    EXPECT_FALSE(imageFromRAWData(dataOf(png({})))) << "small, and yet not to be decoded";
+    EXPECT_FALSE(imageFromRAWData(nullptr));
+}
+
+TEST(Resizing, AVeryLargePictureComesByWayOfAFile) {
+    const TemporaryFolder folder;
+    ::setenv("TMPDIR", folder.path().c_str(), 1);
+    DispatchSemaphore done;
+    UIImageRef received = picture();
+    const auto shared = imageWithVeryLargeNSData(fileNamed("quadrants.jpg"), [&](const UIImageRef& image) {
+        received = image;
+        done.signal();
+    });
+    done.wait();
+    EXPECT_FALSE(received) << "the completion comes before the picture";
+    EXPECT_FALSE(shared->image) << "only the main queue sets it";
+    EXPECT_TRUE(DispatchQueue::pumpMainQueueUntil([&] { return shared->image != nullptr; }, std::chrono::seconds(20)));
+    EXPECT_EQ(colorsOf(shared->image->cgImage()), "RGBW");
+    EXPECT_EQ(contentOf(folder.path() / "largeImage.temp.jpg"), bytesOf(fileNamed("quadrants.jpg")).text());
+
+    const auto nothing = imageWithVeryLargeNSData(nullptr, [&](const UIImageRef&) { done.signal(); });
+    done.wait();
+    while (DispatchQueue::pumpMainQueue()) {
+    }
+    EXPECT_FALSE(nothing->image);
+    ::unsetenv("TMPDIR");
+}
+
+}  // namespace
+}  // namespace tessaly::test
