@@ -5,6 +5,7 @@
 #include <new>
 #include <string_view>
 
+#include "linux/codecs/modules/Guarded.h"
 #include "linux/codecs/modules/PixelRows.h"
 #include "linux/codecs/modules/ffmpeg/Ffmpeg.h"
 #include "linux/codecs/modules/ffmpeg/GifFrames.h"
@@ -270,17 +271,10 @@ DecodeFault decode(PixelInput& input, const DecodeRequest& request, DecodedPixel
 
 DecodeFault decodeImage(PixelInput& input, const DecodeRequest& request, DecodedPixels& decoded) {
     beSilent();
-    try {
-        return decode(input, request, decoded);
-    } catch (const std::bad_alloc&) {
-        return DecodeFault::outOfMemory;
-    } catch (...) {
-        return DecodeFault::damaged;
-    }
+    return guarded([&] { return decode(input, request, decoded); });
 }
 
 }  // namespace
 }  // namespace tessaly::codecs
 
-extern "C" __attribute__((visibility("default"))) const tessaly::codecs::DecodeImage tessaly_decode =
-    &tessaly::codecs::decodeImage;
+TESSALY_MODULE_SYMBOL tessaly::codecs::DecodeImage tessaly_decode = &tessaly::codecs::decodeImage;

@@ -9,6 +9,7 @@ extern "C" {
 #include <new>
 
 #include "linux/codecs/VideoCodec.h"
+#include "linux/codecs/modules/Guarded.h"
 #include "linux/codecs/modules/PixelRows.h"
 #include "linux/codecs/modules/ffmpeg/Ffmpeg.h"
 
@@ -274,17 +275,10 @@ private:
 
 DecodeFault decodeMovie(PixelInput& input, double seconds, const DecodeRequest& request, DecodedPixels& decoded) {
     beSilent();
-    try {
-        return Movie(request, decoded).run(input, seconds);
-    } catch (const std::bad_alloc&) {
-        return DecodeFault::outOfMemory;
-    } catch (...) {
-        return DecodeFault::damaged;
-    }
+    return guarded([&] { return Movie(request, decoded).run(input, seconds); });
 }
 
 }  // namespace
 }  // namespace tessaly::codecs
 
-extern "C" __attribute__((visibility("default"))) const tessaly::codecs::DecodeVideoFrame tessaly_decode_video =
-    &tessaly::codecs::decodeMovie;
+TESSALY_MODULE_SYMBOL tessaly::codecs::DecodeVideoFrame tessaly_decode_video = &tessaly::codecs::decodeMovie;

@@ -8,6 +8,7 @@
 #include <new>
 #include <string_view>
 
+#include "linux/codecs/modules/Guarded.h"
 #include "linux/codecs/modules/PixelRows.h"
 
 /// Stills in the boxes of HEIF, coded as HEVC or AV1.
@@ -226,17 +227,10 @@ DecodeFault decode(PixelInput& input, const DecodeRequest& request, DecodedPixel
 }
 
 DecodeFault decodeHeif(PixelInput& input, const DecodeRequest& request, DecodedPixels& decoded) {
-    try {
-        return decode(input, request, decoded);
-    } catch (const std::bad_alloc&) {
-        return DecodeFault::outOfMemory;
-    } catch (...) {
-        return DecodeFault::damaged;
-    }
+    return guarded([&] { return decode(input, request, decoded); });
 }
 
 }  // namespace
 }  // namespace tessaly::codecs
 
-extern "C" __attribute__((visibility("default"))) const tessaly::codecs::DecodeImage tessaly_decode =
-    &tessaly::codecs::decodeHeif;
+TESSALY_MODULE_SYMBOL tessaly::codecs::DecodeImage tessaly_decode = &tessaly::codecs::decodeHeif;

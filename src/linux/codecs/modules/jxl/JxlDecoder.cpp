@@ -7,6 +7,7 @@
 #include <new>
 #include <utility>
 
+#include "linux/codecs/modules/Guarded.h"
 #include "linux/codecs/modules/PixelRows.h"
 
 namespace tessaly::codecs {
@@ -215,17 +216,10 @@ private:
 };
 
 DecodeFault decodeJxl(PixelInput& input, const DecodeRequest& request, DecodedPixels& decoded) {
-    try {
-        return FrameReader(request, decoded).run(input);
-    } catch (const std::bad_alloc&) {
-        return DecodeFault::outOfMemory;
-    } catch (...) {
-        return DecodeFault::damaged;
-    }
+    return guarded([&] { return FrameReader(request, decoded).run(input); });
 }
 
 }  // namespace
 }  // namespace tessaly::codecs
 
-extern "C" __attribute__((visibility("default"))) const tessaly::codecs::DecodeImage tessaly_decode =
-    &tessaly::codecs::decodeJxl;
+TESSALY_MODULE_SYMBOL tessaly::codecs::DecodeImage tessaly_decode = &tessaly::codecs::decodeJxl;

@@ -1,8 +1,9 @@
+#include "linux/codecs/modules/Guarded.h"
 #include "linux/codecs/modules/pixels/Pixels.h"
 
 using namespace tessaly::codecs;
 
-extern "C" __attribute__((visibility("default"))) const PixelsModule tessaly_pixels{
+TESSALY_MODULE_SYMBOL PixelsModule tessaly_pixels{
     .decodeJpeg = decodeJpeg,
     .decodePng = decodePng,
     .decodeWebp = decodeWebp,

@@ -8,6 +8,7 @@
 #include <new>
 #include <string>
 
+#include "linux/codecs/modules/Guarded.h"
 #include "linux/codecs/modules/PixelRows.h"
 
 /// What a camera's sensor measured, developed as the camera would have done.
@@ -156,18 +157,10 @@ private:
 };
 
 DecodeFault decodeRaw(PixelInput& input, const DecodeRequest& request, DecodedPixels& decoded) {
-    try {
-        return Developer(request, decoded).run(input);
-    } catch (const std::bad_alloc&) {
-        return DecodeFault::outOfMemory;
-    } catch (...) {
-        // The library throws numbers, and not all of them stay inside.
-        return DecodeFault::damaged;
-    }
+    return guarded([&] { return Developer(request, decoded).run(input); });
 }
 
 }  // namespace
 }  // namespace tessaly::codecs
 
-extern "C" __attribute__((visibility("default"))) const tessaly::codecs::DecodeImage tessaly_decode =
-    &tessaly::codecs::decodeRaw;
+TESSALY_MODULE_SYMBOL tessaly::codecs::DecodeImage tessaly_decode = &tessaly::codecs::decodeRaw;
