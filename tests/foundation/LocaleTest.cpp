@@ -47,6 +47,9 @@ TEST(Bundle, AnswersFromTheTableOfTheLanguage) {
     EXPECT_EQ(bundle.localizedStringForKey("Make", "", "Broken"), "Make") << "a damaged table is none";
     bundle.setLanguage("fr");
     EXPECT_EQ(bundle.localizedStringForKey("Make", "", ""), "Marque");
+    bundle.setLanguage("nl");
+    EXPECT_EQ(bundle.preferredLocalization(), "en") << "no such language here";
+    EXPECT_EQ(bundle.localizedStringForKey("Make", "", ""), "Make");
     NSLocale::setCurrentLocale("de_AT");
     EXPECT_EQ(NSBundle(folder.path().string()).preferredLocalization(), "de");
     NSLocale::setCurrentLocale("it_IT");

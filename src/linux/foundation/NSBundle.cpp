@@ -9,6 +9,7 @@
 #include <fstream>
 #include <iterator>
 #include <mutex>
+#include <unordered_map>
 
 #include "platform/Foundation/Log.h"
 #include "platform/Foundation/NSLocale.h"
@@ -17,6 +18,13 @@ namespace tessaly {
 namespace {
 
 using Table = std::map<std::string, std::string, std::less<>>;
+
+struct TextHash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view text) const noexcept { return std::hash<std::string_view>{}(text); }
+};
+/// A table to look up in: a screen asks for a hundred texts.
+using Texts = std::unordered_map<std::string, std::string, TextHash, std::equal_to<>>;
 
 /// A cursor over a .strings file.
 class StringsParser {
@@ -105,6 +113,11 @@ std::string readFile(const std::string& path) {
 
 bool exists(const std::string& path) { return ::access(path.c_str(), R_OK) == 0; }
 
+/// English is the language of the keys: it needs no folder.
+bool hasLanguage(const std::string& folder, std::string_view code) {
+    return code == "en" || exists(folder + "/" + std::string(code) + ".lproj");
+}
+
 /// Beside the program in the build tree, or where it was installed.
 std::string resourcesFolder() {
     if (const char* chosen = std::getenv("TESSALY_RESOURCES"); chosen && *chosen) return chosen;
@@ -130,27 +143,28 @@ struct NSBundle::Tables {
     mutable std::mutex mutex;
     std::string language;  // Set by setLanguage.
     std::string preferred;
-    std::map<std::string, Table, std::less<>> byName;
+    std::map<std::string, Texts, std::less<>> byName;
 
-    const Table& table(const std::string& folder, std::string_view name) {
+    [[nodiscard]] const std::string& current() const { return language.empty() ? preferred : language; }
+
+    const Texts& table(const std::string& folder, std::string_view name) {
         if (const auto found = byName.find(name); found != byName.end()) return found->second;
-        const std::string path =
-            folder + "/" + (language.empty() ? preferred : language) + ".lproj/" + std::string(name) + ".strings";
-        Table table;
+        const std::string path = folder + "/" + current() + ".lproj/" + std::string(name) + ".strings";
+        Texts texts;
         if (exists(path)) {
-            if (auto parsed = parseStringsFile(readFile(path)))
-                table = std::move(*parsed);
+            if (const auto parsed = parseStringsFile(readFile(path)))
+                texts = Texts(parsed->begin(), parsed->end());
             else
                 log("Strings file %@ is not well formed; its keys are shown instead", path);
         }
-        return byName.emplace(std::string(name), std::move(table)).first->second;
+        return byName.emplace(std::string(name), std::move(texts)).first->second;
     }
 };
 
 NSBundle::NSBundle(std::string folder) : folder_(std::move(folder)), tables_(std::make_unique<Tables>()) {
     tables_->preferred = "en";
     for (const std::string& language : NSLocale::preferredLanguages()) {
-        if (language != "en" && !exists(folder_ + "/" + language + ".lproj")) continue;
+        if (!hasLanguage(folder_, language)) continue;
         tables_->preferred = language;
         break;
     }
@@ -171,18 +185,19 @@ NSBundle& NSBundle::dateToolsBundle() {
 std::string NSBundle::localizedStringForKey(std::string_view key, std::string_view value,
                                             std::string_view table) const {
     const std::lock_guard lock(tables_->mutex);
-    const Table& texts = tables_->table(folder_, table.empty() ? "Localizable" : table);
+    const Texts& texts = tables_->table(folder_, table.empty() ? "Localizable" : table);
     if (const auto found = texts.find(key); found != texts.end()) return found->second;
     return std::string(value.empty() ? key : value);
 }
 
-const std::string& NSBundle::preferredLocalization() const {
-    return tables_->language.empty() ? tables_->preferred : tables_->language;
+std::string NSBundle::preferredLocalization() const {
+    const std::lock_guard lock(tables_->mutex);
+    return tables_->current();
 }
 
 void NSBundle::setLanguage(std::string_view code) {
     const std::lock_guard lock(tables_->mutex);
-    tables_->language = code;
+    tables_->language = hasLanguage(folder_, code) ? code : std::string_view();
     tables_->byName.clear();
 }
 

@@ -1,5 +1,6 @@
 #include "platform/Foundation/NSLocale.h"
 
+#include <unicode/uloc.h>
 #include <unicode/ulocdata.h>
 
 #include <cstdlib>
@@ -64,6 +65,16 @@ std::vector<std::string> NSLocale::preferredLanguages() {
     }
     languages.push_back(languageOf(currentLocale()));
     return languages;
+}
+
+std::string NSLocale::languageCodeFromLocaleIdentifier(std::string_view identifier) {
+    return std::string(identifier.substr(0, identifier.find_first_of("-_.@")));
+}
+
+NSLocaleLanguageDirection NSLocale::characterDirectionForLanguage(std::string_view code) {
+    if (code.empty()) return NSLocaleLanguageDirection::unknown;
+    return uloc_isRightToLeft(std::string(code).c_str()) ? NSLocaleLanguageDirection::rightToLeft
+                                                         : NSLocaleLanguageDirection::leftToRight;
 }
 
 }  // namespace tessaly

@@ -12,7 +12,8 @@ namespace tessaly {
 [[nodiscard]] std::optional<std::map<std::string, std::string, std::less<>>> parseStringsFile(std::string_view text);
 
 /// A folder of resources with string tables by language: <folder>/<code>.lproj/<table>.strings.
-/// Tables are read on first use. A key that no table has is answered by itself, so English needs no file.
+/// Tables are read on first use. A key that no table has is answered by itself: it is the English text. May be used by
+/// several threads.
 class NSBundle {
 public:
     explicit NSBundle(std::string folder);
@@ -28,9 +29,11 @@ public:
     /// The text for `key`: of the table, else `value`, else the key.
     [[nodiscard]] std::string localizedStringForKey(std::string_view key, std::string_view value,
                                                     std::string_view table) const;
-    /// Language codes that exist here, the user's most preferred first; "en" at the end.
-    [[nodiscard]] const std::string& preferredLocalization() const;
-    /// Answers in this language from now on; "" follows the user's preferences again.
+    /// Code of the language that is answered in: the one that was set, else the user's most preferred of those that
+    /// exist here, else "en".
+    [[nodiscard]] std::string preferredLocalization() const;
+    /// Answers in this language from now on. "", and a language that does not exist here, follows the user's
+    /// preferences.
     void setLanguage(std::string_view code);
     [[nodiscard]] const std::string& folder() const noexcept { return folder_; }
 
@@ -42,5 +45,7 @@ private:
 
 /// The main bundle's text for an English key, from its default table.
 [[nodiscard]] std::string localized(std::string_view key);
+/// Marks a key that stands in a table and is looked up elsewhere; scripts/check-strings finds it by this mark.
+[[nodiscard]] consteval std::string_view localizable(std::string_view key) noexcept { return key; }
 
 }  // namespace tessaly

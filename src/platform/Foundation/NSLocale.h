@@ -1,9 +1,12 @@
 #pragma once
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace tessaly {
+
+enum class NSLocaleLanguageDirection : std::uint8_t { unknown, leftToRight, rightToLeft };
 
 class NSLocale {
 public:
@@ -18,6 +21,10 @@ public:
     [[nodiscard]] static bool usesMetricSystem();
     /// Languages of the user by preference, as table codes: "de", "zh-Hans".
     [[nodiscard]] static std::vector<std::string> preferredLanguages();
+    /// The language alone: "zh" of "zh-Hans" and of "zh_Hans_CN".
+    [[nodiscard]] static std::string languageCodeFromLocaleIdentifier(std::string_view identifier);
+    /// How its script runs.
+    [[nodiscard]] static NSLocaleLanguageDirection characterDirectionForLanguage(std::string_view code);
 };
 
 }  // namespace tessaly
