@@ -10,6 +10,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <csignal>
@@ -22,6 +23,7 @@ namespace tessaly::test {
 namespace {
 
 constexpr const char* kProgram = "/usr/sbin/nginx";
+constexpr const char* kWebDav = "/usr/lib/nginx/modules/ngx_http_dav_ext_module.so";
 constexpr int kBacklog = 64;
 constexpr int kAttempts = 5;
 
@@ -49,7 +51,10 @@ void replaceAll(std::string& text, const std::string& what, const std::string& b
 }
 
 std::string configuration(const std::string& locations, const std::string& folder, const std::string& address) {
-    std::string text =
+    std::string text = locations.find("dav_ext_methods") == std::string::npos
+                           ? std::string()
+                           : "load_module " + std::string(kWebDav) + ";\n";
+    text +=
         "daemon off; master_process off; pid FOLDER/pid; error_log FOLDER/errors;\n"
         "events {}\n"
         "http {\n access_log off; client_body_temp_path FOLDER/t1; proxy_temp_path FOLDER/t2;\n"
@@ -60,9 +65,24 @@ std::string configuration(const std::string& locations, const std::string& folde
     return text;
 }
 
+/// Whether all of a request has come. What is none, as the hello of an encrypted connection, is answered at once.
+bool isWhole(const std::string& request) {
+    constexpr std::array<std::string_view, 3> kMethods{"GET ", "HEAD ", "PROPFIND "};
+    if (std::ranges::none_of(
+            kMethods, [&](std::string_view method) { return method.starts_with(request.substr(0, method.size())); }))
+        return true;
+    const auto end = request.find("\r\n\r\n");
+    if (end == std::string::npos) return false;
+    constexpr std::string_view kLength = "\r\nContent-Length: ";
+    const auto length = request.find(kLength);
+    const std::size_t body = length < end ? std::stoul(request.substr(length + kLength.size())) : 0;
+    return request.size() >= end + 4 + body;
+}
+
 }  // namespace
 
 bool WebServer::isInstalled() { return ::access(kProgram, X_OK) == 0; }
+bool WebServer::hasWebDav() { return isInstalled() && ::access(kWebDav, R_OK) == 0; }
 
 WebServer::WebServer(const std::string& locations, std::string scheme) : scheme_(std::move(scheme)) {
     folder_.write("files/.keep", "");
@@ -94,10 +114,13 @@ bool WebServer::start(const std::string& locations) {
     return true;
 }
 
-WebServer::~WebServer() {
+WebServer::~WebServer() { stop(); }
+
+void WebServer::stop() {
     if (process_ < 0) return;
     ::kill(process_, SIGTERM);
     ::waitpid(process_, nullptr, 0);
+    process_ = -1;
 }
 
 std::string WebServer::url(const std::string& path, const std::string& user) const {
@@ -105,6 +128,9 @@ std::string WebServer::url(const std::string& path, const std::string& user) con
 }
 
 RudeServer::RudeServer(std::string answer, Then then)
+    : RudeServer([answer = std::move(answer)](const std::string&) { return answer; }, then) {}
+
+RudeServer::RudeServer(Answer answer, Then then)
     : answer_(std::move(answer)), then_(then), listening_(listenAnywhere(port_)), ending_(::eventfd(0, EFD_CLOEXEC)) {
     thread_ = std::thread([this] { run(); });
 }
@@ -132,15 +158,14 @@ void RudeServer::serve(int connection) {
     ::setsockopt(connection, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
     std::string request;
     std::array<char, 4096> buffer{};
-    // A connection that is closed with a request unread loses the answer as well. What is no request is answered at
-    // once.
-    while (request.find("\r\n\r\n") == std::string::npos &&
-           std::string_view("GET ").starts_with(request.substr(0, 4))) {
+    // A connection that is closed with a request unread loses the answer as well.
+    while (!isWhole(request)) {
         const auto got = ::recv(connection, buffer.data(), buffer.size(), 0);
         if (got <= 0) break;
         request.append(buffer.data(), static_cast<std::size_t>(got));
     }
-    static_cast<void>(::send(connection, answer_.data(), answer_.size(), MSG_NOSIGNAL));
+    const std::string answer = answer_(request);
+    static_cast<void>(::send(connection, answer.data(), answer.size(), MSG_NOSIGNAL));
     if (then_ == Then::isSilent)
         silent_.push_back(connection);
     else

@@ -2,6 +2,7 @@
 #include <sys/types.h>
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -14,6 +15,8 @@ namespace tessaly::test {
 class WebServer {
 public:
     [[nodiscard]] static bool isInstalled();
+    /// Whether locations may use dav_ext_methods.
+    [[nodiscard]] static bool hasWebDav();
 
     /// `locations` goes into the server's block of the configuration; FOLDER stands for the server's folder.
     explicit WebServer(const std::string& locations, std::string scheme = "http");
@@ -25,6 +28,10 @@ public:
     [[nodiscard]] std::string url(const std::string& path, const std::string& user = {}) const;
     /// Adds a file below "/".
     void add(const std::string& name, const std::string& content) const { folder_.write("files/" + name, content); }
+    /// Where that file is.
+    [[nodiscard]] std::filesystem::path file(const std::string& name) const { return folder_.path() / "files" / name; }
+    /// Nobody listens at the port any more.
+    void stop();
 
 private:
     bool start(const std::string& locations);
@@ -35,12 +42,16 @@ private:
     pid_t process_ = -1;
 };
 
-/// Answers every request with the same bytes, however wrong they are, and then cuts the connection or falls silent.
+/// Answers every request with what it was told to, however wrong that is, and then cuts the connection or falls silent.
 class RudeServer {
 public:
     enum class Then : std::uint8_t { cuts, isSilent };
 
+    /// From a thread of its own, one request at a time: gets the request with its head and body.
+    using Answer = std::function<std::string(const std::string& request)>;
+
     RudeServer(std::string answer, Then then);
+    RudeServer(Answer answer, Then then);
     RudeServer(const RudeServer&) = delete;
     RudeServer& operator=(const RudeServer&) = delete;
     ~RudeServer();
@@ -51,7 +62,7 @@ private:
     void run();
     void serve(int connection);
 
-    std::string answer_;
+    Answer answer_;
     Then then_;
     std::uint16_t port_ = 0;
     int listening_;

@@ -66,7 +66,9 @@ std::optional<CLLocation> placeOf(const Dictionary& gps) {
     place.coordinate.longitude =
         gps[kCGImagePropertyGPSLongitude].doubleValue() * (is(kCGImagePropertyGPSLongitudeRef, 'w') ? -1 : 1);
     if (!CLLocationCoordinate2DIsValid(place.coordinate)) return std::nullopt;
-    place.altitude = gps[kCGImagePropertyGPSAltitude].doubleValue();
+    // Of the reference 1 it is a depth below the sea.
+    place.altitude = gps[kCGImagePropertyGPSAltitude].doubleValue() *
+                     (gps[kCGImagePropertyGPSAltitudeRef].integerValue() == 1 ? -1 : 1);
     if (!gps[kCGImagePropertyGPSImgDirection].isNull())
         place.course = gps[kCGImagePropertyGPSImgDirection].doubleValue();
     return place;

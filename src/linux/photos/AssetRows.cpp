@@ -18,8 +18,8 @@ constexpr std::array kAssetColumns{
     SqlColumn{"mediaType", "media_type", number},
     SqlColumn{"mediaSubtypes", "subtypes", number},
     SqlColumn{"mediaSubtype", "subtypes", number},
-    SqlColumn{"creationDate", "created", number},
-    SqlColumn{"modificationDate", "modified", number},
+    SqlColumn{"creationDate", "created", date},
+    SqlColumn{"modificationDate", "modified", date},
     SqlColumn{"location", "latitude", existence},
     SqlColumn{"pixelWidth", "width", number},
     SqlColumn{"pixelHeight", "height", number},
@@ -224,10 +224,22 @@ std::vector<PHAssetCollectionRef> userAlbums(const Database& database) {
     return albums;
 }
 
+/// Their names alone: albums are not asked for by SQL.
+constexpr std::array kAlbumKeys{
+    SqlColumn{"title", "", text},
+    SqlColumn{"localizedTitle", "", text},
+    SqlColumn{"localIdentifier", "", text},
+    SqlColumn{"estimatedAssetCount", "", number},
+    SqlColumn{"assetCollectionType", "", number},
+    SqlColumn{"assetCollectionSubtype", "", number},
+};
+
 Value valueOf(const PHAssetCollection& album, std::string_view key) {
     if (key == "title" || key == "localizedTitle") return album.localizedTitle;
     if (key == "localIdentifier") return album.localIdentifier;
     if (key == "estimatedAssetCount") return album.estimatedAssetCount;
+    if (key == "assetCollectionType") return album.assetCollectionType;
+    if (key == "assetCollectionSubtype") return album.assetCollectionSubtype;
     return {};
 }
 
@@ -244,6 +256,11 @@ private:
 /// Albums are few: they are filtered and sorted here.
 PHFetchResult<PHAssetCollection> chosen(const LibraryStore& store, const PHFetchOptions& options,
                                         const std::function<bool(const PHAssetCollection&)>& isWanted) {
+    if ((options.predicate && !knowsKeys(options.predicate->root(), kAlbumKeys)) ||
+        !sqlOrder(options.sortDescriptors, kAlbumKeys)) {
+        log("library: an album has no such key");
+        return {};
+    }
     std::vector<PHAssetCollectionRef> albums;
     try {
         albums = store.read([](const Database& database) {

@@ -10,6 +10,18 @@ namespace {
 /// Another program may be writing: wait for it rather than fail.
 constexpr int kBusyMilliseconds = 10'000;
 
+/// SQLite does not wait by itself when two programs make a database at the same time.
+void startLog(sqlite3* database) {
+    constexpr int kPauseMilliseconds = 10;
+    int status = SQLITE_OK;
+    for (int waited = 0; waited < kBusyMilliseconds; waited += kPauseMilliseconds) {
+        status = sqlite3_exec(database, "PRAGMA journal_mode = WAL", nullptr, nullptr, nullptr);
+        if ((status & 0xFF) != SQLITE_BUSY) break;
+        sqlite3_sleep(kPauseMilliseconds);
+    }
+    if (status != SQLITE_OK) fail(database);
+}
+
 }  // namespace
 
 StatementPool::~StatementPool() {
@@ -131,8 +143,9 @@ Database::Database(const std::string& path, Mode mode) {
         execute("PRAGMA query_only = ON");
         return;
     }
+    startLog(connection);
     // The journal of file changes leans on every commit being on the disk.
-    execute("PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL; PRAGMA foreign_keys = ON");
+    execute("PRAGMA synchronous = FULL; PRAGMA foreign_keys = ON");
 }
 
 void Database::execute(const char* sql) const {

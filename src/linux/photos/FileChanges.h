@@ -12,14 +12,15 @@
 ///
 /// What is going to be done is written into the journal first, then done to the files, each in one step of the file
 /// system, then the database follows in the transaction that empties the journal. Whoever is killed on the way leaves
-/// a journal: at the next open it is played to its end, so that files and database agree.
+/// a journal: at the next open it is played to its end, so that files and database agree. A change whose content is not
+/// there any more was given up, or done, and is not played.
 namespace tessaly::photos {
 
 struct FileChange {
     enum class Kind : std::uint8_t {
         create = 1,  ///< `content` becomes the new file `result`.
         edit = 2,  ///< `content` takes the place of `current`, which is kept as `original` where that is not there yet.
-        revert = 3,  ///< `content`, the original, takes the place of `current` again.
+        revert = 3,  ///< `content`, the original's, takes the place of `current` again, and `original` goes.
         trash = 4,   ///< `current` goes to the trash.
     };
 
@@ -42,7 +43,8 @@ public:
     explicit FileChangeRun(const LibraryStore& store, bool replays = false) : store_(store), replays_(replays) {}
     /// "" or what went wrong, naming the file.
     [[nodiscard]] std::string run(const std::vector<FileChange>& changes);
-    void undo();
+    /// False when not all of it could be undone: the journal is then to be played to its end.
+    [[nodiscard]] bool undo();
     /// Removes what only an undo would have needed.
     void finish();
 
@@ -54,18 +56,24 @@ private:
 
     const LibraryStore& store_;
     bool replays_;
-    std::vector<std::function<void()>> undos_;
+    std::vector<std::function<bool()>> undos_;
+    bool isUndone_ = true;
     std::vector<std::string> leftovers_;
 };
 
 /// Brings the database up to what was done to the files. In the caller's transaction, which also empties the journal.
 void applyToDatabase(const Database& database, const FileChange& change);
 
-/// Plays what an earlier program left in the journal.
+/// Removes what a change needed: its content, if that is the library's own, and after a revert the original.
+void removeContent(const LibraryStore& store, const FileChange& change, bool isDone);
+
+/// Plays what an earlier program left in the journal, and removes what it was making.
 void recover(LibraryStore& store);
 
 /// Copies a file atomically; "" or what went wrong. Times and mode come from the source.
 [[nodiscard]] std::string copyFile(const std::string& from, const std::string& to, bool replaces);
+/// The same for a new file that nobody writes to: a second name of it where the file system can.
+[[nodiscard]] std::string holdFile(const std::string& from, const std::string& to);
 
 /// The folder that holds the path, and the path below it; 0 when none does.
 struct FolderPath {

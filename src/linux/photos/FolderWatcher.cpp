@@ -19,10 +19,11 @@ constexpr std::uint32_t kInteresting =
 }  // namespace
 
 FolderWatcher::FolderWatcher(std::vector<std::string> folders, std::function<void()> changed)
-    : changed_(std::move(changed)),
+    : folders_(std::move(folders)),
+      changed_(std::move(changed)),
       events_(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC)),
       wake_(::eventfd(0, EFD_CLOEXEC)) {
-    for (const std::string& folder : folders) watch(folder);
+    for (const std::string& folder : folders_) watch(folder);
     thread_ = std::jthread([this](const std::stop_token& stop) { run(stop); });
 }
 
@@ -57,6 +58,9 @@ bool FolderWatcher::takeEvents() {
             at += static_cast<ssize_t>(sizeof(inotify_event)) + event->len;
             const std::string name = event->len > 0 ? event->name : "";
             if ((event->mask & IN_IGNORED) != 0) watched_.erase(event->wd);
+            // New folders may be among what was not told.
+            if ((event->mask & IN_Q_OVERFLOW) != 0)
+                for (const std::string& folder : folders_) watch(folder);
             if (name.starts_with('.')) continue;
             const auto folder = watched_.find(event->wd);
             if ((event->mask & IN_ISDIR) != 0 && folder != watched_.end() &&

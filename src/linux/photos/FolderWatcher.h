@@ -23,6 +23,7 @@ private:
     /// Reads what waits; true when any of it matters.
     bool takeEvents();
 
+    std::vector<std::string> folders_;
     std::function<void()> changed_;
     int events_;
     int wake_;

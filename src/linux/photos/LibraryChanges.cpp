@@ -11,6 +11,7 @@
 #include "linux/foundation/AtomicFile.h"
 #include "linux/photos/AssetRows.h"
 #include "linux/photos/FileChanges.h"
+#include "platform/Foundation/Log.h"
 #include "platform/Foundation/NSFileManager.h"
 
 namespace tessaly::photos {
@@ -65,10 +66,16 @@ std::vector<OwnFile> filesOf(const Database& database, const std::string& identi
     return files;
 }
 
+bool isPhotoOrVideo(const std::string& path) {
+    const auto stamp = FileStamp::of(path);
+    return stamp && AssetFacts::read(path, *stamp).mediaType != 0;
+}
+
 /// What is to be done, found out before anything is.
 struct Plan {
     std::vector<FileChange> files;
     std::vector<std::function<void(const Database&)>> rows;  ///< After the files, in order.
+    bool isUnfinished = false;  ///< It failed, and could not be undone: the journal is played at the next open.
 };
 
 /// Turns wishes into a plan, with the connection that writes held.
@@ -83,14 +90,15 @@ public:
         FileChange file;
         file.kind = FileChange::Kind::create;
         file.asset = wish.identifier;
-        const std::string name = wish.data ? wish.fileName : fs::path(wish.file.path()).filename().string();
-        file.result = freePath(*folder, name.empty() ? "photo.jpg" : name, plan_.files);
+        std::string name = fs::path(wish.data ? wish.fileName : wish.file.path()).filename().string();
+        // A hidden file would not be found again.
+        if (name.empty() || name.starts_with('.')) name = "photo" + (name.empty() ? std::string(".jpg") : name);
+        file.result = freePath(*folder, name, plan_.files);
         file.content = store_.pendingFolder() + "/" + newIdentifier({}) + fs::path(name).extension().string();
         const std::string why =
             wish.data ? writeDataAtomically(wish.data, file.content) : copyFile(wish.file.path(), file.content, false);
         if (!why.empty()) throw ChangeError(why);
-        const auto stamp = FileStamp::of(file.content);
-        if (!stamp || AssetFacts::read(file.content, *stamp).mediaType == 0) {
+        if (!isPhotoOrVideo(file.content)) {
             ::unlink(file.content.c_str());
             throw ChangeError(name + ": is not a photo or video");
         }
@@ -107,12 +115,11 @@ public:
         file.content = wish.output.renderedContentURL.path();
         file.adjustment = wish.output.adjustmentData;
         if (!NSFileManager::fileExistsAtPath(file.content)) throw ChangeError("the editor has not written its result");
+        if (!isPhotoOrVideo(file.content)) throw ChangeError("the editor's result is not a photo or video");
         file.result = resultPath(own.path, file.content);
         const auto kept = database_.text(
             "SELECT original FROM edits JOIN assets ON assets.id = asset WHERE local_identifier = ?", wish.identifier);
-        file.original =
-            kept.value_or(store_.originalsFolder() + "/" + wish.identifier.substr(0, wish.identifier.find('/')) + "/" +
-                          fs::path(own.path).filename().string());
+        file.original = kept ? *kept : originalPath(wish.identifier, own.path);
         plan_.files.push_back(std::move(file));
     }
 
@@ -125,22 +132,26 @@ public:
         file.kind = FileChange::Kind::revert;
         file.asset = wish.identifier;
         file.current = own.path;
-        file.content = file.original = *original;
+        file.original = *original;
         const fs::path name = fs::path(*original).filename();
         file.result = name.extension() == fs::path(own.path).extension()
                           ? own.path
                           : freePath(fs::path(own.path).parent_path().string(), name.string(), plan_.files);
+        file.content = store_.pendingFolder() + "/" + newIdentifier({}) + name.extension().string();
+        if (const std::string why = holdFile(*original, file.content); !why.empty()) throw ChangeError(why);
         plan_.files.push_back(std::move(file));
     }
 
     void operator()(const change::SetAsset& wish) {
-        static_cast<void>(assetId(database_, wish.identifier));
+        if (!isPlanned(wish.identifier)) static_cast<void>(assetId(database_, wish.identifier));
         set(wish);
     }
 
     void operator()(const change::DeleteAssets& wish) {
         for (const std::string& identifier : wish.identifiers) {
             for (const OwnFile& own : filesOf(database_, identifier)) {
+                if (isPlanned(identifier, FileChange::Kind::trash))
+                    throw ChangeError(own.path + ": is changed and deleted at once");
                 if (own.isRemote)
                     throw ChangeError(own.path + ": its original is on a server, and cannot be deleted from here");
                 trash(identifier, own.path);
@@ -187,11 +198,27 @@ public:
     }
 
 private:
+    /// Whether an earlier wish changes the asset's file, in another way than that.
+    [[nodiscard]] bool isPlanned(const std::string& identifier,
+                                 std::optional<FileChange::Kind> except = std::nullopt) const {
+        return std::ranges::any_of(
+            plan_.files, [&](const FileChange& change) { return change.asset == identifier && change.kind != except; });
+    }
+
+    /// Where the unedited file will be kept: never where there is one from an earlier time.
+    [[nodiscard]] std::string originalPath(const std::string& identifier, const std::string& current) const {
+        const std::string folder = store_.originalsFolder() + "/" + identifier.substr(0, identifier.find('/'));
+        for (int number = 1;; ++number) {
+            const std::string path = folder + (number == 1 ? std::string() : "-" + std::to_string(number)) + "/" +
+                                     fs::path(current).filename().string();
+            if (!NSFileManager::fileExistsAtPath(path)) return path;
+        }
+    }
+
     OwnFile editable(const std::string& identifier) {
         const OwnFile own = filesOf(database_, identifier).front();
         if (own.isRemote) throw ChangeError(own.path + ": its original is on a server, and cannot be edited from here");
-        if (std::ranges::any_of(plan_.files, [&](const FileChange& change) { return change.asset == identifier; }))
-            throw ChangeError(own.path + ": is changed twice at once");
+        if (isPlanned(identifier)) throw ChangeError(own.path + ": is changed twice at once");
         return own;
     }
 
@@ -246,18 +273,31 @@ std::vector<PHAssetRef> deletedBy(LibraryStore& store, const std::vector<PHChang
     return assets;
 }
 
-void removePending(const LibraryStore& store, const Plan& plan) {
-    for (const FileChange& change : plan.files)
-        if (change.content.starts_with(store.pendingFolder()) || change.kind == FileChange::Kind::revert)
-            ::unlink(change.content.c_str());
+/// What was made for changes that are not going to be.
+void removePending(const LibraryStore& store, const Plan& plan, const std::vector<PHChange>& changes) {
+    for (const FileChange& change : plan.files) removeContent(store, change, false);
+    for (const PHChange& change : changes)
+        if (const auto* wish = std::get_if<change::EditAsset>(&change)) {
+            FileChange file;
+            file.content = wish->output.renderedContentURL.path();
+            removeContent(store, file, false);
+        }
 }
 
 /// Files first, for only the database can be rolled back for sure; both under the journal.
-std::string carryOut(LibraryStore& store, const Database& database, const Plan& plan) {
+std::string carryOut(const LibraryStore& store, const Database& database, Plan& plan) {
     FileChangeRun files(store);
     const std::int64_t number = plan.files.empty() ? 0 : writeJournal(database, plan.files);
     const auto abandon = [&](const std::string& why) {
-        if (number != 0) database.run("DELETE FROM journal WHERE change = ?", number);
+        plan.isUnfinished = !files.undo();
+        if (plan.isUnfinished) return why + "; this is finished when the library is opened again";
+        // Before the journal, which a full disk may refuse to change: without its content nothing in it is played.
+        for (const FileChange& change : plan.files) removeContent(store, change, false);
+        try {
+            if (number != 0) database.run("DELETE FROM journal WHERE change = ?", number);
+        } catch (const DatabaseError& error) {
+            log("library: %@", error.what());
+        }
         return why;
     };
     if (const std::string why = files.run(plan.files); !why.empty()) return abandon(why);
@@ -268,33 +308,41 @@ std::string carryOut(LibraryStore& store, const Database& database, const Plan& 
         if (number != 0) database.run("DELETE FROM journal WHERE change = ?", number);
         transaction.commit();
     } catch (const std::runtime_error& error) {
-        files.undo();
         return abandon(error.what());
     }
     files.finish();
-    removePending(store, plan);
+    for (const FileChange& change : plan.files) removeContent(store, change, true);
     return {};
+}
+
+std::string planAndCarryOut(LibraryStore& store, const std::vector<PHChange>& changes, Plan& plan) {
+    const FileLock lock = store.lockFiles();
+    return store.write([&](const Database& database) -> std::string {
+        Planner planner(store, database, plan);
+        for (const PHChange& change : changes) std::visit(planner, change);
+        // What deletes comes last: it is the only thing that a failure of the rest must not have begun.
+        std::ranges::stable_partition(plan.files,
+                                      [](const FileChange& file) { return file.kind != FileChange::Kind::trash; });
+        return carryOut(store, database, plan);
+    });
 }
 
 }  // namespace
 
 std::string performChanges(LibraryStore& store, const std::vector<PHChange>& changes,
                            const std::function<bool(const std::vector<PHAssetRef>&)>& confirms) {
+    Plan plan;
+    std::string why;
     try {
         if (const auto deleted = deletedBy(store, changes); !deleted.empty() && (!confirms || !confirms(deleted)))
-            return "the deletion was not confirmed";
-        return store.write([&](const Database& database) -> std::string {
-            Plan plan;
-            Planner planner(store, database, plan);
-            for (const PHChange& change : changes) std::visit(planner, change);
-            // What deletes comes last: it is the only thing that a failure of the rest must not have begun.
-            std::ranges::stable_partition(plan.files,
-                                          [](const FileChange& file) { return file.kind != FileChange::Kind::trash; });
-            return carryOut(store, database, plan);
-        });
+            why = "the deletion was not confirmed";
+        else
+            why = planAndCarryOut(store, changes, plan);
     } catch (const std::runtime_error& error) {
-        return error.what();
+        why = error.what();
     }
+    if (!why.empty() && !plan.isUnfinished) removePending(store, plan, changes);
+    return why;
 }
 
 }  // namespace tessaly::photos

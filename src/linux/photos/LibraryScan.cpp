@@ -2,10 +2,13 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <set>
 
 #include "linux/imageio/Text.h"
 #include "linux/photos/AssetRows.h"
 #include "linux/photos/RemoteFolder.h"
+#include "linux/photos/Renditions.h"
+#include "platform/Foundation/NSFileManager.h"
 #include "platform/Photos/PHAssetResource.h"
 
 namespace tessaly::photos {
@@ -53,8 +56,12 @@ public:
         });
         for (const Folder& folder : folders()) walk(folder);
         followMoves();
-        const bool isComplete = readTasks();
-        if (isComplete) forgetVanished();
+        if (readTasks()) {
+            forgetVanished();
+            // The videos that lost their photos.
+            if (hasOrphans_) static_cast<void>(readTasks());
+        }
+        if (result_.changedAnything()) sweepRenditions(store_);
         return std::move(result_);
     }
 
@@ -78,33 +85,35 @@ private:
         if (!folder.baseURL.empty()) return walkRemote(folder);
         std::vector<Seen> batch;
         std::size_t count = 0;
+        if (!walkLocal(folder, folder.path, batch, count)) return;
+        note(folder, batch);
+        result_.seen += count;
+        finishWalk(folder, count);
+    }
+
+    /// False when the folder cannot be read. One below it that cannot keeps no other from being walked.
+    bool walkLocal(const Folder& folder, const std::string& at, std::vector<Seen>& batch, std::size_t& count) {
         std::error_code error;
-        fs::recursive_directory_iterator entry(folder.path, fs::directory_options::skip_permission_denied, error);
-        if (error) {
-            result_.problems.push_back({folder.path, error.message()});
-            return;
-        }
-        for (; entry != fs::recursive_directory_iterator(); entry.increment(error)) {
-            if (error) {
-                result_.problems.push_back({folder.path, error.message()});
-                return;
-            }
-            const std::string name = entry->path().filename().string();
+        fs::directory_iterator entry(at, error);
+        for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
             // Hidden folders hold thumbnails, caches and trash, not the user's photos.
-            if (name.starts_with('.')) {
-                if (entry->is_directory(error)) entry.disable_recursion_pending();
+            const std::string path = entry->path().string();
+            if (entry->path().filename().string().starts_with('.')) continue;
+            std::error_code ignored;
+            if (entry->is_directory(ignored)) {
+                if (!entry->is_symlink(ignored) && !fs::equivalent(path, store_.folder(), ignored))
+                    walkLocal(folder, path, batch, count);
                 continue;
             }
-            const std::string path = entry->path().string();
             const auto stamp = FileStamp::of(path);
             if (!stamp) continue;
             batch.push_back({path.substr(folder.path.size() + 1), *stamp});
             ++count;
             if (batch.size() == kBatch) note(folder, batch);
         }
-        note(folder, batch);
-        result_.seen += count;
-        finishWalk(folder, count);
+        const bool isGone = error == std::errc::no_such_file_or_directory && at != folder.path;
+        if (error && !isGone) result_.problems.push_back({at, error.message()});
+        return !error;
     }
 
     void walkRemote(const Folder& folder) {
@@ -119,7 +128,7 @@ private:
         note(folder, batch);
         result_.seen += count;
         if (fault.empty()) return finishWalk(folder, count);
-        result_.problems.push_back({folder.baseURL, fault});
+        result_.problems.push_back({shownURL(folder.baseURL), fault});
     }
 
     void note(const Folder& folder, std::vector<Seen>& batch) {
@@ -150,6 +159,7 @@ private:
 
     /// The same inode, size and time under another name is the same file.
     void followMoves() {
+        const FileLock lock = store_.lockFiles();
         store_.write([&](const Database& database) {
             Transaction transaction(database);
             Statement moved = database.prepare(
@@ -158,7 +168,7 @@ private:
                 "NOT EXISTS (SELECT 1 FROM files AS known WHERE known.folder = seen.folder AND known.path = seen.path) "
                 "AND "
                 "NOT EXISTS (SELECT 1 FROM seen AS still WHERE still.folder = files.folder AND still.path = "
-                "files.path)");
+                "files.path) AND seen.folder IN (SELECT id FROM folders)");
             struct Move {
                 std::int64_t file, folder;
                 std::string path;
@@ -166,10 +176,16 @@ private:
             std::vector<Move> moves;
             while (moved.step()) moves.push_back({moved.integer(0), moved.integer(1), moved.text(2)});
             moved.reset();
-            // Two names of one file (hard links) follow one move only.
-            Statement update = database.prepare("UPDATE OR IGNORE files SET folder = ?, path = ? WHERE id = ?");
-            for (const Move& move : moves) update.bind(move.folder, move.path, move.file).run();
-            result_.moved += moves.size();
+            // Several names of one file (hard links) follow one move each.
+            std::set<std::int64_t> followed;
+            std::set<std::pair<std::int64_t, std::string>> taken;
+            Statement update = database.prepare("UPDATE files SET folder = ?, path = ? WHERE id = ?");
+            for (const Move& move : moves) {
+                if (followed.contains(move.file) || !taken.emplace(move.folder, move.path).second) continue;
+                followed.insert(move.file);
+                update.bind(move.folder, move.path, move.file).run();
+            }
+            result_.moved += followed.size();
             transaction.commit();
         });
     }
@@ -218,62 +234,139 @@ private:
     void read(const Folder& folder, const Task& task, std::vector<Reading>& readings) {
         if (folder.baseURL.empty()) {
             const std::string path = folder.path + "/" + task.path;
-            readings.push_back({task, AssetFacts::read(path, task.stamp), headHash(path, task.stamp.size)});
+            const std::int64_t head = headHash(path, task.stamp.size);
+            // A photo that nobody may read now is still one, and may be read another time.
+            if (head == 0 && task.stamp.size > 0) {
+                if (FileStamp::of(path)) result_.problems.push_back({path, "cannot be read"});
+                return;
+            }
+            readings.push_back({task, AssetFacts::read(path, task.stamp), head});
             return;
         }
-        std::string fault;
-        auto facts = readRemoteFile(folder.baseURL, task.path, task.stamp, store_.pendingFolder(), fault);
-        if (!facts) return result_.problems.push_back({folder.baseURL + "/" + task.path, fault});
-        readings.push_back({task, std::move(*facts), 0});
+        readRemote(folder, task, readings);
+    }
+
+    /// A server that went away is not asked for every one of its files: the next scan does that.
+    void readRemote(const Folder& folder, const Task& task, std::vector<Reading>& readings) {
+        if (away_.contains(folder.id)) return;
+        RemoteReading reading = readRemoteFile(folder.baseURL, task.path, task.stamp, store_.pendingFolder());
+        if (!reading.facts) {
+            if (reading.isServerAway) away_.insert(folder.id);
+            return result_.problems.push_back({shownURL(folder.baseURL) + "/" + task.path, reading.fault});
+        }
+        dropOldCopy(folder, task);
+        readings.push_back({task, std::move(*reading.facts), 0});
+        renditions_.push_back({task.folder, task.path, std::move(reading.rendition)});
+    }
+
+    /// What was fetched before the file changed on the server is not the photo any more. What was changed here stays.
+    void dropOldCopy(const Folder& folder, const Task& task) {
+        if (task.file == 0) return;
+        FileStamp old;
+        store_.read([&](const Database& database) {
+            Statement row = database.prepare("SELECT size, changed FROM files WHERE id = ?");
+            row.bind(task.file);
+            if (row.step()) old = {static_cast<std::uint64_t>(row.integer(0)), row.integer(1), 0};
+        });
+        const std::string local = folder.path + "/" + task.path;
+        if (isFetchedCopy(local, old)) NSFileManager::removeItemAtPath(local);
     }
 
     void put(const std::vector<Reading>& readings) {
+        const FileLock lock = store_.lockFiles();
         store_.write([&](const Database& database) {
             Transaction transaction(database);
             for (const Reading& reading : readings) putOne(database, reading);
             transaction.commit();
         });
+        for (const Rendition& each : renditions_) keepRendition(store_, each.folder, each.path, each.data);
+        renditions_.clear();
+    }
+
+    /// Whether the row is still what it was when the file was chosen to be read. Another program that was quicker has
+    /// read the file, or changed it: the next scan sees to that.
+    static bool isCurrent(const Database& database, const Task& task) {
+        Statement row = database.prepare(
+            "SELECT COALESCE(files.id, 0), COALESCE(asset, 0) FROM folders LEFT JOIN files ON files.folder = "
+            "folders.id AND files.path = ? WHERE folders.id = ?");
+        row.bind(task.path, task.folder);
+        return row.step() && row.integer(0) == task.file && row.integer(1) == task.asset;
     }
 
     void putOne(const Database& database, const Reading& reading) {
         const auto& [task, facts, head] = reading;
-        if (task.file == 0 && facts.mediaType != 0 && followCopy(database, reading)) {
+        if (!isCurrent(database, task)) return;
+        if (task.asset == 0 && facts.mediaType != 0 && followCopy(database, reading)) {
             ++result_.moved;
             return;
         }
         std::int64_t asset = task.asset;
         const bool isPaired = asset != 0 && database.integer("SELECT type FROM files WHERE id = ?", task.file) ==
                                                 PHAssetResourceTypePairedVideo;
-        if (facts.mediaType == 0) {
-            if (asset != 0 && !isPaired) database.run("DELETE FROM assets WHERE id = ?", asset);
-            return putFile(database, reading, 0, 0);
-        }
-        if (isPaired && facts.mediaType == PHAssetMediaTypeVideo)
-            return putFile(database, reading, asset, PHAssetResourceTypePairedVideo);
-        if (asset == 0 || isPaired) {
-            asset = insertAsset(database, newIdentifier(kAssetSuffix), facts, task.stamp);
-            ++result_.added;
-        } else {
-            updateAsset(database, asset, facts, task.stamp);
+        if (isPaired && facts.mediaType == PHAssetMediaTypeVideo) {
             ++result_.changed;
+            return putFile(database, reading, asset, PHAssetResourceTypePairedVideo);
         }
-        putFile(database, reading, asset, facts.mediaType);
-        updateLiveness(database, asset);
-        joinLivePhoto(database, asset);
+        if (facts.mediaType == 0) {
+            if (asset != 0 && !isPaired) forgetAsset(database, asset);
+            putFile(database, reading, 0, 0);
+        } else {
+            if (asset == 0 || isPaired) {
+                asset = insertAsset(database, newIdentifier(kAssetSuffix), facts, task.stamp);
+                ++result_.added;
+            } else {
+                updateAsset(database, asset, facts, task.stamp);
+                ++result_.changed;
+            }
+            putFile(database, reading, asset, facts.mediaType);
+            updateLiveness(database, asset);
+            joinLivePhoto(database, asset);
+        }
+        if (!isPaired) return;
+        updateLiveness(database, task.asset);
+        ++result_.changed;
+    }
+
+    /// With its row go its albums; a video that is left behind is read again, as a video of its own.
+    void forgetAsset(const Database& database, std::int64_t asset) {
+        if (database.integer("SELECT 1 FROM files WHERE asset = ? AND type = 9", asset)) hasOrphans_ = true;
+        database.run("UPDATE files SET asset = NULL, changed = -1 WHERE asset = ?", asset);
+        database.run("DELETE FROM assets WHERE id = ?", asset);
+        ++result_.removed;
+    }
+
+    /// Whether the file is really not there, rather than not seen: in a folder that may not be read now, or made by
+    /// another program after the walk.
+    static bool isGone(const std::string& folder, const std::string& path, bool isRemote) {
+        if (isRemote) return true;
+        std::error_code error;
+        const fs::file_status status = fs::status(folder + "/" + path, error);
+        if (fs::status_known(status)) return !fs::is_regular_file(status);
+        return error == std::errc::too_many_symbolic_link_levels;
     }
 
     /// A file that vanished elsewhere and has the same size and first bytes was moved across file systems.
     bool followCopy(const Database& database, const Reading& reading) {
         const auto& [task, facts, head] = reading;
         if (head == 0) return false;
-        const auto file = database.integer(
-            "SELECT id FROM files WHERE head = ? AND size = ? AND asset IS NOT NULL AND folder IN (SELECT folder FROM "
-            "walked) "
-            "AND NOT EXISTS (SELECT 1 FROM seen WHERE seen.folder = files.folder AND seen.path = files.path) LIMIT 1",
-            head, static_cast<std::int64_t>(task.stamp.size));
-        if (!file) return false;
-        database.run("UPDATE files SET folder = ?, path = ?, changed = ?, inode = ? WHERE id = ?", task.folder,
-                     task.path, task.stamp.changed, static_cast<std::int64_t>(task.stamp.inode), *file);
+        Statement rows = database.prepare(
+            "SELECT files.id, asset, type, folders.path, files.path, base_url IS NOT NULL FROM files JOIN folders ON "
+            "folders.id = folder WHERE head = ? AND size = ? AND asset IS NOT NULL AND folder IN (SELECT folder FROM "
+            "walked) AND NOT EXISTS (SELECT 1 FROM seen WHERE seen.folder = files.folder AND seen.path = files.path)");
+        rows.bind(head, static_cast<std::int64_t>(task.stamp.size));
+        bool isFound = false;
+        while (!isFound && rows.step()) isFound = isGone(rows.text(3), rows.text(4), rows.integer(5) != 0);
+        if (!isFound) return false;
+        const std::int64_t file = rows.integer(0);
+        const std::int64_t asset = rows.integer(1);
+        const std::int64_t type = rows.integer(2);
+        rows.reset();
+        database.run("DELETE FROM files WHERE folder = ? AND path = ?", task.folder, task.path);
+        database.run("UPDATE files SET folder = ?, path = ? WHERE id = ?", task.folder, task.path, file);
+        putFile(database, reading, asset, type);
+        if (type == PHAssetResourceTypePairedVideo) return true;
+        updateAsset(database, asset, facts, task.stamp);
+        updateLiveness(database, asset);
         return true;
     }
 
@@ -292,30 +385,29 @@ private:
 
     /// An asset goes with its photo or video; a live photo that lost its moving part is a photo.
     void forgetVanished() {
+        const FileLock lock = store_.lockFiles();
         store_.write([&](const Database& database) {
             Transaction transaction(database);
-            constexpr const char* kVanished =
-                "folder IN (SELECT folder FROM walked) AND NOT EXISTS (SELECT 1 FROM seen WHERE "
-                "seen.folder = files.folder AND seen.path = files.path)";
-            Statement rows =
-                database.prepare("SELECT id, COALESCE(asset, 0), type FROM files WHERE " + std::string(kVanished));
+            Statement rows = database.prepare(
+                "SELECT files.id, COALESCE(asset, 0), type, folders.path, files.path, base_url IS NOT NULL FROM files "
+                "JOIN folders ON folders.id = folder WHERE folder IN (SELECT folder FROM walked) AND NOT EXISTS "
+                "(SELECT 1 FROM seen WHERE seen.folder = files.folder AND seen.path = files.path)");
             struct Gone {
                 std::int64_t file, asset, type;
             };
             std::vector<Gone> gone;
-            while (rows.step()) gone.push_back({rows.integer(0), rows.integer(1), rows.integer(2)});
+            while (rows.step())
+                if (isGone(rows.text(3), rows.text(4), rows.integer(5) != 0))
+                    gone.push_back({rows.integer(0), rows.integer(1), rows.integer(2)});
             rows.reset();
             for (const Gone& file : gone) {
                 database.run("DELETE FROM files WHERE id = ?", file.file);
                 if (file.asset == 0) continue;
-                if (file.type == PHAssetResourceTypePairedVideo) {
+                if (file.type != PHAssetResourceTypePairedVideo) {
+                    forgetAsset(database, file.asset);
+                } else {
                     updateLiveness(database, file.asset);
                     ++result_.changed;
-                } else {
-                    // A video that is left behind is read again, as a video of its own.
-                    database.run("UPDATE files SET asset = NULL, changed = -1 WHERE asset = ?", file.asset);
-                    database.run("DELETE FROM assets WHERE id = ?", file.asset);
-                    ++result_.removed;
                 }
             }
             transaction.commit();
@@ -326,27 +418,71 @@ private:
     const std::function<bool(std::size_t)>& progress_;
     ScanResult result_;
     std::size_t read_ = 0;
+    bool hasOrphans_ = false;      ///< Videos whose photo is gone.
+    std::set<std::int64_t> away_;  ///< Folders whose server cannot be reached.
+    struct Rendition {
+        std::int64_t folder;
+        std::string path;
+        Data data;
+    };
+    std::vector<Rendition> renditions_;  ///< Of files that are not put down yet.
+};
+
+/// A photo has one moving part; a copy of a live photo is one of its own.
+constexpr std::string_view kIsAlone =
+    " AND NOT EXISTS (SELECT 1 FROM files AS part WHERE part.asset = assets.id AND part.type = 9)";
+
+/// Where an asset's own file is.
+struct OwnPlace {
+    std::int64_t folder = 0;
+    fs::path parent;
+    std::string stem;
+
+    OwnPlace(std::int64_t folderId, const fs::path& path)
+        : folder(folderId), parent(path.parent_path()), stem(path.stem().string()) {}
+    static std::optional<OwnPlace> of(const Database& database, std::int64_t asset) {
+        Statement own = database.prepare("SELECT folder, path FROM files WHERE asset = ? AND type <> 9");
+        own.bind(asset);
+        return own.step() ? std::optional<OwnPlace>(std::in_place, own.integer(0), own.text(1)) : std::nullopt;
+    }
 };
 
 /// The asset of the other half of a live photo: `wanted` media type, in the same folder, under the same name.
-std::optional<std::int64_t> partnerByName(const Database& database, std::int64_t asset, std::int64_t wanted) {
-    Statement own = database.prepare("SELECT folder, path FROM files WHERE asset = ? AND type <> 9");
-    own.bind(asset);
-    if (!own.step()) return std::nullopt;
-    const std::int64_t folder = own.integer(0);
-    const fs::path path(own.text(1));
-    const std::string stem = (path.parent_path() / path.stem()).string();
+std::optional<std::int64_t> partnerByName(const Database& database, const OwnPlace& own, std::int64_t wanted) {
+    const std::string stem = (own.parent / own.stem).string();
     Statement rows = database.prepare(
         "SELECT asset, path FROM files JOIN assets ON assets.id = asset WHERE folder = ? AND path > ? AND path < ? AND "
         "media_type = ? AND type = media_type AND content_identifier IS NULL AND "
-        "type_identifier IN ('public.jpeg', 'public.heic', 'com.apple.quicktime-movie') AND duration <= ?");
+        "type_identifier IN ('public.jpeg', 'public.heic', 'com.apple.quicktime-movie') AND duration <= ?" +
+        std::string(kIsAlone));
     // Between "name." and "name/" are the names that have only another extension, and longer ones with dots.
-    rows.bind(folder, stem + ".", stem + "/", wanted, kLongestPairedVideo);
+    rows.bind(own.folder, stem + ".", stem + "/", wanted, kLongestPairedVideo);
     while (rows.step()) {
-        const fs::path other(rows.text(1));
-        if ((other.parent_path() / other.stem()).string() == stem) return rows.integer(0);
+        const OwnPlace other(own.folder, rows.text(1));
+        if (other.parent == own.parent && other.stem == own.stem) return rows.integer(0);
     }
     return std::nullopt;
+}
+
+/// The same by the identifier that both carry; of several copies the one that stands next to it.
+std::optional<std::int64_t> partnerByContent(const Database& database, const OwnPlace& own, const std::string& content,
+                                             std::int64_t wanted) {
+    Statement rows = database.prepare(
+        "SELECT assets.id, folder, path FROM assets JOIN files ON files.asset = assets.id AND files.type <> 9 WHERE "
+        "content_identifier = ? AND media_type = ?" +
+        std::string(kIsAlone));
+    rows.bind(content, wanted);
+    std::optional<std::int64_t> best;
+    int nearest = -1;
+    while (rows.step()) {
+        const OwnPlace other(rows.integer(1), rows.text(2));
+        const bool isBeside = other.folder == own.folder && other.parent == own.parent;
+        const int nearness = isBeside ? 1 + (other.stem == own.stem) : 0;
+        if (nearness <= nearest) continue;
+        nearest = nearness;
+        best = rows.integer(0);
+    }
+    return best;
 }
 
 void join(const Database& database, std::int64_t photo, std::int64_t video) {
@@ -360,20 +496,21 @@ void join(const Database& database, std::int64_t photo, std::int64_t video) {
 void joinLivePhoto(const Database& database, std::int64_t asset) {
     Statement row = database.prepare(
         "SELECT media_type, COALESCE(content_identifier, ''), duration, type_identifier FROM assets JOIN files ON "
-        "files.asset = assets.id AND files.type <> 9 WHERE assets.id = ?");
+        "files.asset = assets.id AND files.type <> 9 WHERE assets.id = ?" +
+        std::string(kIsAlone));
     row.bind(asset);
-    if (!row.step()) return;
+    const auto own = OwnPlace::of(database, asset);
+    if (!own || !row.step()) return;
     const bool isVideo = row.integer(0) == PHAssetMediaTypeVideo;
     const std::string content = row.text(1);
     const std::string type = row.text(3);
     const std::int64_t wanted = isVideo ? PHAssetMediaTypeImage : PHAssetMediaTypeVideo;
     std::optional<std::int64_t> partner;
     if (!content.empty())
-        partner = database.integer("SELECT id FROM assets WHERE content_identifier = ? AND media_type = ? LIMIT 1",
-                                   content, wanted);
+        partner = partnerByContent(database, *own, content, wanted);
     else if (isVideo ? type == "com.apple.quicktime-movie" && row.real(2) <= kLongestPairedVideo
                      : type == "public.jpeg" || type == "public.heic")
-        partner = partnerByName(database, asset, wanted);
+        partner = partnerByName(database, *own, wanted);
     row.reset();
     if (partner) join(database, isVideo ? *partner : asset, isVideo ? asset : *partner);
 }

@@ -23,7 +23,7 @@ struct ScanResult {
     [[nodiscard]] bool changedAnything() const noexcept { return added + changed + moved + removed > 0; }
 };
 
-/// Brings the library up to what is in its folders: reads what is new or changed by size, time and inode, follows what
+/// Brings the library up to what is in its folders: reads what is new or changed by size and time, follows what
 /// was moved, forgets what is gone, and joins live photos with their videos. Memory does not grow with the number of
 /// files. A folder that is missing or suddenly empty, as an unmounted disk is, keeps its rows.
 /// @param progress  gets the number of files read so far; false stops early, and what was done so far is kept.

@@ -1,6 +1,14 @@
 #include "linux/photos/LibraryStore.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
+
+#include "platform/Foundation/Log.h"
 
 namespace tessaly::photos {
 namespace {
@@ -32,7 +40,12 @@ void checkNowAndThen(const Database& database, bool isSuspect) {
     const double age = last ? now - Value(*last).doubleValue() : 2 * kDay;
     if (!isSuspect && age >= 0 && age < kDay) return;
     checkWholeness(database);
-    database.run("INSERT OR REPLACE INTO facts VALUES ('checked', ?)", std::to_string(now));
+    try {
+        database.run("INSERT OR REPLACE INTO facts VALUES ('checked', ?)", std::to_string(now));
+    } catch (const DatabaseError& error) {
+        // On a full disk it is checked again next time; it can be read all the same.
+        log("library: %@", error.what());
+    }
 }
 
 Database openedForWriting(const std::string& path) {
@@ -45,8 +58,27 @@ Database openedForWriting(const std::string& path) {
 
 }  // namespace
 
+FileLock::FileLock(const std::string& path, Kind kind)
+    : file_(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)) {
+    if (file_ < 0) throw DatabaseError(path + ": " + std::strerror(errno));
+    while (::flock(file_, kind == Kind::shared ? LOCK_SH : LOCK_EX) != 0 && errno == EINTR) {
+    }
+}
+
+FileLock::~FileLock() {
+    if (file_ >= 0) ::close(file_);
+}
+
+bool FileLock::makeExclusive() { return ::flock(file_, LOCK_EX | LOCK_NB) == 0; }
+
+void FileLock::makeShared() {
+    while (::flock(file_, LOCK_SH) != 0 && errno == EINTR) {
+    }
+}
+
 LibraryStore::LibraryStore(std::string folder)
     : folder_(prepared(std::move(folder))),
+      presence_(folder_ + "/open.lock", FileLock::Kind::shared),
       writer_(openedForWriting(folder_ + "/library.db")),
       reader_(folder_ + "/library.db", Database::Mode::readOnly) {}
 

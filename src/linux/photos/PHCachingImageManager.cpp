@@ -134,10 +134,13 @@ private:
             if (making->options.progressHandler) making->options.progressHandler(progress, error, stop, info);
             if (making->cancelled) stop = true;
         };
-        maker_.requestImageForAsset(making->asset, making->targetSize, making->contentMode, options,
-                                    [self = shared_from_this(), making](const UIImageRef& image, const Dictionary&) {
-                                        self->finish(making, image);
-                                    });
+        maker_.requestImageForAsset(
+            making->asset, making->targetSize, making->contentMode, options,
+            [self = shared_from_this(), making](const UIImageRef& image, const Dictionary& info) {
+                // A small one that stands in for what is elsewhere is not the picture.
+                const bool isPicture = !info[PHImageResultIsDegradedKey].boolValue();
+                self->finish(making, isPicture ? image : nullptr);
+            });
     }
 
     void finish(const MakingRef& making, const UIImageRef& image) {

@@ -368,6 +368,20 @@ void deliverFrame(const ImageRequestRef& request, const Located& file) {
     deliver(bitmap, error);
 }
 
+/// The small picture that the library keeps of what is elsewhere; null for none, and when the file is here.
+UIImageRef standIn(const ImageRequest& request) {
+    if (!request.asset) return nullptr;
+    const std::string path = request.library->rendition(request.asset->localIdentifier);
+    if (path.empty()) return nullptr;
+    const auto type = isVideo(*request.asset) ? PHAssetResourceTypeVideo : PHAssetResourceTypePhoto;
+    const PHAssetContent content = request.library->content(request.asset->localIdentifier, type, false, {});
+    const auto source = content.isInCloud && content.path.empty() ? CGImageSourceCreateWithURL(path) : nullptr;
+    if (!source) return nullptr;
+    const PicturePlan plan = planOf(request, uprightSize(source, *request.asset));
+    std::string ignored;
+    return cutTo(plan.exact, decoded(source, plan.longerSide, ignored));
+}
+
 void deliverImage(const ImageRequestRef& request) {
     if (request->isCancelled()) return request->deliver(nullptr, {});
     if (request->kept) {
@@ -375,6 +389,13 @@ void deliverImage(const ImageRequestRef& request) {
         if (isEnough || request->isFast()) return request->deliver(request->kept, {}, !isEnough);
         if (request->wantsQuickFirst()) request->deliverQuick(request->kept, {});
     }
+    const Located elsewhere{.path = "", .typeIdentifier = "", .isInCloud = true, .error = ""};
+    const bool mayFetch = request->networkAccessAllowed;
+    if (!mayFetch || request->isFast() || (request->wantsQuickFirst() && !request->kept))
+        if (const UIImageRef image = standIn(*request); image && !request->isCancelled()) {
+            if (!mayFetch || request->isFast()) return request->deliver(image, elsewhere, true);
+            request->deliverQuick(image, elsewhere);
+        }
     const Located file = locate(*request);
     if (file.path.empty() || request->isCancelled()) return request->deliver(nullptr, file);
     if (isVideo(*request->asset)) return deliverFrame(request, file);

@@ -8,6 +8,7 @@
 #include "linux/photos/FolderWatcher.h"
 #include "linux/photos/LibraryChanges.h"
 #include "linux/photos/RemoteFolder.h"
+#include "linux/photos/Renditions.h"
 #include "platform/Foundation/Dispatch.h"
 #include "platform/Foundation/Log.h"
 #include "platform/Foundation/NSFileManager.h"
@@ -35,6 +36,27 @@ std::string guarded(const Work& work) {
     } catch (const DatabaseError& error) {
         return error.what();
     }
+}
+
+/// A file of an asset that is here, though its original is on a server.
+struct LocalCopy {
+    std::string local;
+    std::string baseURL;
+    std::string path;  ///< Below both.
+    FileStamp stamp;
+};
+
+std::vector<LocalCopy> localCopies(const Database& database, const std::string& identifier) {
+    Statement rows = database.prepare(
+        "SELECT folders.path || '/' || files.path, base_url, files.path, size, changed FROM files JOIN folders ON "
+        "folders.id = folder JOIN assets ON assets.id = asset WHERE local_identifier = ? AND base_url IS NOT NULL");
+    rows.bind(identifier);
+    std::vector<LocalCopy> copies;
+    while (rows.step())
+        if (const std::string local = rows.text(0); NSFileManager::fileExistsAtPath(local))
+            copies.push_back(
+                {local, rows.text(1), rows.text(2), {static_cast<std::uint64_t>(rows.integer(3)), rows.integer(4), 0}});
+    return copies;
 }
 
 }  // namespace
@@ -120,7 +142,10 @@ std::string PhotoLibrary::removeFolder(const std::string& path) {
             return {};
         });
     });
-    if (why.empty()) tellObservers();
+    if (why.empty()) {
+        sweepRenditions(*store_);
+        tellObservers();
+    }
     return why;
 }
 
@@ -256,12 +281,13 @@ PHAssetContent PhotoLibrary::content(const std::string& identifier, std::int64_t
     PHAssetContent content;
     std::string below;
     std::string baseURL;
-    std::uint64_t size = 0;
+    FileStamp stamp;
     content.error = guarded([&]() -> std::string {
         return store_->read([&](const Database& database) -> std::string {
             Statement row = database.prepare(
                 "SELECT folders.path, files.path, COALESCE(base_url, ''), type, type_identifier, size, "
-                "COALESCE(embedded_at, 0) FROM files JOIN folders ON folders.id = folder JOIN assets ON assets.id = "
+                "COALESCE(embedded_at, 0), changed FROM files JOIN folders ON folders.id = folder JOIN assets ON "
+                "assets.id = "
                 "asset "
                 "WHERE local_identifier = ?1 AND (type = ?2 OR (?2 = 9 AND embedded_at IS NOT NULL)) ORDER BY type "
                 "DESC");
@@ -270,7 +296,7 @@ PHAssetContent PhotoLibrary::content(const std::string& identifier, std::int64_t
             below = row.text(1);
             content.path = row.text(0) + "/" + below;
             baseURL = row.text(2);
-            size = static_cast<std::uint64_t>(row.integer(5));
+            stamp = {static_cast<std::uint64_t>(row.integer(5)), row.integer(7), 0};
             const bool isEmbedded = row.integer(3) != resourceType;
             content.typeIdentifier = isEmbedded ? "public.mpeg-4" : row.text(4);
             content.offset = isEmbedded ? static_cast<std::uint64_t>(row.integer(6)) : 0;
@@ -286,12 +312,39 @@ PHAssetContent PhotoLibrary::content(const std::string& identifier, std::int64_t
     }
     content.isInCloud = true;
     if (!mayFetch) return content;
-    content.error = fetchRemoteFile(baseURL, below, size, path, progress);
+    content.error = fetchRemoteFile(baseURL, below, stamp, path, progress);
     if (content.error.empty()) {
         content.path = path;
         content.isInCloud = false;
     }
     return content;
+}
+
+std::string PhotoLibrary::rendition(const std::string& identifier) const {
+    std::string path = renditionPath(*store_, identifier);
+    return NSFileManager::fileExistsAtPath(path) ? path : std::string();
+}
+
+std::string PhotoLibrary::evict(const std::string& identifier) {
+    std::vector<LocalCopy> copies;
+    std::string why = guarded([&] {
+        store_->read([&](const Database& database) { copies = localCopies(database, identifier); });
+        return std::string();
+    });
+    if (!why.empty()) return why;
+    if (copies.empty()) return "nothing of the photo was fetched from a server";
+    // All of a live photo, or nothing of it.
+    for (const LocalCopy& copy : copies) {
+        if (!isFetchedCopy(copy.local, copy.stamp)) return copy.local + ": was changed here, and is kept";
+        why = checkRemoteFile(copy.baseURL, copy.path, copy.stamp.size);
+        if (!why.empty()) return why;
+    }
+    for (const LocalCopy& copy : copies)
+        // The server may have taken its time.
+        if (!isFetchedCopy(copy.local, copy.stamp) || !NSFileManager::removeItemAtPath(copy.local))
+            return copy.local + ": cannot be removed";
+    tellObservers();
+    return {};
 }
 
 std::optional<PHPhotoLibrary::Original> PhotoLibrary::original(const std::string& identifier) const {

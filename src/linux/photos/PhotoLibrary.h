@@ -39,6 +39,10 @@ public:
     /// The asset behind a file of the library; nullopt for none.
     [[nodiscard]] std::optional<std::string> identifierOfFile(const std::string& path) const;
 
+    /// Removes the local copy of a photo that was fetched from a server, as long as it is what the server still has. ""
+    /// or what is wrong.
+    [[nodiscard]] std::string evict(const std::string& identifier);
+
     ScanResult scan(const std::function<bool(std::size_t read)>& progress = {});
     /// Scans by itself, as soon as something changes in the folders, until the library is destroyed.
     void startWatching();
@@ -59,6 +63,7 @@ public:
     [[nodiscard]] std::vector<PHAssetResource> resources(const std::string& identifier) const override;
     [[nodiscard]] PHAssetContent content(const std::string& identifier, std::int64_t resourceType, bool mayFetch,
                                          const std::function<bool(double)>& progress) const override;
+    [[nodiscard]] std::string rendition(const std::string& identifier) const override;
     [[nodiscard]] std::optional<Original> original(const std::string& identifier) const override;
     [[nodiscard]] std::string newPendingFile(const std::string& extension) const override;
 

@@ -65,12 +65,14 @@ private:
         return column && column->kind != SqlColumn::Kind::existence && say(column->sql);
     }
 
-    /// The two sides must be of one kind: SQL orders a number before any text.
-    [[nodiscard]] bool isText(const PredicateExpression& side) const {
-        if (side.kind == Kind::constant) return side.value.isString();
+    /// The two sides must be of one kind: SQL orders a number before any text, and takes dates for numbers.
+    [[nodiscard]] SqlColumn::Kind kindOf(const PredicateExpression& side) const {
+        using enum SqlColumn::Kind;
+        if (side.kind == Kind::constant) return side.value.isString() ? text : side.value.isDate() ? date : number;
         const SqlColumn* column = columnOf(side.keyPath, columns_);
-        return column && column->kind == SqlColumn::Kind::text;
+        return column ? column->kind : existence;
     }
+    [[nodiscard]] bool isText(const PredicateExpression& side) const { return kindOf(side) == SqlColumn::Kind::text; }
     [[nodiscard]] static bool isNull(const PredicateExpression& side) {
         return side.kind == Kind::constant && side.value.isNull();
     }
@@ -87,7 +89,7 @@ private:
     }
 
     bool binary(const PredicateComparison& comparison, std::string_view word) {
-        if (isText(comparison.left) != isText(comparison.right)) return false;
+        if (kindOf(comparison.left) != kindOf(comparison.right)) return false;
         return side(comparison.left) && say(word) && side(comparison.right);
     }
 
@@ -126,10 +128,10 @@ private:
 
     bool isIn(const PredicateComparison& comparison) {
         if (comparison.right.kind != Kind::aggregate) return false;
-        const bool text = isText(comparison.left);
+        const SqlColumn::Kind kind = kindOf(comparison.left);
         if (!side(comparison.left) || !say(" IN (")) return false;
         for (const PredicateExpression& element : comparison.right.elements) {
-            if (isNull(element) || isText(element) != text) return false;
+            if (isNull(element) || kindOf(element) != kind) return false;
             if (&element != &comparison.right.elements.front()) say(", ");
             if (!side(element)) return false;
         }

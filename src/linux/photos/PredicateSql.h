@@ -13,7 +13,12 @@ namespace tessaly::photos {
 struct SqlColumn {
     std::string_view key;
     std::string_view sql;
-    enum class Kind : std::uint8_t { number, text, existence } kind;  ///< Of existence only "is it there" can be asked.
+    enum class Kind : std::uint8_t {
+        number,
+        text,
+        date,
+        existence
+    } kind;  ///< Of existence only "is it there" can be asked.
 };
 
 struct SqlCondition {

@@ -1,13 +1,15 @@
 #include "linux/photos/RemoteFolder.h"
 
-#include <unistd.h>
+#include <fcntl.h>
+#include <sys/stat.h>
 
 #include <algorithm>
-#include <charconv>
-#include <chrono>
+#include <filesystem>
+#include <vector>
 
-#include "linux/foundation/CivilTime.h"
 #include "linux/photos/AssetRows.h"
+#include "linux/photos/Renditions.h"
+#include "linux/photos/WebDav.h"
 #include "linux/remote/Download.h"
 #include "platform/Foundation/NSFileManager.h"
 #include "platform/Foundation/PropertyList.h"
@@ -15,9 +17,13 @@
 namespace tessaly::photos {
 namespace {
 
+using Kind = DownloadFault::Kind;
+
 /// A folder's index of more than this is not one.
-constexpr std::size_t kIndexLimit = std::size_t{64} * 1024 * 1024;
-constexpr int kDepthLimit = 32;
+constexpr std::size_t kIndexLimit = std::size_t{128} * 1024 * 1024;
+constexpr std::size_t kDepthLimit = 32;
+constexpr std::size_t kFolderLimit = 50'000;
+constexpr std::size_t kFileLimit = 5'000'000;
 
 std::string faultText(const DownloadFault& fault) {
     std::string text(describe(fault.kind));
@@ -25,20 +31,18 @@ std::string faultText(const DownloadFault& fault) {
     return text;
 }
 
-/// "Wed, 21 Oct 2015 07:28:00 GMT" (RFC 9110, 5.6.7), in nanoseconds since 1970; 0 for anything else.
-std::int64_t timeOf(std::string_view text) {
-    constexpr std::string_view kMonths = "JanFebMarAprMayJunJulAugSepOctNovDec";
-    if (text.size() < 25 || text[3] != ',') return 0;
-    const auto number = [&](std::size_t at, std::size_t length) {
-        int value = -1;
-        std::from_chars(text.data() + at, text.data() + at + length, value);
-        return value;
-    };
-    const std::size_t month = kMonths.find(text.substr(8, 3));
-    if (month == std::string_view::npos || month % 3 != 0) return 0;
-    const auto seconds = secondsOfCivilTime(number(12, 4), static_cast<int>(month / 3) + 1, number(5, 2), number(17, 2),
-                                            number(20, 2), number(23, 2));
-    return seconds ? static_cast<std::int64_t>(*seconds) * 1'000'000'000 : 0;
+std::string indexFaultText(const DownloadFault& fault) {
+    return fault.kind == Kind::wrongLength ? "The server's list of the folder is too large" : faultText(fault);
+}
+
+/// The server answers, but not to this question.
+bool knowsNoWebDav(const DownloadFault& fault) {
+    const bool isAnswer = fault.kind == Kind::refused || fault.kind == Kind::notFound;
+    return isAnswer && fault.status != 0 && fault.status != 401 && (fault.status < 500 || fault.status == 501);
+}
+
+std::string_view textIn(const std::vector<std::byte>& content) {
+    return {reinterpret_cast<const char*>(content.data()), content.size()};
 }
 
 class Listing {
@@ -46,63 +50,176 @@ public:
     Listing(std::string baseURL, const std::function<void(const RemoteFile&)>& visit)
         : baseURL_(std::move(baseURL)), visit_(visit) {}
 
-    std::string list(const std::string& folder, int depth) {
-        if (depth > kDepthLimit) return {};
-        DownloadRequest request;
-        request.url = urlByAppending(baseURL_, folder.empty() ? "/" : folder + "/");
-        std::vector<std::byte> content;
-        if (const auto fault = downloadToMemory(request, kIndexLimit, content)) return faultText(fault);
-        const auto index = valueFromPropertyList({reinterpret_cast<const char*>(content.data()), content.size()});
-        if (!index || !index->isArray()) return "the server makes no JSON index of the folder";
-        for (const Value& entry : index->array())
-            if (std::string why = take(entry.dictionary(), folder, depth); !why.empty()) return why;
-        return {};
+    std::string list(const std::string& folder) {
+        if (above_.size() > kDepthLimit) return {};
+        if (++folders_ > kFolderLimit) return "The server lists folders without end";
+        std::vector<RemoteEntry> entries;
+        if (std::string why = fill(folder, entries); !why.empty()) return why;
+        if (isLoop(entries)) return {};
+        above_.push_back(std::move(entries));
+        std::string why;
+        // By number: the list of lists grows while this one is gone through.
+        const std::size_t own = above_.size() - 1;
+        for (std::size_t i = 0; i < above_[own].size() && why.empty(); ++i) {
+            const RemoteEntry entry = above_[own][i];
+            const std::string path = folder.empty() ? entry.name : folder + "/" + entry.name;
+            if (entry.isFolder) {
+                why = list(path);
+            } else if (entry.size > 0) {
+                if (++files_ > kFileLimit) return "The server lists files without end";
+                visit_({path, entry.size, entry.changed});
+            }
+        }
+        above_.pop_back();
+        return why;
     }
 
 private:
-    std::string take(const Dictionary& entry, const std::string& folder, int depth) {
-        const std::string name(entry["name"].string());
-        // A name with a slash would lead out of the folder.
-        if (name.empty() || name.starts_with('.') || name.find('/') != std::string::npos) return {};
-        const std::string path = folder.empty() ? name : folder + "/" + name;
-        if (entry["type"].string() == "directory") return list(path, depth + 1);
-        const std::int64_t size = entry["size"].integerValue();
-        if (entry["type"].string() == "file" && size > 0)
-            visit_({path, static_cast<std::uint64_t>(size), timeOf(entry["mtime"].string())});
+    /// A folder that is linked into itself looks the same each time.
+    bool isLoop(const std::vector<RemoteEntry>& entries) const {
+        return entries.size() > 1 && std::ranges::find(above_, entries) != above_.end();
+    }
+
+    std::string fill(const std::string& folder, std::vector<RemoteEntry>& entries) {
+        DownloadRequest request;
+        request.url = urlByAppending(baseURL_, folder.empty() ? "/" : folder + "/");
+        if (usesWebDav_) {
+            const auto answer = fillByWebDav(request, entries);
+            if (answer) return *answer;
+            // What the first folder does not know, the others do not; what it knows, they do.
+            if (folders_ > 1) return "The server does not list the folder";
+            usesWebDav_ = false;
+        }
+        return fillByIndex(request, entries);
+    }
+
+    /// nullopt where the server does not know WebDAV.
+    static std::optional<std::string> fillByWebDav(DownloadRequest request, std::vector<RemoteEntry>& entries) {
+        std::string url = request.url;
+        request.method = "PROPFIND";
+        request.body = propertyRequest();
+        request.headers = {"Depth: 1", "Content-Type: application/xml; charset=utf-8"};
+        request.finalURL = &url;
+        std::vector<std::byte> content;
+        if (const auto fault = downloadToMemory(request, kIndexLimit, content)) {
+            if (knowsNoWebDav(fault)) return std::nullopt;
+            return indexFaultText(fault);
+        }
+        return readMultistatus(textIn(content), url, entries);
+    }
+
+    static std::string fillByIndex(const DownloadRequest& request, std::vector<RemoteEntry>& entries) {
+        std::vector<std::byte> content;
+        if (const auto fault = downloadToMemory(request, kIndexLimit, content)) return indexFaultText(fault);
+        const auto index = valueFromPropertyList(textIn(content));
+        if (!index || !index->isArray()) return "The server makes no list of the folder";
+        for (const Value& value : index->array()) {
+            const Dictionary& row = value.dictionary();
+            const bool isFolder = row["type"].string() == "directory";
+            if (!isVisibleName(row["name"].string()) || (!isFolder && row["type"].string() != "file")) continue;
+            RemoteEntry entry;
+            entry.name = row["name"].string();
+            entry.isFolder = isFolder;
+            entry.size = static_cast<std::uint64_t>(std::max<std::int64_t>(0, row["size"].integerValue()));
+            entry.changed = timeOfHttpDate(row["mtime"].string());
+            entries.push_back(std::move(entry));
+        }
         return {};
     }
 
     std::string baseURL_;
     const std::function<void(const RemoteFile&)>& visit_;
+    bool usesWebDav_ = true;
+    std::size_t folders_ = 0;
+    std::size_t files_ = 0;
+    std::vector<std::vector<RemoteEntry>> above_;  ///< What is in the folders on the way to this one.
 };
+
+DownloadFault fetch(const DownloadRequest& request, const std::string& target, std::int64_t changed) {
+    DownloadFault fault = download(request, target);
+    if (fault) return fault;
+    constexpr std::int64_t kSecond = 1'000'000'000;
+    const timespec time{changed / kSecond, changed % kSecond};
+    const timespec times[]{{0, UTIME_OMIT}, time};
+    static_cast<void>(::utimensat(AT_FDCWD, target.c_str(), times, 0));
+    return fault;
+}
+
+DownloadRequest requestOf(const std::string& baseURL, const std::string& path, std::uint64_t size) {
+    DownloadRequest request;
+    request.url = urlByAppending(baseURL, path);
+    request.expectedSize = size;
+    return request;
+}
+
+std::string makeFolderOf(const std::string& file) {
+    const std::string folder = file.substr(0, file.rfind('/'));
+    if (NSFileManager::fileExistsAtPath(folder)) return {};
+    const std::string why = NSFileManager::createDirectoryAtPath(folder);
+    return why.empty() ? why : folder + ": " + why;
+}
+
+std::string described(const DownloadRequest& request, const DownloadFault& fault) {
+    return shownURL(request.url) + ": " + faultText(fault);
+}
 
 }  // namespace
 
 std::string listRemoteFolder(const std::string& baseURL, const std::function<void(const RemoteFile&)>& visit) {
-    return Listing(baseURL, visit).list({}, 0);
+    return Listing(baseURL, visit).list({});
 }
 
-std::string fetchRemoteFile(const std::string& baseURL, const std::string& path, std::uint64_t size,
+std::string fetchRemoteFile(const std::string& baseURL, const std::string& path, const FileStamp& stamp,
                             const std::string& target, const std::function<bool(double)>& progress) {
-    const std::string folder = target.substr(0, target.rfind('/'));
-    if (!NSFileManager::fileExistsAtPath(folder))
-        if (std::string why = NSFileManager::createDirectoryAtPath(folder); !why.empty()) return folder + ": " + why;
-    DownloadRequest request;
-    request.url = urlByAppending(baseURL, path);
-    if (size > 0) request.expectedSize = size;
+    if (std::string why = makeFolderOf(target); !why.empty()) return why;
+    DownloadRequest request = requestOf(baseURL, path, stamp.size);
     request.progress = progress;
-    const auto fault = download(request, target);
-    return fault ? request.url + ": " + faultText(fault) : std::string();
+    const auto fault = fetch(request, target, stamp.changed);
+    return fault ? described(request, fault) : std::string();
 }
 
-std::optional<AssetFacts> readRemoteFile(const std::string& baseURL, const std::string& path, const FileStamp& stamp,
-                                         const std::string& folder, std::string& fault) {
-    const std::string local = folder + "/" + newIdentifier({}) + "-" + path.substr(path.rfind('/') + 1);
-    fault = fetchRemoteFile(baseURL, path, stamp.size, local, {});
-    if (!fault.empty()) return std::nullopt;
-    AssetFacts facts = AssetFacts::read(local, stamp);
-    ::unlink(local.c_str());
-    return facts;
+RemoteReading readRemoteFile(const std::string& baseURL, const std::string& path, const FileStamp& stamp,
+                             const std::string& folder) {
+    RemoteReading reading;
+    // Under its own name, and its folder's: some photos are known by them.
+    const std::string own = folder + "/" + newIdentifier({});
+    const std::string local = own + "/" + path;
+    reading.fault = makeFolderOf(local);
+    if (reading.fault.empty()) {
+        const DownloadRequest request = requestOf(baseURL, path, stamp.size);
+        if (const auto fault = fetch(request, local, stamp.changed)) {
+            reading.fault = faultText(fault);
+            reading.isServerAway = fault.kind == Kind::unreachable || fault.kind == Kind::insecure;
+        } else {
+            reading.facts = AssetFacts::read(local, stamp);
+            reading.rendition = makeRendition(local, reading.facts->mediaType);
+        }
+    }
+    std::error_code ignored;
+    std::filesystem::remove_all(own, ignored);
+    return reading;
+}
+
+bool isFetchedCopy(const std::string& local, const FileStamp& stamp) {
+    const auto own = FileStamp::of(local);
+    return own && own->size == stamp.size && own->changed == stamp.changed;
+}
+
+std::string checkRemoteFile(const std::string& baseURL, const std::string& path, std::uint64_t size) {
+    DownloadRequest request = requestOf(baseURL, path, size);
+    request.method = "HEAD";
+    std::vector<std::byte> nothing;
+    const auto fault = downloadToMemory(request, 0, nothing);
+    return fault ? described(request, fault) : std::string();
+}
+
+std::string shownURL(const std::string& url) {
+    const auto scheme = url.find("://");
+    if (scheme == std::string::npos) return url;
+    const auto host = scheme + 3;
+    const auto end = std::min(url.find_first_of("/?#", host), url.size());
+    const auto at = url.rfind('@', end);
+    return at == std::string::npos || at < host ? url : url.substr(0, host) + url.substr(at + 1);
 }
 
 }  // namespace tessaly::photos

@@ -164,10 +164,8 @@ std::optional<std::string> readMultistatus(std::string_view text, std::string_vi
     if (!outer.root() || localName(outer.root().name()) != "multistatus") return std::nullopt;
     const Place folder = placeOf(url);
     bool isAboutFolder = false;
-    bool isEmpty = true;
     bool isPart = false;
     for (std::string_view each = responses.next(); !each.empty(); each = responses.next()) {
-        isEmpty = false;
         const XmlTree tree(each);
         const XmlTree::Element response = tree.root();
         const auto reference = response ? childNamed(response, "href") : response;
@@ -188,8 +186,8 @@ std::optional<std::string> readMultistatus(std::string_view text, std::string_vi
         readProperties(response, entry);
         entries.push_back(std::move(entry));
     }
-    if (responses.isCut || (!endsWhole(text) && !isEmpty)) return "the server's list of the folder is cut off";
-    if (!isEmpty && !isAboutFolder) return "the server lists another folder than the one it was asked for";
+    if (responses.isCut || !endsWhole(text)) return "the server's list of the folder is cut off";
+    if (!isAboutFolder) return "the server lists another folder than the one it was asked for";
     if (isPart) return "the server keeps a part of the folder to itself";
     return "";
 }

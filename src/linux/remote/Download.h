@@ -42,8 +42,8 @@ struct DownloadRequest {
     /// before, 0 while the size is unknown, 1 at the end. false stops the download. Empty where nobody wants to know.
     std::function<bool(double)> progress;
 
-    /// PROPFIND (RFC 4918, 9.1) succeeds with 207 alone. After HEAD no byte has come: the size that the server announces
-    /// is compared with the expected one.
+    /// PROPFIND (RFC 4918, 9.1) succeeds with 207 alone. After HEAD no byte has come: the size that the server
+    /// announces is compared with the expected one.
     std::string method = "GET";
     std::string body;
     std::vector<std::string> headers;  ///< "Name: value".

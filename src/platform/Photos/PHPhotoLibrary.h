@@ -127,6 +127,8 @@ public:
     /// answers false to stop.
     [[nodiscard]] virtual PHAssetContent content(const std::string& identifier, std::int64_t resourceType,
                                                  bool mayFetch, const std::function<bool(double)>& progress) const = 0;
+    /// A small picture, in a file, of an asset whose own file may be elsewhere; "" for none.
+    [[nodiscard]] virtual std::string rendition(const std::string&) const { return {}; }
     /// The unedited file of an edited asset, and what its editor noted.
     struct Original {
         std::string path;

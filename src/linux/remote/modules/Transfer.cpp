@@ -239,8 +239,8 @@ void Transfer::conclude(CURLcode result) {
         return;
     }
     // A server that announces no size has not proved that it is the right one.
-    const curl_off_t size = request_.method == "HEAD" ? number(CURLINFO_CONTENT_LENGTH_DOWNLOAD_T)
-                                                      : static_cast<curl_off_t>(received_);
+    const curl_off_t size =
+        request_.method == "HEAD" ? number(CURLINFO_CONTENT_LENGTH_DOWNLOAD_T) : static_cast<curl_off_t>(received_);
     if (request_.expectedSize && (size < 0 || static_cast<std::uint64_t>(size) != *request_.expectedSize)) {
         fail(Kind::wrongLength);
         return;

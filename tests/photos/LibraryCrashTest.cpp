@@ -1,0 +1,354 @@
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <random>
+
+#include "LibraryFixture.h"
+#include "linux/photos/AssetRows.h"
+#include "linux/photos/FileChanges.h"
+
+// A program that is killed on the way, and the next one that opens its library.
+namespace tessaly::test {
+namespace {
+
+namespace fs = std::filesystem;
+using photos::FileChange;
+using testing::HasSubstr;
+using enum FileChange::Kind;
+
+constexpr std::size_t kPadding = 60'000;
+constexpr int kVersions = 10;
+
+class LibraryCrash : public LibraryTest {
+protected:
+    static void confirm(Library& library) {
+        library.confirmsDeletion = [](const auto&) { return true; };
+    }
+    static void wishDeletion(const PHAssetRef& asset) { PHAssetChangeRequest::deleteAssets(std::span(&asset, 1)); }
+
+    /// Changes whatever it finds, in every way, until it is killed.
+    void workOn(unsigned seed, int ready) {
+        reopen();
+        confirm(*library_);
+        std::mt19937 random(seed);
+        const auto below = [&](std::size_t end) { return static_cast<int>(random() % end); };
+        for (bool isFirst = true;; isFirst = false) {
+            const auto assets = objects(library_->assets(PHFetchOptions()));
+            const PHAssetRef some = assets[random() % assets.size()];
+            const PHAssetRef other = assets[random() % assets.size()];
+            if (isFirst && ::write(ready, "!", 1) != 1) ::_exit(2);
+            const std::string why = change([&] {
+                const int kind = below(8);
+                if (kind < 2 || assets.size() < 4)
+                    wishPhoto(photo(below(kVersions), TiffBuilder(), kPadding), "new.jpg");
+                if (kind >= 1 && kind < 5)
+                    wishEdit(*library_, *some, editedPhoto(below(kVersions), kPadding), kind == 4 ? "jpeg" : "jpg");
+                if (kind >= 5 && some->hasAdjustments) request(*some).revertAssetContentToOriginal();
+                if ((kind == 3 || kind == 7) && assets.size() > 6 && other->localIdentifier != some->localIdentifier)
+                    wishDeletion(other);
+                request(*some).setFavorite(kind % 2 == 0);
+            });
+            if (!why.empty()) {
+                std::fputs((why + "\n").c_str(), stderr);
+                ::_exit(1);
+            }
+        }
+    }
+};
+
+TEST_F(LibraryCrash, AKillAtAnyInstantLosesNothing) {
+    std::set<std::string> plain, edited;
+    for (int i = 0; i < kVersions; ++i) {
+        plain.emplace(photo(i, TiffBuilder(), kPadding).text());
+        edited.emplace(editedPhoto(i, kPadding).text());
+    }
+    for (int i = 0; i < 4; ++i) write(std::to_string(i) + ".jpg", photo(i, TiffBuilder(), kPadding));
+    library_->scan();
+    close();
+    std::mt19937 random(1);
+    for (unsigned round = 0; round < 80 && !HasFailure(); ++round) {
+        int ready[2];
+        ASSERT_EQ(::pipe(ready), 0);
+        const pid_t child = ::fork();
+        if (child == 0) workOn(round, ready[1]);
+        ::close(ready[1]);
+        char signal = 0;
+        EXPECT_EQ(::read(ready[0], &signal, 1), 1);
+        ::close(ready[0]);
+        ::usleep(static_cast<useconds_t>(random() % 60'000));
+        ::kill(child, SIGKILL);
+        int status = 0;
+        ::waitpid(child, &status, 0);
+        ASSERT_TRUE(WIFSIGNALED(status)) << "it came to an end by itself";
+        const std::string when = "round " + std::to_string(round);
+        reopen();
+        expectWhole(when);
+        const auto assets = objects(library_->assets(PHFetchOptions()));
+        EXPECT_EQ(entries(photos()).size(), assets.size()) << when;
+        EXPECT_GE(assets.size(), 4U) << when;
+        for (const PHAssetRef& each : assets) {
+            const std::string content = contentOf(library_->content(each->localIdentifier, 1, false, {}).path);
+            EXPECT_TRUE((each->hasAdjustments ? edited : plain).contains(content)) << when;
+            const auto original = library_->original(each->localIdentifier);
+            EXPECT_EQ(original.has_value(), each->hasAdjustments) << when;
+            EXPECT_TRUE(!original || plain.contains(contentOf(original->path))) << when;
+        }
+        for (const std::string& name : entries(trash() + "/files")) {
+            EXPECT_TRUE(fs::exists(trash() + "/info/" + name + ".trashinfo")) << when;
+            const std::string content = contentOf(trash() + "/files/" + name);
+            EXPECT_TRUE(plain.contains(content) || edited.contains(content)) << when;
+        }
+        close();
+    }
+}
+
+// The journal of a program that was killed before, between and after the steps of each kind of change.
+TEST_F(LibraryCrash, TheNextOpenFinishesWhatWasBegun) {
+    const std::string pending = own() + "/pending/content.jpg";
+    const auto prepare = [&] { folder_.write("library/pending/content.jpg", editedPhoto(5).text()); };
+    const auto put = [](const std::string& from, const std::string& to) {
+        fs::create_directories(fs::path(to).parent_path());
+        fs::copy_file(from, to, fs::copy_options::overwrite_existing);
+    };
+    const auto change = [&](FileChange::Kind kind, const std::string& result) {
+        FileChange made;
+        made.kind = kind;
+        made.asset = kind == create ? photos::newIdentifier("/L0/001") : asset("a.jpg").localIdentifier;
+        if (kind != create) made.current = path("a.jpg");
+        if (kind != FileChange::Kind::trash) made.result = path(result);
+        if (kind != FileChange::Kind::trash) made.content = pending;
+        const auto kept = library_->original(made.asset);
+        const std::string folder = made.asset.substr(0, made.asset.find('/'));
+        if (kind == edit) made.original = kept ? kept->path : own() + "/originals/" + folder + "/a.jpg";
+        if (kind == revert) made.original = kept->path;
+        return made;
+    };
+    struct Step {
+        const char* why;
+        FileChange::Kind kind;
+        bool isEdited;
+        std::string result;
+        std::function<void(const FileChange&)> until;
+        Names expected;
+        bool isEditedAfter;
+    };
+    const auto nothing = [](const FileChange&) {};
+    const auto placed = [&](const FileChange& it) { put(it.content, it.result); };
+    const auto kept = [&](const FileChange& it) { put(it.current, it.original); };
+    const auto replaced = [&](const FileChange& it) {
+        if (!fs::exists(it.original)) put(it.current, it.original);
+        put(it.content, it.result);
+    };
+    const auto renamed = [&](const FileChange& it) {
+        if (!fs::exists(it.original)) put(it.current, it.original);
+        put(it.content, it.result);
+        fs::remove(it.current);
+    };
+    const auto givenUp = [](const FileChange& it) { fs::remove(it.content); };
+    const auto isTrashed = [&](const FileChange& it) {
+        put(it.current, trash() + "/files/a.jpg"), fs::remove(it.current);
+    };
+    const Step steps[] = {
+        {"create: before", create, false, "new.jpg", nothing, {"a.jpg", "b.jpg", "new.jpg"}, false},
+        {"create: placed", create, false, "new.jpg", placed, {"a.jpg", "b.jpg", "new.jpg"}, false},
+        {"create: placed, and scanned by another program",
+         create,
+         false,
+         "new.jpg",
+         [&](const FileChange& it) { put(it.content, it.result), library_->scan(); },
+         {"a.jpg", "b.jpg", "new.jpg"},
+         false},
+        {"create: given up", create, false, "new.jpg", givenUp, {"a.jpg", "b.jpg"}, false},
+        {"edit: before", edit, false, "a.jpg", nothing, {"a.jpg", "b.jpg"}, true},
+        {"edit: original kept", edit, false, "a.jpg", kept, {"a.jpg", "b.jpg"}, true},
+        {"edit: replaced", edit, false, "a.jpg", replaced, {"a.jpg", "b.jpg"}, true},
+        {"edit: replaced, and scanned by another program",
+         edit,
+         false,
+         "a.jpg",
+         [&](const FileChange& it) { replaced(it), library_->scan(); },
+         {"a.jpg", "b.jpg"},
+         true},
+        {"edit: given up", edit, false, "a.jpg", givenUp, {"a.jpg", "b.jpg"}, false},
+        {"edit: the file was deleted since",
+         edit,
+         false,
+         "a.jpg",
+         [](const FileChange& it) { fs::remove(it.current); },
+         {"b.jpg"},
+         false},
+        {"second edit: before", edit, true, "a.jpg", nothing, {"a.jpg", "b.jpg"}, true},
+        {"second edit: replaced", edit, true, "a.jpg", placed, {"a.jpg", "b.jpg"}, true},
+        {"other extension: before", edit, false, "a.jpeg", nothing, {"a.jpeg", "b.jpg"}, true},
+        {"other extension: placed", edit, false, "a.jpeg", replaced, {"a.jpeg", "b.jpg"}, true},
+        {"other extension: placed, and scanned by another program",
+         edit,
+         false,
+         "a.jpeg",
+         [&](const FileChange& it) { replaced(it), library_->scan(); },
+         {"a.jpeg", "b.jpg"},
+         true},
+        {"other extension: done", edit, false, "a.jpeg", renamed, {"a.jpeg", "b.jpg"}, true},
+        {"revert: before", revert, true, "a.jpg", nothing, {"a.jpg", "b.jpg"}, false},
+        {"revert: replaced", revert, true, "a.jpg", placed, {"a.jpg", "b.jpg"}, false},
+        {"revert: given up", revert, true, "a.jpg", givenUp, {"a.jpg", "b.jpg"}, true},
+        {"revert to another extension: placed", revert, true, "a.jpeg", placed, {"a.jpeg", "b.jpg"}, false},
+        {"revert to another extension: done", revert, true, "a.jpeg", renamed, {"a.jpeg", "b.jpg"}, false},
+        {"trash: before", FileChange::Kind::trash, false, "", nothing, {"a.jpg", "b.jpg"}, false},
+        {"trash: done", FileChange::Kind::trash, false, "", isTrashed, {"b.jpg"}, false},
+    };
+    for (const auto& [why, kind, isEdited, result, until, expected, isEditedAfter] : steps) {
+        SCOPED_TRACE(why);
+        for (const std::string& name : entries(photos())) fs::remove(path(name));
+        write("b.jpg", photo(2));
+        library_->scan();
+        write("a.jpg", photo(1));
+        library_->scan();
+        if (isEdited) {
+            ASSERT_EQ(LibraryTest::change([&] { wishEdit("a.jpg", editedPhoto(1)); }), "");
+        }
+        const FileChange made = change(kind, result);
+        if (kind == revert)
+            put(made.original, pending);
+        else if (kind != FileChange::Kind::trash)
+            prepare();
+        const std::string identifier = asset("a.jpg").localIdentifier;
+        static_cast<void>(photos::writeJournal(database(photos::Database::Mode::readWrite), {made}));
+        until(made);
+        reopen();
+        if (std::string_view(why) == "edit: the file was deleted since") library_->scan();
+        expectWhole(why);
+        EXPECT_EQ(names(), expected);
+        EXPECT_EQ(entries(photos()), expected);
+        if (expected.front() == "b.jpg") continue;
+        const PHAsset after = asset(expected.front());
+        EXPECT_EQ(after.localIdentifier, identifier);
+        EXPECT_EQ(after.hasAdjustments, isEditedAfter);
+        const std::string content = contentOf(path(expected.front()));
+        EXPECT_EQ(isEditedAfter ? contentOf(library_->original(identifier)->path) : content, photo(1).text());
+        EXPECT_EQ(content.find("EDITED") != std::string::npos, isEditedAfter);
+        if (isEditedAfter) {
+            ASSERT_EQ(LibraryTest::change([&] { request(after).revertAssetContentToOriginal(); }), "");
+        }
+    }
+}
+
+TEST_F(LibraryCrash, WhatCannotBeFinishedWaits) {
+    write("a.jpg", photo(1));
+    library_->scan();
+    FileChange made;
+    made.kind = edit;
+    made.asset = asset("a.jpg").localIdentifier;
+    made.current = made.result = path("a.jpg");
+    made.content = folder_.write("library/pending/content.jpg", editedPhoto(5).text());
+    made.original = own() + "/originals/" + made.asset.substr(0, made.asset.find('/')) + "/a.jpg";
+    static_cast<void>(photos::writeJournal(database(photos::Database::Mode::readWrite), {made}));
+    const std::string aside = (folder_.path() / "aside").string();
+    fs::rename(photos(), aside);
+    reopen();
+    EXPECT_EQ(count("journal"), 1);
+    EXPECT_TRUE(fs::exists(made.content));
+    fs::rename(aside, photos());
+    reopen();
+    expectWhole();
+    EXPECT_EQ(contentOf(path("a.jpg")), editedPhoto(5).text());
+}
+
+// Half of a confirmed deletion is finished: an original without its photo is nobody's.
+TEST_F(LibraryCrash, AHalfDoneDeletionIsFinished) {
+    write("a.jpg", photo(1));
+    write("b.jpg", photo(2));
+    library_->scan();
+    ASSERT_EQ(change([&] { wishEdit("a.jpg", editedPhoto(1)); }), "");
+    const std::string original = library_->original(asset("a.jpg").localIdentifier)->path;
+    std::vector<FileChange> deletions(3);
+    for (FileChange& each : deletions) {
+        each.kind = FileChange::Kind::trash;
+        each.asset = asset("a.jpg").localIdentifier;
+    }
+    deletions[0].current = path("a.jpg");
+    deletions[1].current = original;
+    deletions[2].asset = asset("b.jpg").localIdentifier;
+    deletions[2].current = path("b.jpg");
+    static_cast<void>(photos::writeJournal(database(photos::Database::Mode::readWrite), deletions));
+    fs::remove(path("a.jpg"));
+    reopen();
+    EXPECT_EQ(names(), Names{"b.jpg"});
+    EXPECT_EQ(entries(trash() + "/files"), Names{"a.jpg"});
+    expectWhole();
+}
+
+// What a program that is at work has in hand is not swept away by another one that opens the library.
+TEST_F(LibraryCrash, LeavesThePendingFilesOfOthers) {
+    write("a.jpg", photo(1));
+    library_->scan();
+    std::string error;
+    EXPECT_EQ(change([&] {
+                  wishEdit("a.jpg", editedPhoto(1));
+                  EXPECT_TRUE(Library::open(own(), error)) << error;
+              }),
+              "");
+    expectWhole();
+    folder_.write("library/pending/left", "by a program that was killed");
+    reopen();
+    EXPECT_TRUE(entries(own() + "/pending").empty());
+}
+
+class LibraryFile : public LibraryTest {};
+
+TEST_F(LibraryFile, IsRefusedWhenNewerOrDamaged) {
+    for (int i = 0; i < 200; ++i) write(std::to_string(i) + ".jpg", photo(i));
+    library_->scan();
+    close();
+    const std::string file = own() + "/library.db";
+    database(photos::Database::Mode::readWrite).run("UPDATE facts SET value = '0' WHERE name = 'checked'");
+    const std::string whole = contentOf(file);
+    database(photos::Database::Mode::readWrite).execute("PRAGMA user_version = 99");
+    const std::string newer = contentOf(file);
+    ASSERT_GT(whole.size(), 50'000U);
+    std::string garbled = whole;
+    for (std::size_t at = 20'000; at < 40'000; ++at) garbled[at] = '#';
+    struct Case {
+        const char* why;
+        std::string content;
+        const char* words;
+    };
+    for (const auto& [why, content, words] :
+         {Case{"newer", newer, "newer version"}, Case{"no database", std::string(10'000, 'x'), "not a database"},
+          Case{"garbled", garbled, "damaged"}, Case{"cut off", whole.substr(0, whole.size() / 2), "malformed"}}) {
+        folder_.write("library/library.db", content);
+        std::string error;
+        EXPECT_FALSE(Library::open(own(), error)) << why;
+        EXPECT_THAT(error, HasSubstr(words)) << why;
+        EXPECT_EQ(contentOf(file), content) << why;
+    }
+    folder_.write("library/library.db", whole);
+    reopen();
+    EXPECT_EQ(names().size(), 200U);
+}
+
+TEST_F(LibraryFile, IsMadeByWhoeverComesFirst) {
+    for (int round = 0; round < 15; ++round) {
+        const std::string fresh = (folder_.path() / ("fresh" + std::to_string(round))).string();
+        std::vector<pid_t> children;
+        for (int i = 0; i < 4; ++i) {
+            const pid_t child = ::fork();
+            if (child == 0) {
+                std::string error;
+                const auto library = Library::open(fresh, error);
+                if (!library) std::fputs((error + "\n").c_str(), stderr);
+                ::_exit(library && library->folders().empty() ? 0 : 1);
+            }
+            children.push_back(child);
+        }
+        for (const pid_t child : children) {
+            int status = -1;
+            ::waitpid(child, &status, 0);
+            EXPECT_EQ(status, 0) << "round " << round;
+        }
+    }
+}
+
+}  // namespace
+}  // namespace tessaly::test

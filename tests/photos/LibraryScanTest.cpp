@@ -1,0 +1,507 @@
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <semaphore>
+#include <thread>
+
+#include "LibraryFixture.h"
+#include "platform/Photos/PHAssetResource.h"
+
+// What a scan makes of folders that others change as they like.
+namespace tessaly::test {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+using enum TiffBuilder::Directory;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr double kNewYear = 1577836800;  // 2020-01-01 00:00:00 UTC
+constexpr auto kPatience = 60s;
+
+class LibraryScan : public LibraryTest {
+protected:
+    /// Makes a photo known by what only the library remembers of it.
+    void mark(const std::string& name) {
+        ASSERT_EQ(change([&] {
+                      const PHAssetRef marked = find(name);
+                      request(*marked).setFavorite(true);
+                      wishAlbum("Album").addAssets(std::span(&marked, 1));
+                  }),
+                  "");
+        marked_ = asset(name).localIdentifier;
+    }
+    void expectMarked(const std::string& name, const std::string& when) const {
+        const PHAsset found = asset(name);
+        EXPECT_EQ(found.localIdentifier, marked_) << when;
+        EXPECT_TRUE(found.favorite) << when;
+        const auto albums = library_->collections(PHAssetCollectionTypeAlbum, PHAssetCollectionSubtypeAny, {});
+        EXPECT_THAT(names(library_->assets(*albums.firstObject(), {})), ElementsAre(name)) << when;
+    }
+
+    std::string marked_;
+};
+
+TEST_F(LibraryScan, SeesWhatIsNewChangedAndGone) {
+    write("a.jpg", photo(1));
+    write("b.jpg", photo(2));
+    write("deep/er/c.jpg", photo(3));
+    write("notes.txt", "no photo");
+    EXPECT_EQ(library_->scan().added, 3U);
+    EXPECT_FALSE(library_->scan().changedAnything());
+
+    // Of the same size, time and inode it is not looked into.
+    const auto time = fs::last_write_time(path("a.jpg"));
+    const std::string before = contentOf(path("a.jpg"));
+    std::fstream(path("a.jpg"), std::ios::in | std::ios::out | std::ios::binary) << std::string(before.size(), '#');
+    fs::last_write_time(path("a.jpg"), time);
+    EXPECT_FALSE(library_->scan().changedAnything());
+    EXPECT_EQ(asset("a.jpg").creationDate->timeIntervalSince1970, kNewYear + 1);
+
+    mark("b.jpg");
+    write("b.jpg", photo(40, TiffBuilder().text(first, 0x013B, "longer")));
+    EXPECT_EQ(library_->scan().changed, 1U);
+    expectMarked("b.jpg", "changed");
+    EXPECT_EQ(asset("b.jpg").creationDate->timeIntervalSince1970, kNewYear + 40);
+    const double modified = asset("b.jpg").modificationDate->timeIntervalSince1970;
+    fs::last_write_time(path("b.jpg"), fs::last_write_time(path("b.jpg")) - 1h);
+    EXPECT_EQ(library_->scan().changed, 1U);
+    EXPECT_NEAR(asset("b.jpg").modificationDate->timeIntervalSince1970, modified - 3600, 0.01);
+
+    write("notes.txt", photo(5));
+    fs::last_write_time(path("notes.txt"), time - 2h);
+    EXPECT_EQ(library_->scan().added, 1U) << "what was no photo became one";
+    fs::remove(path("b.jpg"));
+    fs::remove_all(path("deep"));
+    EXPECT_EQ(library_->scan().removed, 2U);
+    EXPECT_THAT(names(), ElementsAre("a.jpg", "notes.txt"));
+    EXPECT_EQ(count("album_assets"), 0);
+    EXPECT_EQ(count("files"), 2);
+    write("a.jpg", "a photo no more");
+    EXPECT_EQ(library_->scan().removed, 1U);
+    EXPECT_THAT(names(), ElementsAre("notes.txt"));
+}
+
+TEST_F(LibraryScan, FollowsWhatIsMoved) {
+    const std::string second = (folder_.path() / "second").string();
+    fs::create_directories(second);
+    ASSERT_EQ(library_->addFolder(second), "");
+    write("a.jpg", photo(1));
+    write("stays.jpg", photo(2));
+    folder_.write("second/stays.jpg", photo(3).text());
+    library_->scan();
+    mark("a.jpg");
+    struct Move {
+        const char* why;
+        std::string to;
+        bool isCopy;
+    };
+    std::string at = path("a.jpg");
+    for (const auto& [why, to, isCopy] :
+         {Move{"within the folder", path("b.jpg"), false}, Move{"deeper", path("x/y/c.jpg"), false},
+          Move{"to another folder", second + "/d.jpg", false}, Move{"by a copy", path("e.jpg"), true},
+          Move{"to a name that is no UTF-8", path("\xFF\xFE.jpg"), false},
+          Move{"onto a file that was no photo", path("note.txt"), true}}) {
+        fs::create_directories(fs::path(to).parent_path());
+        if (isCopy) {
+            folder_.write("scratch", contentOf(at));  // Keeps the inode from being used again.
+            fs::copy_file(at, to, fs::copy_options::overwrite_existing);
+            fs::remove(at);
+        } else {
+            fs::rename(at, to);
+        }
+        const photos::ScanResult result = library_->scan();
+        EXPECT_EQ(result.moved, 1U) << why;
+        EXPECT_EQ(result.added + result.removed, 0U) << why;
+        expectMarked(fs::path(to).filename().string(), why);
+        EXPECT_EQ(library_->content(marked_, 1, false, {}).path, to) << why;
+        EXPECT_FALSE(library_->scan().changedAnything()) << why;
+        at = to;
+        if (!fs::exists(path("note.txt"))) {
+            write("note.txt", "words");
+            library_->scan();
+        }
+    }
+}
+
+TEST_F(LibraryScan, TakesEachNameOfAFileForItself) {
+    write("a.jpg", photo(1));
+    fs::create_hard_link(path("a.jpg"), path("b.jpg"));
+    library_->scan();
+    EXPECT_THAT(names(), ElementsAre("a.jpg", "b.jpg"));
+    mark("b.jpg");
+    fs::create_hard_link(path("a.jpg"), path("c.jpg"));
+    fs::create_hard_link(path("a.jpg"), path("d.jpg"));
+    fs::remove(path("b.jpg"));
+    EXPECT_EQ(library_->scan().moved, 1U);
+    EXPECT_THAT(names(), ElementsAre("a.jpg", "c.jpg", "d.jpg"));
+    EXPECT_EQ(count("assets WHERE favorite"), 1);
+    fs::remove(path("a.jpg"));
+    EXPECT_EQ(library_->scan().removed, 1U);
+    EXPECT_THAT(names(), ElementsAre("c.jpg", "d.jpg"));
+}
+
+TEST_F(LibraryScan, PassesOverWhatIsHiddenAndLeadsRound) {
+    write(".hidden.jpg", photo(1));
+    write(".thumbnails/a.jpg", photo(2));
+    write("b.jpg", photo(3));
+    fs::create_directory_symlink(photos(), path("round"));
+    fs::create_symlink("self.jpg", path("self.jpg"));
+    fs::create_symlink("nowhere.jpg", path("dangling.jpg"));
+    ::mkfifo(path("pipe.jpg").c_str(), 0600);
+    const photos::ScanResult result = library_->scan();
+    EXPECT_THAT(result.problems, IsEmpty());
+    EXPECT_THAT(names(), ElementsAre("b.jpg"));
+}
+
+TEST_F(LibraryScan, KeepsWhatIsNotMounted) {
+    write("card/a.jpg", photo(1));
+    library_->scan();
+    mark("a.jpg");
+    const std::string away = (folder_.path() / "away").string();
+    fs::rename(photos(), away);
+    EXPECT_EQ(library_->scan().problems.size(), 1U) << "missing";
+    expectMarked("a.jpg", "missing");
+    fs::create_directories(photos());
+    EXPECT_EQ(library_->scan().problems.size(), 1U) << "empty";
+    expectMarked("a.jpg", "empty");
+    fs::remove(photos());
+    fs::rename(away, photos());
+    EXPECT_FALSE(library_->scan().changedAnything());
+    expectMarked("a.jpg", "back again");
+}
+
+// As somebody who may not read everything: a photo stays one while nobody may look at it.
+TEST_F(LibraryScan, KeepsWhatMayNotBeRead) {
+    write("a.jpg", photo(1));
+    write("shut/b.jpg", photo(2));
+    write("c.jpg", photo(3));
+    library_->scan();
+    mark("a.jpg");
+    constexpr uid_t kNobody = 65534;
+    const bool isRoot = ::geteuid() == 0;
+    if (isRoot) {
+        for (const auto& entry : fs::recursive_directory_iterator(folder_.path()))
+            ASSERT_EQ(::chown(entry.path().c_str(), kNobody, kNobody), 0);
+        ASSERT_EQ(::chown(folder_.path().c_str(), kNobody, kNobody), 0);
+        ASSERT_EQ(::seteuid(kNobody), 0);
+    }
+    write("a.jpg", photo(10, TiffBuilder().text(first, 0x013B, "longer")));
+    fs::permissions(path("a.jpg"), fs::perms::none);
+    fs::permissions(path("shut"), fs::perms::none);
+    fs::remove(path("c.jpg"));
+    write("d.jpg", photo(4));
+    const photos::ScanResult result = library_->scan();
+    const Names known = names();
+    fs::permissions(path("a.jpg"), fs::perms::owner_all);
+    fs::permissions(path("shut"), fs::perms::owner_all);
+    const photos::ScanResult later = library_->scan();
+    ASSERT_TRUE(!isRoot || ::seteuid(0) == 0);
+    EXPECT_EQ(result.problems.size(), 2U);
+    EXPECT_EQ(result.removed, 1U);
+    EXPECT_THAT(known, ElementsAre("a.jpg", "b.jpg", "d.jpg"));
+    EXPECT_EQ(later.changed, 1U);
+    EXPECT_THAT(later.problems, IsEmpty());
+    expectMarked("a.jpg", "readable again");
+    EXPECT_EQ(asset("a.jpg").creationDate->timeIntervalSince1970, kNewYear + 10);
+}
+
+TEST_F(LibraryScan, RefusesFoldersThatOverlap) {
+    fs::create_directories(path("inner"));
+    fs::create_directory_symlink(photos(), folder_.path() / "link");
+    const std::string file = write("a.jpg", photo(1));
+    for (const std::string& wrong : {photos(), photos() + "/", path("inner"), folder_.path().string(),
+                                     (folder_.path() / "link").string(), file, path("missing"), std::string("/")})
+        EXPECT_NE(library_->addFolder(wrong), "") << wrong;
+    EXPECT_EQ(library_->folders().size(), 1U);
+    fs::create_directories(photos() + "2");
+    EXPECT_EQ(library_->addFolder(photos() + "2"), "") << "only begins the same";
+    EXPECT_EQ(library_->removeFolder(photos()), "");
+    EXPECT_TRUE(fs::exists(file));
+}
+
+ByteString livePhoto(int second, const std::string& contentIdentifier) {
+    const ByteString note = ByteString("Apple iOS\0\0\1MM"_z)
+                                .add(TiffBuilder(false).text(first, 17, contentIdentifier).directory(first, 14));
+    return photo(second, TiffBuilder().raw(exif, 0x927C, 7, static_cast<std::uint32_t>(note.size()), note));
+}
+
+TEST_F(LibraryScan, JoinsLivePhotos) {
+    struct Case {
+        const char* why;
+        std::string photoName, videoName;
+        ByteString photoFile, videoFile;
+        bool isLive;
+    };
+    const Case cases[] = {
+        {"by name", "a.jpg", "a.mov", photo(1), movie(3), true},
+        {"by name, the video first", "a.jpg", "a.MOV", photo(1), movie(3), true},
+        {"by content identifier", "a.jpg", "z.mov", livePhoto(1, "ID-1"), movie(30, "ID-1"), true},
+        {"by content identifier, the video first", "b.jpg", "a.mov", livePhoto(1, "ID-1"), movie(3, "ID-1"), true},
+        {"other identifiers under the same name", "a.jpg", "a.mov", livePhoto(1, "ID-1"), movie(3, "ID-2"), false},
+        {"a long video", "a.jpg", "a.mov", photo(1), movie(11), false},
+        {"no QuickTime", "a.jpg", "a.mp4", photo(1), movie(3, "", "mp42"), false},
+        {"another name", "a.jpg", "a.b.mov", photo(1), movie(3), false},
+        {"another folder", "a.jpg", "x/a.mov", photo(1), movie(3), false},
+    };
+    for (const auto& [why, photoName, videoName, photoFile, videoFile, isLive] : cases) {
+        for (const bool inOneScan : {true, false}) {
+            for (const bool videoComesFirst : {false, true}) {
+                if (!videoComesFirst) write(photoName, photoFile);
+                if (videoComesFirst || inOneScan) write(videoName, videoFile);
+                library_->scan();
+                write(photoName, photoFile);
+                write(videoName, videoFile);
+                library_->scan();
+                const PHAsset live = asset(photoName);
+                const auto parts = library_->resources(live.localIdentifier);
+                EXPECT_EQ(live.mediaSubtypes, isLive ? PHAssetMediaSubtypePhotoLive : 0U) << why;
+                ASSERT_EQ(parts.size(), isLive ? 2U : 1U) << why;
+                EXPECT_EQ(count("assets"), isLive ? 1 : 2) << why;
+                if (isLive) {
+                    EXPECT_EQ(parts[1].originalFilename, fs::path(videoName).filename()) << why;
+                    EXPECT_EQ(parts[1].type, PHAssetResourceTypePairedVideo) << why;
+                    const auto content =
+                        library_->content(live.localIdentifier, PHAssetResourceTypePairedVideo, false, {});
+                    EXPECT_EQ(content.path, path(videoName)) << why;
+                    EXPECT_EQ(content.offset, 0U) << why;
+                }
+                fs::remove(path(photoName));
+                library_->scan();
+                EXPECT_EQ(asset(fs::path(videoName).filename().string()).mediaType, PHAssetMediaTypeVideo) << why;
+                write(photoName, photoFile);
+                library_->scan();
+                fs::remove(path(videoName));
+                library_->scan();
+                EXPECT_EQ(asset(photoName).mediaSubtypes, 0U) << why;
+                fs::remove(path(photoName));
+                write("other.jpg", photo(9));  // An empty folder would count as not mounted.
+                library_->scan();
+                fs::remove(path("other.jpg"));
+                write("other.txt", "");
+                library_->scan();
+                ASSERT_EQ(count("assets"), 0) << why;
+            }
+        }
+    }
+}
+
+TEST_F(LibraryScan, JoinsEachCopyOfALivePhotoForItself) {
+    for (const std::string at : {"one/", "two/"}) {
+        write(at + "a.jpg", livePhoto(1, "ID"));
+        write(at + "a.mov", movie(3, "ID"));
+    }
+    write("three/a.jpg", photo(1));
+    write("three/a.mov", movie(3));
+    library_->scan();
+    EXPECT_THAT(names(), ElementsAre("a.jpg", "a.jpg", "a.jpg"));
+    for (const PHAssetRef& each : objects(library_->assets({}))) {
+        const std::string& id = each->localIdentifier;
+        EXPECT_EQ(fs::path(library_->content(id, 9, false, {}).path).parent_path(),
+                  fs::path(library_->content(id, 1, false, {}).path).parent_path());
+    }
+    write("three/a.jpg", "a photo no more");
+    library_->scan();
+    EXPECT_THAT(names(), ElementsAre("a.jpg", "a.jpg", "a.mov"));
+}
+
+TEST_F(LibraryScan, FindsTheMovieInAMotionPhoto) {
+    const auto xmpSegment = [](const std::string& value) {
+        return jpegSegment(0xE1, ByteString("http://ns.adobe.com/xap/1.0/\0"_z)
+                                     .add(xmp("xmlns:GCamera=\"http://ns.google.com/photos/1.0/camera/\" "
+                                              "GCamera:MotionPhoto=\"" +
+                                              value + "\"")));
+    };
+    const ByteString still = jpeg({xmpSegment("1")});
+    write("motion.jpg", ByteString(still).add(movie(2, "", "mp42")));
+    write("still.jpg", still);
+    write("no.jpg", jpeg({xmpSegment("0")}).add(movie(2, "", "mp42")));
+    library_->scan();
+    const PHAsset motion = asset("motion.jpg");
+    EXPECT_EQ(motion.mediaSubtypes, PHAssetMediaSubtypePhotoLive);
+    const auto content = library_->content(motion.localIdentifier, PHAssetResourceTypePairedVideo, false, {});
+    EXPECT_EQ(content.path, path("motion.jpg"));
+    EXPECT_EQ(content.offset, still.size());
+    EXPECT_EQ(content.typeIdentifier, "public.mpeg-4");
+    ASSERT_EQ(library_->resources(motion.localIdentifier).size(), 2U);
+    EXPECT_EQ(library_->content(motion.localIdentifier, PHAssetResourceTypePhoto, false, {}).offset, 0U);
+    for (const char* name : {"still.jpg", "no.jpg"}) EXPECT_EQ(asset(name).mediaSubtypes, 0U) << name;
+    write("motion.jpg", still);
+    library_->scan();
+    EXPECT_EQ(asset("motion.jpg").mediaSubtypes, 0U);
+}
+
+TEST_F(LibraryScan, KnowsScreenshots) {
+    struct Case {
+        std::string name;
+        const char* make;
+        const char* comment;
+        bool isScreenshot;
+    };
+    const Case cases[] = {
+        {"Screenshot from 2020.jpg", "", "", true}, {"Screen Shot 1.jpg", "", "", true},
+        {"Bildschirmfoto.jpg", "", "", true},       {"Screenshots/a.jpg", "", "", true},
+        {"b.jpg", "", "Screenshot", true},          {"Screenshot.jpg", "Maker", "Screenshot", false},
+        {"my screenshot.jpg", "", "", false},       {"Screenshots/deeper/c.jpg", "", "", false},
+        {"d.jpg", "", "Screenshot of mine", false},
+    };
+    for (const auto& [name, make, comment, isScreenshot] : cases) {
+        TiffBuilder tiff;
+        if (*make) tiff.text(first, 0x010F, make);
+        const ByteString text = ByteString("ASCII\0\0\0"_z).add(comment);
+        if (*comment) tiff.raw(exif, 0x9286, 7, static_cast<std::uint32_t>(text.size()), text);
+        write(name, photo(1, tiff));
+    }
+    library_->scan();
+    for (const auto& [name, make, comment, isScreenshot] : cases)
+        EXPECT_EQ(asset(fs::path(name).filename().string()).mediaSubtypes,
+                  isScreenshot ? PHAssetMediaSubtypePhotoScreenshot : 0U)
+            << name;
+}
+
+TEST_F(LibraryScan, ReadsDatesAndPlaces) {
+    const auto placed = [](const char* north, const char* east, unsigned below) {
+        TiffBuilder tiff;
+        tiff.text(exif, 0x9011, "+02:00").text(exif, 0x9291, "25");
+        tiff.text(gps, 1, north).rationals(gps, 2, {{50, 1}, {30, 1}, {0, 1}});
+        tiff.text(gps, 3, east).rationals(gps, 4, {{10, 1}, {0, 1}, {0, 1}});
+        tiff.raw(gps, 5, 1, 1, ByteString().u8(below)).rationals(gps, 6, {{123, 2}});
+        return photo(7200, tiff);
+    };
+    struct Case {
+        const char* name;
+        ByteString file;
+        double latitude, longitude, altitude;
+    };
+    for (const auto& [name, file, latitude, longitude, altitude] :
+         {Case{"ne.jpg", placed("N", "E", 0), 50.5, 10, 61.5},
+          Case{"sw.jpg", placed("S", "W", 1), -50.5, -10, -61.5}}) {
+        write(name, file);
+        library_->scan();
+        const PHAsset found = asset(name);
+        ASSERT_TRUE(found.location) << name;
+        EXPECT_EQ(found.location->coordinate, (CLLocationCoordinate2D{latitude, longitude})) << name;
+        EXPECT_EQ(found.location->altitude, altitude) << name;
+        EXPECT_DOUBLE_EQ(found.creationDate->timeIntervalSince1970, kNewYear + 0.25) << name;
+        EXPECT_EQ(found.pixelWidth, 64U);
+    }
+    write("none.jpg", jpeg({}));
+    fs::last_write_time(path("none.jpg"), fs::last_write_time(path("ne.jpg")));
+    library_->scan();
+    EXPECT_FALSE(asset("none.jpg").location);
+    EXPECT_EQ(asset("none.jpg").creationDate, asset("ne.jpg").modificationDate);
+
+    CLLocation own;
+    own.coordinate = {1, 2};
+    ASSERT_EQ(change([&] {
+                  request(asset("ne.jpg")).setLocation(own);
+                  request(asset("ne.jpg")).setCreationDate({42});
+                  request(asset("ne.jpg")).setFavorite(true);
+                  request(asset("sw.jpg")).setLocation(std::nullopt);
+              }),
+              "");
+    for (const char* name : {"ne.jpg", "sw.jpg"}) write(name, placed("N", "W", 0).add("changed"));
+    EXPECT_EQ(library_->scan().changed, 2U);
+    EXPECT_EQ(asset("ne.jpg").location->coordinate, own.coordinate);
+    EXPECT_EQ(asset("ne.jpg").creationDate->timeIntervalSince1970, 42);
+    EXPECT_TRUE(asset("ne.jpg").favorite);
+    EXPECT_FALSE(asset("sw.jpg").location);
+}
+
+TEST_F(LibraryScan, SharesTheLibraryWithOtherPrograms) {
+    const auto other = opened();
+    write("a.jpg", photo(1));
+    EXPECT_EQ(other->scan().added, 1U);
+    EXPECT_THAT(names(), ElementsAre("a.jpg"));
+    EXPECT_FALSE(library_->scan().changedAnything());
+    ASSERT_EQ(changeIn(*other, [&] { request(asset("a.jpg")).setFavorite(true); }), "");
+    EXPECT_TRUE(asset("a.jpg").favorite);
+    ASSERT_EQ(change([&] { wishEdit("a.jpg", editedPhoto(2)); }), "");
+    EXPECT_TRUE(other->assets(PHFetchOptions()).firstObject()->hasAdjustments);
+    EXPECT_FALSE(other->scan().changedAnything());
+
+    // Both scan, and both make photos, at the same time: nothing is taken twice, or for gone.
+    for (int i = 0; i < 300; ++i) write("many/" + std::to_string(i) + ".jpg", photo(i));
+    const auto work = [](Library& library) {
+        for (int i = 0; i < 10; ++i) {
+            library.scan();
+            const std::string why = changeIn(library, [&] {
+                PHAsset made;
+                made.localIdentifier = wishPhoto(photo(i), "made.jpg").placeholderForCreatedAsset().localIdentifier;
+                request(made).setFavorite(true);
+            });
+            EXPECT_EQ(why, "");
+        }
+    };
+    std::thread second([&] { work(*other); });
+    work(*library_);
+    second.join();
+    library_->scan();
+    EXPECT_EQ(count("assets"), 321);
+    EXPECT_EQ(count("assets WHERE favorite"), 21);
+    expectWhole();
+}
+
+TEST_F(LibraryScan, LeavesOthersToTheirWork) {
+    constexpr int kFiles = 2000;
+    write("first.jpg", photo(0));
+    library_->scan();
+    for (int i = 0; i < kFiles; ++i) write("many/" + std::to_string(i) + ".jpg", photo(i));
+    std::atomic<bool> isDone = false;
+    std::vector<std::thread> others;
+    for (const bool changes : {false, false, true})
+        others.emplace_back([&, changes] {
+            PHFetchOptions options;
+            options.sortDescriptors = {{"creationDate", false}};
+            for (bool favorite = true; !isDone; favorite = !favorite) {
+                const auto fetched = library_->assets(options);
+                for (std::size_t i = 0; i < fetched.count(); i += 97) {
+                    const PHAssetRef each = fetched.objectAtIndex(i);
+                    ASSERT_TRUE(each);
+                    if (changes) static_cast<void>(change([&] { request(*each).setFavorite(favorite); }));
+                }
+            }
+        });
+    EXPECT_EQ(library_->scan().added, static_cast<std::size_t>(kFiles));
+    isDone = true;
+    for (std::thread& other : others) other.join();
+    EXPECT_EQ(library_->assets(PHFetchOptions()).count(), kFiles + 1U);
+}
+
+TEST_F(LibraryScan, StopsWhereItIsTold) {
+    for (int i = 0; i < 600; ++i) write(std::to_string(i) + ".jpg", photo(i));
+    library_->scan([](std::size_t) { return false; });
+    const auto taken = library_->assets(PHFetchOptions()).count();
+    EXPECT_GT(taken, 0U);
+    EXPECT_LT(taken, 600U);
+    EXPECT_EQ(library_->scan().added, 600 - taken);
+}
+
+TEST_F(LibraryScan, WatchesItsFolders) {
+    write("a.jpg", photo(1));
+    library_->scan();
+    std::counting_semaphore<1000> changed(0);
+    library_->registerChangeObserver([&] { changed.release(); });
+    library_->startWatching();
+    const auto expectSoon = [&](const char* when, const Names& expected) {
+        while (names() != expected) ASSERT_TRUE(changed.try_acquire_for(kPatience)) << when;
+    };
+    write("b.jpg", photo(2));
+    expectSoon("a new file", {"a.jpg", "b.jpg"});
+    const std::string aside = (folder_.path() / "aside").string();
+    folder_.write("aside/deep/c.jpg", photo(3).text());
+    fs::rename(aside, path("in"));
+    expectSoon("a folder that was moved in", {"a.jpg", "b.jpg", "c.jpg"});
+    write("in/deep/er/d.jpg", photo(4));
+    expectSoon("a new folder in it", {"a.jpg", "b.jpg", "c.jpg", "d.jpg"});
+    fs::remove(path("in/deep/er/d.jpg"));
+    fs::remove(path("b.jpg"));
+    expectSoon("deletions", {"a.jpg", "c.jpg"});
+    close();  // Before the semaphore goes.
+}
+
+}  // namespace
+}  // namespace tessaly::test
