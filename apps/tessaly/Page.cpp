@@ -5,6 +5,7 @@
 #include "Output.h"
 #include "Utf8.h"
 #include "dates/NSDate+DateTools.h"
+#include "platform/CoreLocation/CLGeocoder.h"
 #include "platform/Foundation/Format.h"
 #include "platform/Foundation/NSBundle.h"
 #include "platform/Foundation/NSByteCountFormatter.h"
@@ -88,6 +89,13 @@ std::string placeLine(const ExifInformation& record) {
     return hasValidLocation(record) ? record.GPS().exifValueReadableFormat : localized("No Location data");
 }
 
+/// "Brooklyn, New York City, United States"
+std::string placeName(const ExifInformation& record) {
+    if (!hasValidLocation(record)) return {};
+    const auto place = placemarkForCoordinate(record.location->coordinate);
+    return place ? place->name(", ") : std::string();
+}
+
 }  // namespace
 
 PageStyle PageStyle::forStandardOutput() { return {wantsColour(), isTerminal() ? terminalWidth() : 0}; }
@@ -99,6 +107,7 @@ void appendPage(std::string& out, const std::string& path, const MediaFile& file
     page.line(path, kBold);
     page.line(sizeLine(record));
     if (const std::string date = dateLine(record); !date.empty()) page.line(date);
+    if (const std::string name = placeName(record); !name.empty()) page.line(name);
     page.line(placeLine(record), hasValidLocation(record) ? std::string_view{} : kFaint);
     if (selection.isUsersOwn && !isVideo(record) && !record.exifORTiffInfoAvailable)
         page.line(localized("EXIF data is not available"), kFaint);
