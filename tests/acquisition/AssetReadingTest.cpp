@@ -8,6 +8,7 @@
 
 #include "acquisition/BatchProgress.h"
 #include "acquisition/ExifManager.h"
+#include "linux/photos/EmptyLibrary.h"
 #include "platform/Foundation/Dispatch.h"
 #include "platform/Photos/PHPhotoLibrary.h"
 #include "platform/UIKit/UIDevice.h"
@@ -50,7 +51,7 @@ ByteString movie() {
 }
 
 /// A library of a few files, some of them elsewhere.
-class FakeLibrary : public PHPhotoLibrary {
+class FakeLibrary : public photos::EmptyLibrary {
 public:
     struct Item {
         std::string path{};
@@ -77,26 +78,6 @@ public:
     std::vector<PHAssetResource> resources(const std::string& identifier) const override {
         return items.at(identifier).resources;
     }
-    PHAuthorizationStatus authorization() const override { return PHAuthorizationStatus::authorized; }
-
-    // Nobody here asks for these.
-    std::optional<Original> original(const std::string&) const override { return std::nullopt; }
-    std::string newPendingFile(const std::string&) const override { return ""; }
-    int registerChangeObserver(std::function<void()>) override { return 0; }
-    void unregisterChangeObserver(int) override {}
-    void setAuthorization(PHAuthorizationStatus) override {}
-    PHFetchResult<PHAsset> assets(const PHFetchOptions&) const override { return {}; }
-    PHFetchResult<PHAsset> assets(const PHAssetCollection&, const PHFetchOptions&) const override { return {}; }
-    PHFetchResult<PHAsset> assets(std::span<const std::string>, const PHFetchOptions&) const override { return {}; }
-    PHFetchResult<PHAssetCollection> collections(std::int64_t, std::int64_t, const PHFetchOptions&) const override {
-        return {};
-    }
-    PHFetchResult<PHAssetCollection> collections(std::span<const std::string>, const PHFetchOptions&) const override {
-        return {};
-    }
-
-protected:
-    std::string perform(const std::vector<PHChange>&) override { return ""; }
 };
 
 class Rows : public PHFetchResult<PHAsset>::Rows {

@@ -7,6 +7,7 @@
 #include <semaphore>
 #include <thread>
 
+#include "linux/photos/EmptyLibrary.h"
 #include "platform/Foundation/Dispatch.h"
 #include "platform/ImageIO/CGImageDestination.h"
 #include "platform/ImageIO/CGImageProperties.h"
@@ -52,7 +53,7 @@ Data orientedJpeg(std::size_t width, std::size_t height, int orientation) {
 }
 
 /// A library of a few files, some of which are elsewhere: how long fetching takes and how it ends is the test's.
-class FakeLibrary : public PHPhotoLibrary {
+class FakeLibrary : public photos::EmptyLibrary {
 public:
     struct Item {
         PHAssetContent content;
@@ -89,24 +90,6 @@ public:
         return {{PHAssetResourceTypePhoto, identifier, "a.jpg", "public.jpeg"}};
     }
     std::string newPendingFile(const std::string& extension) const override { return "/pending/1." + extension; }
-
-    // Nobody here asks for these.
-    int registerChangeObserver(std::function<void()>) override { return 0; }
-    void unregisterChangeObserver(int) override {}
-    PHAuthorizationStatus authorization() const override { return PHAuthorizationStatus::authorized; }
-    void setAuthorization(PHAuthorizationStatus) override {}
-    PHFetchResult<PHAsset> assets(const PHFetchOptions&) const override { return {}; }
-    PHFetchResult<PHAsset> assets(const PHAssetCollection&, const PHFetchOptions&) const override { return {}; }
-    PHFetchResult<PHAsset> assets(std::span<const std::string>, const PHFetchOptions&) const override { return {}; }
-    PHFetchResult<PHAssetCollection> collections(std::int64_t, std::int64_t, const PHFetchOptions&) const override {
-        return {};
-    }
-    PHFetchResult<PHAssetCollection> collections(std::span<const std::string>, const PHFetchOptions&) const override {
-        return {};
-    }
-
-protected:
-    std::string perform(const std::vector<PHChange>&) override { return ""; }
 
 private:
     static PHAssetContent stopped(PHAssetContent content) {

@@ -3,6 +3,7 @@
 #include <mutex>
 
 #include "linux/photos/AssetRows.h"
+#include "linux/photos/EmptyLibrary.h"
 #include "linux/photos/PhotoLibrary.h"
 #include "platform/Foundation/Dispatch.h"
 #include "platform/Foundation/Log.h"
@@ -12,37 +13,16 @@ namespace tessaly {
 namespace {
 
 /// Stands for a library that cannot be opened: it is empty, and says that nobody may look into it.
-class ClosedLibrary final : public PHPhotoLibrary {
+class ClosedLibrary final : public photos::EmptyLibrary {
 public:
     explicit ClosedLibrary(std::string why) : why_(std::move(why)) {}
-    int registerChangeObserver(std::function<void()>) override { return 0; }
-    void unregisterChangeObserver(int) override {}
     [[nodiscard]] PHAuthorizationStatus authorization() const override { return PHAuthorizationStatus::denied; }
-    void setAuthorization(PHAuthorizationStatus) override {}
-    [[nodiscard]] PHFetchResult<PHAsset> assets(const PHFetchOptions&) const override { return {}; }
-    [[nodiscard]] PHFetchResult<PHAsset> assets(const PHAssetCollection&, const PHFetchOptions&) const override {
-        return {};
-    }
-    [[nodiscard]] PHFetchResult<PHAsset> assets(std::span<const std::string>, const PHFetchOptions&) const override {
-        return {};
-    }
-    [[nodiscard]] PHFetchResult<PHAssetCollection> collections(std::int64_t, std::int64_t,
-                                                               const PHFetchOptions&) const override {
-        return {};
-    }
-    [[nodiscard]] PHFetchResult<PHAssetCollection> collections(std::span<const std::string>,
-                                                               const PHFetchOptions&) const override {
-        return {};
-    }
-    [[nodiscard]] std::vector<PHAssetResource> resources(const std::string&) const override { return {}; }
     [[nodiscard]] PHAssetContent content(const std::string&, std::int64_t, bool,
                                          const std::function<bool(double)>&) const override {
         PHAssetContent content;
         content.error = why_;
         return content;
     }
-    [[nodiscard]] std::optional<Original> original(const std::string&) const override { return std::nullopt; }
-    [[nodiscard]] std::string newPendingFile(const std::string&) const override { return {}; }
 
 protected:
     std::string perform(const std::vector<PHChange>&) override { return why_; }
