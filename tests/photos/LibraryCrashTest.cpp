@@ -5,6 +5,7 @@
 #include <random>
 
 #include "LibraryFixture.h"
+#include "linux/foundation/AtomicFile.h"
 #include "linux/photos/AssetRows.h"
 #include "linux/photos/FileChanges.h"
 
@@ -101,6 +102,19 @@ TEST_F(LibraryCrash, AKillAtAnyInstantLosesNothing) {
         }
         close();
     }
+}
+
+TEST_F(LibraryCrash, OnlyADeadProgramsFilesAreAbandoned) {
+    const pid_t dead = ::fork();
+    if (dead == 0) ::_exit(0);
+    ASSERT_EQ(::waitpid(dead, nullptr, 0), dead);
+    const std::string left = ".tessaly-" + std::to_string(dead) + "-1.part";
+    const std::string own = ".tessaly-" + std::to_string(::getpid()) + "-1.part";
+    for (const std::string& name : {left, own, std::string(".tessaly-x-1.part"), std::string("a.part")})
+        folder_.write("writing/" + name, "bytes");
+    removeAbandonedFiles((folder_.path() / "writing").string());
+    EXPECT_EQ(entries((folder_.path() / "writing").string()).size(), 3U);
+    EXPECT_FALSE(fs::exists(folder_.path() / "writing" / left));
 }
 
 // The journal of a program that was killed before, between and after the steps of each kind of change.

@@ -8,10 +8,14 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <charconv>
 #include <climits>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <memory>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -20,6 +24,9 @@ namespace {
 
 constexpr mode_t kDefaultMode = 0666;  // Less the umask.
 constexpr int kAttempts = 100;
+// Between them stand the process, by which an abandoned file is known, and a number.
+constexpr std::string_view kTemporaryPrefix = ".tessaly-";
+constexpr std::string_view kTemporarySuffix = ".part";
 
 /// Where the bytes of `path` really are: replacing a link would leave the photo itself untouched.
 std::string resolved(const std::string& path) {
@@ -82,7 +89,9 @@ bool AtomicFile::takeTemporaryName() {
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
         timespec now{};
         ::clock_gettime(CLOCK_MONOTONIC, &now);
-        std::string name = ".tessaly-" + std::to_string(::getpid()) + "-" + std::to_string(now.tv_nsec) + ".part";
+        std::string name(kTemporaryPrefix);
+        name += std::to_string(::getpid()) + "-" + std::to_string(now.tv_nsec);
+        name += kTemporarySuffix;
         if (file_ < 0) {
             file_ = ::openat(folder_, name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kDefaultMode);
             if (file_ >= 0) {
@@ -159,6 +168,19 @@ bool AtomicFile::commit(Existing existing) {
     isCommitted_ = true;
     if (existing == Existing::replaced) ::fsync(folder_);  // The old name survives a loss of power, or the new one.
     return true;
+}
+
+void removeAbandonedFiles(const std::string& folder) {
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(folder, error);
+         !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+        const std::string name = entry->path().filename().string();
+        if (!name.starts_with(kTemporaryPrefix) || !name.ends_with(kTemporarySuffix)) continue;
+        pid_t process = 0;
+        const char* digits = name.data() + kTemporaryPrefix.size();
+        if (std::from_chars(digits, name.data() + name.size(), process).ec != std::errc() || process <= 0) continue;
+        if (::kill(process, 0) != 0 && errno == ESRCH) ::unlink(entry->path().c_str());
+    }
 }
 
 }  // namespace tessaly

@@ -45,4 +45,8 @@ private:
     bool isCommitted_ = false;
 };
 
+/// Removes from a folder what programs left there that were killed between giving a file its temporary name and putting
+/// it in its place. Other programs' files that are being written stay.
+void removeAbandonedFiles(const std::string& folder);
+
 }  // namespace tessaly

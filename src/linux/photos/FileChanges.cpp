@@ -349,6 +349,9 @@ void play(LibraryStore& store, std::int64_t number, const std::vector<FileChange
     });
     files.finish();
     for (const FileChange& change : changes) removeContent(store, change, true);
+    for (const FileChange& change : all)
+        for (const std::string& path : {change.current, change.result})
+            if (!path.empty()) removeAbandonedFiles(fs::path(path).parent_path().string());
 }
 
 void playJournal(LibraryStore& store) {
