@@ -85,7 +85,7 @@ public:
     /// record or display keys. The completion comes on the main queue.
     static void allExifDataArrayInPHFetchResult(const PHFetchResult<PHAsset>& fetched, const std::string& predicates,
                                                 const std::string& sortBy, bool ascending,
-                                                RecordsBlock completionBlock);
+                                                const RecordsBlock& completionBlock);
 
     /// The same file without its Exif, TIFF, IPTC and GPS dictionaries, wherever it repeats them; pixels, orientation,
     /// profile and every other dictionary stay. Null for what is no image; empty for a format that cannot be written.

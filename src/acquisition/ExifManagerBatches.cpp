@@ -71,7 +71,8 @@ void ExifManager::exifDataArrayInPHFetchResults(const PHFetchResult<PHAsset>& fe
 }
 
 void ExifManager::allExifDataArrayInPHFetchResult(const PHFetchResult<PHAsset>& fetched, const std::string& predicates,
-                                                  const std::string&, bool ascending, RecordsBlock completionBlock) {
+                                                  const std::string&, bool ascending,
+                                                  const RecordsBlock& completionBlock) {
     const NSRange range{0, std::min(fetched.count(), kMostAssets)};
     _exifDataArrayInPHFetchResults(fetched, std::make_shared<Records>(), range, [=](Records records) {
         if (!predicates.empty()) keepMatching(predicates, records);

@@ -16,7 +16,7 @@ std::string_view lastComponent(std::string_view name) {
 
 /// "" where the folder cannot be made.
 std::string preparedFolder() {
-    const std::string folder = NSFileManager::temporaryDirectory() + "/tessaly-" + NSFileManager::userName();
+    std::string folder = NSFileManager::temporaryDirectory() + "/tessaly-" + NSFileManager::userName();
     log("FOLDER %@", folder);
     if (const std::string error = NSFileManager::createDirectoryAtPath(folder); !error.empty()) {
         log("Error %@", error);
