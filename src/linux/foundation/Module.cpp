@@ -20,7 +20,7 @@ std::vector<std::filesystem::path> moduleFolders() {
     const auto program = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
     std::vector<std::filesystem::path> folders;
     if (!error)
-        folders = {program / ".." / TESSALY_MODULES_FROM_PROGRAM, program / ".." / "modules",
+        folders = {program / TESSALY_MODULES_FROM_PROGRAM, program / ".." / "modules",
                    program / ".." / ".." / "modules"};
     folders.emplace_back(TESSALY_MODULES_INSTALLED);
     return folders;
