@@ -422,9 +422,12 @@ void addLibraryCommand(CLI::App& program, int& status) {
     const auto options = std::make_shared<LibraryOptions>();
     CLI::App* library = program.add_subcommand("library", "Albums, favorites and edits over your own folders");
     library->require_subcommand(1);
-    addFolderCommands(*library, options, status);
-    addListCommands(*library, options, status);
-    addChangeCommands(*library, options, status);
+    // Only whoever asks for the library waits until its dozen commands are put together.
+    library->preparse_callback([library, options, &status](std::size_t) {
+        addFolderCommands(*library, options, status);
+        addListCommands(*library, options, status);
+        addChangeCommands(*library, options, status);
+    });
     library->footer("'tessaly library COMMAND --help' tells more about a command.");
 }
 

@@ -32,21 +32,6 @@ struct Picture {
     std::string why;
 };
 
-std::string describe(CGImageFault fault) {
-    switch (fault) {
-        case CGImageFault::none:
-        case CGImageFault::damaged:
-            return "the picture is damaged";
-        case CGImageFault::tooLarge:
-            return "the picture has too many pixels";
-        case CGImageFault::unsupported:
-            return "no decoder for this kind of picture";
-        case CGImageFault::outOfMemory:
-            return "not enough memory";
-    }
-    return {};
-}
-
 Picture movieFrame(const std::string& path, std::int64_t size, CGImageSourceFault imageFault) {
     auto asset = AVAsset::assetWithURL(path);
     if (asset->fault != AVAssetFault::none)
@@ -73,7 +58,7 @@ Picture thumbnailOf(const std::string& path, std::int64_t size) {
     const Dictionary options{{kCGImageSourceCreateThumbnailWithTransform, true},
                              {kCGImageSourceThumbnailMaxPixelSize, size}};
     CGImageRef image = CGImageSourceCreateThumbnailAtIndex(source, 0, options, &fault);
-    return {std::move(image), fault == CGImageFault::none ? std::string() : describe(fault)};
+    return {std::move(image), std::string(describe(fault))};
 }
 
 /// "out.png" is a file; an existing folder, or one that ends in a slash, takes a file a picture.

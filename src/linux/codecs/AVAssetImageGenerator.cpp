@@ -11,22 +11,6 @@
 namespace tessaly {
 namespace {
 
-const char* describe(codecs::DecodeFault fault) {
-    switch (fault) {
-        case codecs::DecodeFault::none:
-            return "";
-        case codecs::DecodeFault::damaged:
-            return "the movie has no picture that can be decoded";
-        case codecs::DecodeFault::tooLarge:
-            return "the movie's pictures are too large";
-        case codecs::DecodeFault::unsupported:
-            return "no decoder for the movie's pictures is installed";
-        case codecs::DecodeFault::outOfMemory:
-            return "not enough memory";
-    }
-    return "";
-}
-
 struct Frame {
     CGImageRef image;
     std::string error;
@@ -41,14 +25,14 @@ std::optional<imageio::ByteSource> bytesOf(const AVAsset& asset) {
 /// `longerSide` 0 for the movie's own size.
 Frame frameOf(const AVAsset& asset, double seconds, std::size_t longerSide, int turnedBack) {
     const auto* decode = moduleTable<codecs::DecodeVideoFrame>("tessaly-ffmpeg.so", "tessaly_decode_video");
-    if (!decode) return {nullptr, describe(codecs::DecodeFault::unsupported)};
+    if (!decode) return {nullptr, std::string(describe(CGImageFault::unsupported))};
     auto bytes = bytesOf(asset);
     if (!bytes) return {nullptr, "the movie cannot be opened"};
     codecs::SourceInput input(*bytes);
     codecs::DecodedPixels decoded;
     const auto fault =
         (*decode)(input, seconds, {.index = 0, .longerSide = longerSide, .pixelLimit = codecs::kPixelLimit}, decoded);
-    if (fault != codecs::DecodeFault::none) return {nullptr, describe(fault)};
+    if (fault != codecs::DecodeFault::none) return {nullptr, std::string(describe(codecs::faultOf(fault)))};
     CGImageRef image = codecs::reducedTo(codecs::finished(std::move(decoded)), longerSide);
     return {CGImageCreateTurned(image, turnedBack), ""};
 }

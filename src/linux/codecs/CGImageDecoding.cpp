@@ -112,6 +112,22 @@ int orientationOf(const CGImageSourceRef& source) {
 }  // namespace
 }  // namespace codecs
 
+std::string_view describe(CGImageFault fault) noexcept {
+    switch (fault) {
+        case CGImageFault::none:
+            return "";
+        case CGImageFault::damaged:
+            return "the picture is damaged";
+        case CGImageFault::tooLarge:
+            return "the picture has too many pixels";
+        case CGImageFault::unsupported:
+            return "no decoder for this kind of picture";
+        case CGImageFault::outOfMemory:
+            return "not enough memory";
+    }
+    return "";
+}
+
 CGImageRef CGImageSourceCreateImageAtIndex(const CGImageSourceRef& source, std::size_t index, const Dictionary&,
                                            CGImageFault* fault) {
     CGImageFault ignored{};

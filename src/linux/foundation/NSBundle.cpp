@@ -26,6 +26,8 @@ struct TextHash {
 /// A table to look up in: a screen asks for a hundred texts.
 using Texts = std::unordered_map<std::string, std::string, TextHash, std::equal_to<>>;
 
+constexpr std::string_view kMainTable = "Localizable";
+
 /// A cursor over a .strings file.
 class StringsParser {
 public:
@@ -151,7 +153,9 @@ struct NSBundle::Tables {
         if (const auto found = byName.find(name); found != byName.end()) return found->second;
         const std::string path = folder + "/" + current() + ".lproj/" + std::string(name) + ".strings";
         Texts texts;
-        if (exists(path)) {
+        // The English texts are the keys themselves: that file is the list of them, and need not be read.
+        const bool areKeysTexts = name == kMainTable && current() == "en";
+        if (!areKeysTexts && exists(path)) {
             if (const auto parsed = parseStringsFile(readFile(path)))
                 texts = Texts(parsed->begin(), parsed->end());
             else
@@ -185,7 +189,7 @@ NSBundle& NSBundle::dateToolsBundle() {
 std::string NSBundle::localizedStringForKey(std::string_view key, std::string_view value,
                                             std::string_view table) const {
     const std::lock_guard lock(tables_->mutex);
-    const Texts& texts = tables_->table(folder_, table.empty() ? "Localizable" : table);
+    const Texts& texts = tables_->table(folder_, table.empty() ? kMainTable : table);
     if (const auto found = texts.find(key); found != texts.end()) return found->second;
     return std::string(value.empty() ? key : value);
 }

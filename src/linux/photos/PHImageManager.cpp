@@ -1,7 +1,6 @@
 #include "platform/Photos/PHImageManager.h"
 
 #include <algorithm>
-#include <array>
 #include <atomic>
 #include <cmath>
 #include <limits>
@@ -276,12 +275,6 @@ bool satisfies(const ImageRequest& request, const UIImageRef& kept) {
     return exact == CGSize{} || exact == kept->size();
 }
 
-const char* describe(CGImageFault fault) {
-    constexpr std::array kTexts{"", "the picture is damaged", "the picture is too large",
-                                "no decoder for the picture is installed", "not enough memory"};
-    return kTexts[static_cast<std::size_t>(fault)];
-}
-
 CGSize uprightSize(const CGImageSourceRef& source, const PHAsset& asset) {
     const auto properties = CGImageSourceCopyPropertiesAtIndex(source, 0, {}).value_or(Dictionary());
     CGSize size{properties[kCGImagePropertyPixelWidth].doubleValue(),
@@ -350,7 +343,7 @@ void deliverFrame(const ImageRequestRef& request, const Located& file) {
     const auto deliver = [request, file, plan](const CGImageRef& bitmap, const std::string& error) {
         Located result = file;
         const UIImageRef image = cutTo(plan.exact, UIImage::imageWithCGImage(bitmap));
-        if (!image) result.error = error.empty() ? describe(CGImageFault::outOfMemory) : error;
+        if (!image) result.error = error.empty() ? std::string(describe(CGImageFault::outOfMemory)) : error;
         request->deliver(image, result);
     };
     // The generator needs a shared thread of its own: only who asked for it waits for it on one.

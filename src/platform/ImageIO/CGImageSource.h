@@ -58,6 +58,9 @@ enum class CGImageFault : std::uint8_t {
     outOfMemory,
 };
 
+/// The fault in words, as they stand behind a path: "the picture is damaged"; "" for none.
+[[nodiscard]] std::string_view describe(CGImageFault fault) noexcept;
+
 /// The pixels of one image in sRGB, as they are stored: the Orientation property tells how to turn them, unless
 /// CGImageSourceIsUpright. Null with the reason in `fault` when it cannot be decoded.
 [[nodiscard]] CGImageRef CGImageSourceCreateImageAtIndex(const CGImageSourceRef& source, std::size_t index,
