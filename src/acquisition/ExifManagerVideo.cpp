@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <cmath>
+
 #include "acquisition/ExifManager.h"
 #include "platform/AVFoundation/AVAssetImageGenerator.h"
 #include "platform/Foundation/Dispatch.h"
@@ -38,20 +41,43 @@ void readItem(const AVMetadataItem& item, ExifInformation& record) {
     }
 }
 
+/// As large as the generator makes it: turned upright and fitted into the maximum.
+CGSize pictureSize(const AVAssetTrack& video, CGSize maximum) {
+    CGSize shown = video.naturalSize;
+    if (video.rotationDegrees % 180 != 0) std::swap(shown.width, shown.height);
+    const double longer = std::max(shown.width, shown.height);
+    if (!(shown.width > 0) || !(shown.height > 0)) return {};
+    const double factor = std::min({1.0, maximum.width / shown.width, maximum.height / shown.height});
+    const double scale = std::max(1.0, std::floor(longer * factor)) / longer;
+    return {std::max(1.0, std::round(shown.width * scale)), std::max(1.0, std::round(shown.height * scale))};
+}
+
 /// Waits for it, however long it takes.
-UIImageRef firstPicture(const std::shared_ptr<AVAsset>& asset) {
+CGImageRef generatedPicture(const std::shared_ptr<AVAsset>& asset, CGSize maximum) {
     AVAssetImageGenerator generator(asset);
     generator.appliesPreferredTrackTransform = true;
-    generator.maximumSize = UIScreen::mainScreen().bounds;
+    generator.maximumSize = maximum;
     DispatchSemaphore arrived;
-    UIImageRef picture;
+    CGImageRef picture;
     generator.generateCGImageAsynchronouslyForTime(0, [&](const CGImageRef& image, const std::string& error) {
         if (!image) log("couldn't generate thumbnail, error:%@", error);
-        picture = UIImage::imageWithCGImage(image);
+        picture = image;
         arrived.signal();
     });
     arrived.wait();
     return picture;
+}
+
+/// Made when somebody looks: a movie takes long to decode, and a list of records shows few of them.
+UIImageRef firstPicture(const std::shared_ptr<AVAsset>& asset) {
+    const AVAssetTrack* video = asset->firstVideoTrack();
+    if (!video) {
+        log("couldn't generate thumbnail, error:%@", "there is no picture track");
+        return nullptr;
+    }
+    const CGSize maximum = UIScreen::mainScreen().bounds;
+    return UIImage::imageMadeOnDemand(pictureSize(*video, maximum),
+                                      [asset, maximum] { return generatedPicture(asset, maximum); });
 }
 
 }  // namespace

@@ -44,7 +44,7 @@ UIImageRef thumbNailImageFromImageSource(const CGImageSourceRef& source) {
                              {kCGImageSourceCreateThumbnailWithTransform, true},
                              {kCGImageSourceCreateThumbnailFromImageAlways, true},
                              {kCGImageSourceThumbnailMaxPixelSize, kThumbnailSize}};
-    return UIImage::imageWithCGImage(CGImageSourceCreateThumbnailAtIndex(source, 0, options));
+    return UIImage::thumbnailOfImageSource(source, options);
 }
 
 UIImageRef imageFromDNGImageNSData(const Data& data) {

@@ -7,6 +7,10 @@
 
 namespace tessaly {
 
+/// Posted on the default centre, on the main thread, after the interface has another language: whoever shows texts asks
+/// for them again.
+inline constexpr std::string_view LanguageManagerDidChangeLanguageNotification = "LanguageManagerDidChangeLanguage";
+
 /// A language of the interface: its code, which also names its resources, and the key of its name.
 struct InterfaceLanguage {
     std::string_view code;

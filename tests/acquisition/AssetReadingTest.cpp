@@ -255,7 +255,9 @@ TEST_F(AssetReading, CompletesARecord) {
 
     const auto fuller = completed(stays, true);
     EXPECT_NE(fuller, stays);
-    EXPECT_TRUE(fuller->didFetchedFullInfo && fuller->thumbNailImage == nullptr);
+    EXPECT_TRUE(fuller->didFetchedFullInfo);
+    ASSERT_TRUE(fuller->thumbNailImage);
+    EXPECT_FALSE(fuller->thumbNailImage->cgImage()) << "a head with nothing behind it";
     EXPECT_EQ(fuller->location, stays->phAsset->location);
     EXPECT_EQ(fuller->dateTaken, kFileDate);
 

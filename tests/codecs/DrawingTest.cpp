@@ -227,7 +227,9 @@ TEST(Resizing, AThumbnailOfASidewaysFile) {
     EXPECT_EQ(colorsOf(small->cgImage()), "BRWG");
     EXPECT_EQ(small->imageOrientation(), UIImageOrientation::up);
     EXPECT_FALSE(thumbNailImageFromImageSource(nullptr));
-    EXPECT_FALSE(thumbNailImageFromImageSource(CGImageSourceCreateWithData(dataOf(png({})))));
+    const UIImageRef head = thumbNailImageFromImageSource(CGImageSourceCreateWithData(dataOf(png({}))));
+    ASSERT_TRUE(head);
+    EXPECT_FALSE(head->cgImage()) << "a head with nothing behind it";
 }
 
 // What is kept decoded has its alpha where a canvas wants it; what stays in its file has it as the decoder says.

@@ -1,9 +1,18 @@
 #include "platform/UIKit/UIImage.h"
 
+#include <sys/stat.h>
+
+#include <algorithm>
 #include <array>
+#include <cmath>
+#include <filesystem>
+#include <mutex>
+#include <optional>
 
 #include "linux/codecs/Pixels.h"
+#include "linux/imageio/SourceBytes.h"
 #include "platform/CoreGraphics/CGImageTurning.h"
+#include "platform/Foundation/Dispatch.h"
 #include "platform/ImageIO/CGImageProperties.h"
 
 namespace tessaly {
@@ -48,6 +57,90 @@ struct UIImage::Head {
     }
 };
 
+/// Where a picture's bitmap comes from.
+struct UIImage::Pixels {
+    Pixels() = default;
+    Pixels(const Pixels&) = delete;
+    Pixels& operator=(const Pixels&) = delete;
+    virtual ~Pixels() = default;
+    [[nodiscard]] virtual CGImageRef bitmap() = 0;
+};
+
+/// A bitmap, or the bytes or the file of one.
+struct UIImage::StoredPixels final : Pixels {
+    explicit StoredPixels(CGImageRef bitmap) : kept(std::move(bitmap)) {}
+    StoredPixels(Data bytes, std::string file) : data(std::move(bytes)), path(std::move(file)) {}
+
+    CGImageRef bitmap() override {
+        std::call_once(decoded, [this] {
+            if (kept) return;
+            kept = CGImageSourceCreateImageAtIndex(
+                data ? CGImageSourceCreateWithData(data) : CGImageSourceCreateWithURL(path), 0, {});
+        });
+        return kept;
+    }
+
+    Data data;
+    std::string path;
+    std::once_flag decoded;
+    CGImageRef kept;
+};
+
+namespace {
+
+/// Decoders round to a pixel more or less when they reduce: the size that was told before holds. What is of quite
+/// another shape, as the file has changed since, is not distorted.
+CGImageRef roundedTo(const CGImageRef& bitmap, std::size_t width, std::size_t height) {
+    constexpr std::size_t kRounding = 2;
+    const auto differs = [](std::size_t a, std::size_t b) { return a > b ? a - b : b - a; };
+    const std::size_t most = bitmap ? std::max(differs(bitmap->width, width), differs(bitmap->height, height)) : 0;
+    const codecs::PixelsModule* module = codecs::pixelsModule();
+    if (most == 0 || most > kRounding || !module) return bitmap;
+    auto scaled = std::make_shared<CGImage>();
+    return module->scale(*bitmap, width, height, *scaled) ? scaled : nullptr;
+}
+
+}  // namespace
+
+struct UIImage::PixelsOnDemand final : Pixels {
+    PixelsOnDemand(std::function<CGImageRef()> function, const Head& head)
+        : make(std::move(function)), width(head.width), height(head.height) {}
+
+    CGImageRef bitmap() override {
+        if (CGImageRef bitmap = known()) return bitmap;
+        const Turn turn(maker);
+        if (CGImageRef bitmap = known()) return bitmap;
+        CGImageRef bitmap = make ? roundedTo(make(), width, height) : nullptr;
+        // What is damaged takes as long to decode in vain every time.
+        if (!bitmap) make = nullptr;
+        const std::lock_guard lock(mutex);
+        made = bitmap;
+        return bitmap;
+    }
+
+    CGImageRef known() {
+        const std::lock_guard lock(mutex);
+        return made.lock();
+    }
+
+    /// Not a mutex: making may wait for blocks of the shared threads, and all of these may be waiting here. They are
+    /// replaced while they wait at a semaphore.
+    struct Turn {
+        explicit Turn(DispatchSemaphore& semaphore) : turn(semaphore) { turn.wait(); }
+        Turn(const Turn&) = delete;
+        Turn& operator=(const Turn&) = delete;
+        ~Turn() { turn.signal(); }
+        DispatchSemaphore& turn;
+    };
+
+    DispatchSemaphore maker{1};
+    std::function<CGImageRef()> make;  ///< Of whose turn it is.
+    std::size_t width;
+    std::size_t height;
+    std::mutex mutex;
+    std::weak_ptr<const CGImage> made;
+};
+
 UIImageRef UIImage::make(const std::shared_ptr<Pixels>& pixels, const Head& head, double scale) {
     const std::shared_ptr<UIImage> image(new UIImage);
     image->pixels_ = pixels;
@@ -63,25 +156,65 @@ UIImageRef UIImage::imageWithData(const Data& data, double scale) {
     if (!data || data->empty()) return nullptr;
     const auto head = Head::read(CGImageSourceCreateWithData(data));
     if (!head) return nullptr;
-    auto pixels = std::make_shared<Pixels>();
-    pixels->data = data;
-    return make(pixels, *head, scale);
+    return make(std::make_shared<StoredPixels>(data, std::string()), *head, scale);
 }
 
 UIImageRef UIImage::imageWithContentsOfFile(const std::string& path) {
     const auto head = Head::read(CGImageSourceCreateWithURL(path));
     if (!head) return nullptr;
-    auto pixels = std::make_shared<Pixels>();
-    pixels->path = path;
-    return make(pixels, *head, 1);
+    return make(std::make_shared<StoredPixels>(nullptr, path), *head, 1);
 }
 
 UIImageRef UIImage::imageWithCGImage(CGImageRef bitmap, double scale, UIImageOrientation orientation) {
     if (!bitmap) return nullptr;
-    auto pixels = std::make_shared<Pixels>();
     const Head head{bitmap->width, bitmap->height, 1, orientation};
-    pixels->bitmap = std::move(bitmap);
-    return make(pixels, head, scale);
+    return make(std::make_shared<StoredPixels>(std::move(bitmap)), head, scale);
+}
+
+UIImageRef UIImage::imageMadeOnDemand(CGSize size, std::function<CGImageRef()> make) {
+    if (!(size.width >= 1) || !(size.height >= 1)) return imageWithCGImage(make());
+    const Head head{static_cast<std::size_t>(size.width), static_cast<std::size_t>(size.height)};
+    return UIImage::make(std::make_shared<PixelsOnDemand>(std::move(make), head), head, 1);
+}
+
+namespace {
+
+/// Opens the source once more when it is a file's: the source itself would hold the file open.
+std::function<CGImageSourceRef()> reopening(const CGImageSourceRef& source) {
+    const int file = imageio::bytesOf(source).descriptor();
+    std::error_code error;
+    const std::string path = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(file), error).string();
+    struct stat own = {};
+    struct stat named = {};
+    const bool isNamed = file >= 0 && !error && ::fstat(file, &own) == 0 && ::stat(path.c_str(), &named) == 0 &&
+                         own.st_ino == named.st_ino && own.st_dev == named.st_dev;
+    if (isNamed) return [path] { return CGImageSourceCreateWithURL(path); };
+    return [source] { return source; };
+}
+
+/// The pixels of image 0, turned upright if wanted, with at most `limit` on the longer side.
+CGSize thumbnailSize(const CGImageSourceRef& source, const Dictionary& options) {
+    const auto properties = CGImageSourceCopyPropertiesAtIndex(source, 0, {}).value_or(Dictionary());
+    CGSize size{properties[kCGImagePropertyPixelWidth].doubleValue(),
+                properties[kCGImagePropertyPixelHeight].doubleValue()};
+    const bool isTurned =
+        options[kCGImageSourceCreateThumbnailWithTransform].boolValue() || CGImageSourceIsUpright(source);
+    if (isTurned && isSideways(imageOrientation(properties[kCGImagePropertyOrientation].integerValue())))
+        std::swap(size.width, size.height);
+    const double limit = options[kCGImageSourceThumbnailMaxPixelSize].doubleValue();
+    const double longer = std::max(size.width, size.height);
+    if (limit <= 0 || longer <= limit || size.width < 1 || size.height < 1) return size;
+    const auto part = [&](double side) { return std::max(1.0, std::floor((side * limit + longer / 2) / longer)); };
+    return {part(size.width), part(size.height)};
+}
+
+}  // namespace
+
+UIImageRef UIImage::thumbnailOfImageSource(const CGImageSourceRef& source, const Dictionary& options) {
+    if (!CGImageSourceIsDecodable(source)) return nullptr;
+    return imageMadeOnDemand(thumbnailSize(source, options), [reopen = reopening(source), options] {
+        return CGImageSourceCreateThumbnailAtIndex(reopen(), 0, options);
+    });
 }
 
 UIImageRef UIImage::copy(double scale, UIImageOrientation orientation) const {
@@ -94,16 +227,7 @@ CGSize UIImage::size() const noexcept {
     return isSideways(orientation_) ? CGSize{height, width} : CGSize{width, height};
 }
 
-CGImageRef UIImage::cgImage() const {
-    Pixels& pixels = *pixels_;
-    std::call_once(pixels.decoded, [&pixels] {
-        if (pixels.bitmap) return;
-        const auto source =
-            pixels.data ? CGImageSourceCreateWithData(pixels.data) : CGImageSourceCreateWithURL(pixels.path);
-        pixels.bitmap = CGImageSourceCreateImageAtIndex(source, 0, {});
-    });
-    return pixels.bitmap;
-}
+CGImageRef UIImage::cgImage() const { return pixels_->bitmap(); }
 
 namespace {
 

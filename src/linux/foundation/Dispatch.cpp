@@ -132,6 +132,7 @@ struct DispatchQueue::State : std::enable_shared_from_this<State> {
     std::mutex mutex;
     std::condition_variable arrived;
     std::deque<Block> blocks;
+    std::function<void()> waker;  ///< Of the main queue.
     bool busy = false;
 
     void add(Block block) {
@@ -141,6 +142,7 @@ struct DispatchQueue::State : std::enable_shared_from_this<State> {
             blocks.push_back(std::move(block));
             if (runs == Runs::onMainThread || busy) {
                 arrived.notify_all();
+                if (waker) waker();
                 return;
             }
             busy = true;
@@ -205,6 +207,12 @@ void DispatchQueue::sync(Block block) {
         done.signal();
     });
     done.wait();
+}
+
+void DispatchQueue::setMainQueueWaker(std::function<void()> wake) {
+    State& state = *main().state_;
+    const std::lock_guard lock(state.mutex);
+    state.waker = std::move(wake);
 }
 
 bool DispatchQueue::pumpMainQueue() {

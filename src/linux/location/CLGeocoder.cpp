@@ -12,12 +12,6 @@
 namespace tessaly {
 namespace {
 
-/// Opened by the first request and kept.
-const location::PlaceIndex* places() {
-    static const auto file = location::PlaceFile::open(NSBundle::mainBundle().folder() + "/places/places.bin");
-    return file ? &file->index() : nullptr;
-}
-
 std::string interfaceLanguage() { return NSBundle::mainBundle().preferredLocalization(); }
 
 std::string countryName(std::string_view code, const std::string& locale) {
@@ -59,7 +53,7 @@ private:
 std::shared_ptr<CLGeocoder> CLGeocoder::offlineGeocoder() { return std::make_shared<OfflineGeocoder>(); }
 
 std::optional<CLPlacemark> placemarkForCoordinate(CLLocationCoordinate2D coordinate, std::string_view preferredLocale) {
-    const location::PlaceIndex* const index = places();
+    const location::PlaceIndex* const index = location::PlaceFile::installed();
     if (!index) return std::nullopt;
     const auto names = index->names(coordinate);
     if (!names) return std::nullopt;

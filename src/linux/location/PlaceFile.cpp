@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "platform/Foundation/Log.h"
+#include "platform/Foundation/NSBundle.h"
 
 namespace tessaly::location {
 namespace {
@@ -34,6 +35,11 @@ std::optional<PlaceFile> PlaceFile::open(const std::string& path) {
     if (file.index_) return file;
     log("%@: no place names here", path);
     return std::nullopt;
+}
+
+const PlaceIndex* PlaceFile::installed() {
+    static const auto file = open(NSBundle::mainBundle().folder() + "/places/places.bin");
+    return file ? &file->index() : nullptr;
 }
 
 PlaceFile::PlaceFile(PlaceFile&& other) noexcept

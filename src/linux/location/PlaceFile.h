@@ -15,6 +15,9 @@ public:
     /// Nullopt when there is no such file, or it is no places file; a diagnostic line says so.
     [[nodiscard]] static std::optional<PlaceFile> open(const std::string& path);
 
+    /// Of the program's resources, opened by the first who asks and kept; null when there is none. Any thread.
+    [[nodiscard]] static const PlaceIndex* installed();
+
     PlaceFile(PlaceFile&& other) noexcept;
     PlaceFile& operator=(PlaceFile&& other) noexcept;
     PlaceFile(const PlaceFile&) = delete;

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <numbers>
+#include <utility>
 
 #include "linux/imageio/Text.h"
 
@@ -38,6 +40,9 @@ constexpr double kFarthestSection = 3;      // Unless its own reach is longer.
 constexpr double kSideAway = 500;           // Of a point beside the middle of nowhere,
 constexpr double kFarthestNeighbour = 350;  // and of the place nearest to that.
 
+/// The file keeps populations as 32 log10; level 0 is an unknown one.
+double populationOfLevel(std::size_t level) { return level == 0 ? 0 : std::pow(10, static_cast<double>(level) / 32); }
+
 /// Kilometres by population level: 3,500 inhabitants a square kilometre, and some outskirts. The largest cities are
 /// denser than that, and have other towns around them.
 const std::array<double, 256>& reachOfLevels() {
@@ -47,8 +52,8 @@ const std::array<double, 256>& reachOfLevels() {
         constexpr double kFarthest = 18;
         std::array<double, 256> reach{};
         for (std::size_t level = 0; level < reach.size(); ++level) {
-            const double population = level == 0 ? 0 : std::pow(10, static_cast<double>(level) / 32);
-            reach[level] = std::min(kOutskirts + std::sqrt(population / (std::numbers::pi * kDensity)), kFarthest);
+            const double extent = std::sqrt(populationOfLevel(level) / (std::numbers::pi * kDensity));
+            reach[level] = std::min(kOutskirts + extent, kFarthest);
         }
         return reach;
     }();
@@ -77,6 +82,11 @@ double squaredDistance(const std::array<double, 3>& a, const std::array<double, 
 }
 
 double kilometresOf(double squaredSteps) { return std::sqrt(squaredSteps) * kKilometresAStep; }
+
+/// Over ground, however far.
+double groundKilometresOf(double squaredSteps) {
+    return 2 * kEarthRadius * std::asin(std::min(1.0, kilometresOf(squaredSteps) / (2 * kEarthRadius)));
+}
 
 double squaredSteps(double kilometres) {
     const double steps = kilometres / kKilometresAStep;
@@ -129,8 +139,14 @@ PlaceIndex::Vector PlaceIndex::position(std::uint32_t place) const noexcept {
     return {axis(0), axis(1), axis(2)};
 }
 
-double PlaceIndex::reach(std::uint32_t place) const {
-    return place < count_ ? reachOfLevels()[std::to_integer<std::size_t>(record(place)[kLevelAt])] : 0;
+unsigned PlaceIndex::levelOf(std::uint32_t place) const noexcept {
+    return std::to_integer<unsigned>(record(place)[kLevelAt]);
+}
+
+double PlaceIndex::reach(std::uint32_t place) const { return place < count_ ? reachOfLevels()[levelOf(place)] : 0; }
+
+double PlaceIndex::population(std::uint32_t place) const {
+    return place < count_ ? populationOfLevel(levelOf(place)) : 0;
 }
 
 std::uint32_t PlaceIndex::regionOf(std::uint32_t place) const noexcept {
@@ -229,6 +245,76 @@ std::optional<PlaceIndex::Found> PlaceIndex::nearestTo(const Vector& target, dou
 std::optional<PlaceIndex::Found> PlaceIndex::nearest(CLLocationCoordinate2D coordinate, double kilometres) const {
     if (!CLLocationCoordinate2DIsValid(coordinate)) return std::nullopt;
     return nearestTo(vectorOf(coordinate), kilometres);
+}
+
+bool PlaceIndex::Box::contains(CLLocationCoordinate2D coordinate) const noexcept {
+    if (coordinate.latitude < south || coordinate.latitude > north) return false;
+    const double fromMiddle = std::remainder(coordinate.longitude - (west + east) / 2, 360);
+    return std::abs(fromMiddle) <= (east - west) / 2;
+}
+
+std::pair<PlaceIndex::Vector, double> PlaceIndex::circleAround(const Box& box) {
+    if (box.east - box.west > 180) {
+        const bool isNorth = box.south + box.north > 0;
+        const Vector pole = vectorOf({isNorth ? 90.0 : -90.0, 0});
+        return {pole, 1 + squaredDistance(pole, vectorOf({isNorth ? box.south : box.north, 0}))};
+    }
+    // A box's corners are what is farthest from its middle, as long as it is no more than half around the Earth.
+    const Vector middle = vectorOf({(box.south + box.north) / 2, (box.west + box.east) / 2});
+    return {middle, 1 + std::max(squaredDistance(middle, vectorOf({box.south, box.west})),
+                                 squaredDistance(middle, vectorOf({box.north, box.west})))};
+}
+
+std::vector<std::uint32_t> PlaceIndex::mostPopulous(const Box& box, std::size_t most) const {
+    if (!(box.south <= box.north && box.west <= box.east) || most == 0) return {};
+    const auto [middle, farthest] = circleAround(box);
+    struct Inside {
+        const PlaceIndex& index;
+        const Box& box;
+        double farthest;
+        std::vector<std::pair<int, std::uint32_t>> found = {};  // The level, negative, to have the largest first.
+        void place(std::uint32_t place, double squared) {
+            if (squared <= farthest && box.contains(index.coordinate(place)))
+                found.emplace_back(-static_cast<int>(index.levelOf(place)), place);
+        }
+        [[nodiscard]] double limit() const { return farthest; }
+    } visitor{*this, box, farthest};
+    for (const Tier& tier : tiers_) {
+        visit(tier.first, tier.first + tier.count, 0, middle, visitor);
+        if (visitor.found.size() >= most) break;  // The following tiers' places are smaller.
+    }
+    const std::size_t count = std::min(most, visitor.found.size());
+    std::partial_sort(visitor.found.begin(), visitor.found.begin() + static_cast<std::ptrdiff_t>(count),
+                      visitor.found.end());
+    std::vector<std::uint32_t> places;
+    for (std::size_t i = 0; i < count; ++i) places.push_back(visitor.found[i].second);
+    return places;
+}
+
+std::vector<PlaceIndex::Found> PlaceIndex::nearestOnes(CLLocationCoordinate2D coordinate, std::size_t most) const {
+    if (!CLLocationCoordinate2DIsValid(coordinate) || most == 0) return {};
+    struct Nearest {
+        const PlaceIndex& index;
+        std::size_t most;
+        std::vector<std::pair<double, std::uint32_t>> heap = {};  // The farthest one at its top.
+        void begin(double) {}
+        void place(std::uint32_t place, double squared) {
+            if (squared > limit() || index.cityOf(place)) return;
+            heap.emplace_back(squared, place);
+            std::push_heap(heap.begin(), heap.end());
+            if (heap.size() <= most) return;
+            std::pop_heap(heap.begin(), heap.end());
+            heap.pop_back();
+        }
+        [[nodiscard]] double limit() const {
+            return heap.size() < most ? std::numeric_limits<double>::infinity() : heap.front().first;
+        }
+    } visitor{*this, most};
+    visitAll(vectorOf(coordinate), visitor);
+    std::sort_heap(visitor.heap.begin(), visitor.heap.end());
+    std::vector<Found> found;
+    for (const auto& [squared, place] : visitor.heap) found.push_back({place, groundKilometresOf(squared)});
+    return found;
 }
 
 std::uint32_t PlaceIndex::localityOf(const Vector& target, const Found& nearest) const {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "linux/imageio/ByteReader.h"
@@ -48,11 +49,23 @@ public:
     /// The nearest of all places within a distance.
     [[nodiscard]] std::optional<Found> nearest(CLLocationCoordinate2D coordinate, double kilometres) const;
 
+    /// Degrees. `west` may be below -180 and `east` beyond 180 where the date line lies between them.
+    struct Box {
+        double south = 0, west = 0, north = 0, east = 0;
+        [[nodiscard]] bool contains(CLLocationCoordinate2D coordinate) const noexcept;
+    };
+    /// The most populous places of a box, at most so many and the largest first. A box that is upside down has none.
+    [[nodiscard]] std::vector<std::uint32_t> mostPopulous(const Box& box, std::size_t most) const;
+    /// The nearest cities, towns and villages, sections of them left out: at most so many and the nearest first.
+    [[nodiscard]] std::vector<Found> nearestOnes(CLLocationCoordinate2D coordinate, std::size_t most) const;
+
     [[nodiscard]] std::uint32_t count() const noexcept { return count_; }
     [[nodiscard]] CLLocationCoordinate2D coordinate(std::uint32_t place) const;
     [[nodiscard]] std::string_view name(std::uint32_t place) const;
     /// How far a place extends, in kilometres.
     [[nodiscard]] double reach(std::uint32_t place) const;
+    /// To some four hundredths; 0 where it is not known.
+    [[nodiscard]] double population(std::uint32_t place) const;
 
 private:
     /// A position on the sphere, in the file's steps.
@@ -67,6 +80,7 @@ private:
     PlaceIndex() = default;
     [[nodiscard]] const std::byte* record(std::uint32_t place) const noexcept;
     [[nodiscard]] Vector position(std::uint32_t place) const noexcept;
+    [[nodiscard]] unsigned levelOf(std::uint32_t place) const noexcept;
     [[nodiscard]] std::uint32_t regionOf(std::uint32_t place) const noexcept;
     [[nodiscard]] std::optional<std::uint32_t> cityOf(std::uint32_t place) const noexcept;
     [[nodiscard]] std::string_view countryOf(std::uint32_t place) const noexcept;
@@ -78,6 +92,8 @@ private:
     template <class Visitor>
     void visitAll(const Vector& target, Visitor& visitor) const;
 
+    /// A circle that holds a box: its middle, and its radius squared, in steps.
+    [[nodiscard]] static std::pair<Vector, double> circleAround(const Box& box);
     [[nodiscard]] std::optional<Found> nearestTo(const Vector& target, double kilometres) const;
     [[nodiscard]] std::uint32_t localityOf(const Vector& target, const Found& nearest) const;
     [[nodiscard]] std::string_view sectionAt(const Vector& target, std::uint32_t city) const;

@@ -38,6 +38,9 @@ public:
     static bool pumpMainQueue();
     /// Pumps until `done` holds; false when the time is over first.
     static bool pumpMainQueueUntil(const std::function<bool()>& done, std::chrono::milliseconds timeout);
+    /// An event loop that pumps: `wake` is called on any thread after a block was added. Null takes it back. To be set
+    /// while no other thread uses the main queue.
+    static void setMainQueueWaker(std::function<void()> wake);
 
     struct State;
 

@@ -1,13 +1,13 @@
 #pragma once
 #include <cstdint>
+#include <functional>
 #include <memory>
-#include <mutex>
-#include <optional>
 #include <string>
 
 #include "platform/CoreGraphics/CGGeometry.h"
 #include "platform/CoreGraphics/CGImage.h"
 #include "platform/Foundation/Value.h"
+#include "platform/ImageIO/CGImageSource.h"
 
 namespace tessaly {
 
@@ -36,7 +36,8 @@ enum class UIImageOrientation : std::uint8_t {
 class UIImage;
 using UIImageRef = std::shared_ptr<const UIImage>;
 
-/// A picture: a bitmap, or an encoded file whose head was read and whose pixels wait until they are asked for.
+/// A picture: a bitmap, an encoded file whose head was read and whose pixels wait until they are asked for, or the way
+/// to a bitmap that is made whenever somebody looks.
 /// May be used by several threads.
 class UIImage {
 public:
@@ -46,6 +47,15 @@ public:
     /// Null without a bitmap.
     [[nodiscard]] static UIImageRef imageWithCGImage(CGImageRef bitmap, double scale = 1,
                                                      UIImageOrientation orientation = UIImageOrientation::up);
+    /// A picture whose size, in points at scale 1 and upright, is known before it is made: `make` runs on the first
+    /// question for the bitmap, on the asker's thread and never twice at once, and again when everybody has let go of
+    /// what it made. Once it answers null it is not asked any more. A bitmap that is a pixel or two off gets the size
+    /// that was told. Without a known size it runs here and now.
+    [[nodiscard]] static UIImageRef imageMadeOnDemand(CGSize size, std::function<CGImageRef()> make);
+    /// What CGImageSourceCreateThumbnailAtIndex makes of image 0, made on demand; its size is told by the file's head.
+    /// The file is opened anew for it, so that many such pictures hold no descriptors. Null when the source is none
+    /// that can be decoded.
+    [[nodiscard]] static UIImageRef thumbnailOfImageSource(const CGImageSourceRef& source, const Dictionary& options);
     /// The same picture with another scale and orientation; its bitmap is shared.
     [[nodiscard]] UIImageRef copy(double scale, UIImageOrientation orientation) const;
 
@@ -56,16 +66,14 @@ public:
     [[nodiscard]] CGSize size() const noexcept;
     /// Frames of an animation; 1 of a still picture.
     [[nodiscard]] std::size_t frameCount() const noexcept { return frameCount_; }
-    /// The bitmap as it is stored, decoded on the first question and kept. Null when it cannot be.
+    /// The bitmap as it is stored, decoded on the first question and kept; one that is made on demand is kept by those
+    /// who hold it alone. Null when it cannot be had.
     [[nodiscard]] CGImageRef cgImage() const;
 
 private:
-    struct Pixels {
-        Data data;  ///< Where they come from: bytes or a file, until there is a bitmap.
-        std::string path;
-        std::once_flag decoded;
-        CGImageRef bitmap;
-    };
+    struct Pixels;
+    struct StoredPixels;
+    struct PixelsOnDemand;
     struct Head;
     UIImage() = default;
     static UIImageRef make(const std::shared_ptr<Pixels>& pixels, const Head& head, double scale);

@@ -1,0 +1,12 @@
+# Completion of tessaly-viewer for fish.
+complete -c tessaly-viewer -l app -d "Show photos of the library"
+complete -c tessaly-viewer -l page -x -d "Start with this page"
+complete -c tessaly-viewer -l change-language -d "Choose the language"
+complete -c tessaly-viewer -l language -x -d "This time in this language" -a "zh-Hans zh-Hant nl en fr de hi id it ja ko ml pl pt ru es th uk"
+complete -c tessaly-viewer -l appearance -x -d "Colours" -a "light dark auto"
+complete -c tessaly-viewer -l text-size -x -d "Texts so many times their plain size"
+complete -c tessaly-viewer -l reduce-motion -d "Leave animations out"
+complete -c tessaly-viewer -l size -x -d "The window's size" -a "390x844 1000x700"
+complete -c tessaly-viewer -l screenshot -r -d "Write a picture of the window, and end"
+complete -c tessaly-viewer -s h -l help -d "Help"
+complete -c tessaly-viewer -s V -l version -d "Version"

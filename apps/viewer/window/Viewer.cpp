@@ -1,0 +1,215 @@
+#include "Viewer.h"
+
+#include <unistd.h>
+
+#include <QGuiApplication>
+#include <algorithm>
+
+#include "../AppURL.h"
+#include "../Display.h"
+#include "../Messages.h"
+#include "../Request.h"
+#include "extension/MBProgressHUD.h"
+#include "platform/Foundation/Dispatch.h"
+#include "settings/ChangeLanguageViewController.h"
+#include "settings/LanguageManager.h"
+#include "settings/NSBundle+Language.h"
+
+namespace tessaly::viewer {
+namespace {
+
+constexpr const char* kInTheTerminal = "'tessaly show FILE' prints the page in the terminal";
+
+int displayIsMissing(const std::string& what) {
+    complain(what);
+    complain(kInTheTerminal);
+    return kFailure;
+}
+
+/// While the toolkit looks for a display. It would abort without one.
+void platformMessage(QtMsgType type, const QMessageLogContext&, const QString& text) {
+    static QString last;
+    if (type == QtFatalMsg)
+        ::_exit(displayIsMissing("there is no display: " + (last.isEmpty() ? text : last).simplified().toStdString()));
+    if (last.isEmpty()) last = text;
+}
+
+std::unique_ptr<QGuiApplication> makeApplication() {
+    static int count = 1;
+    static char name[] = "tessaly-viewer";
+    static char* arguments[] = {name, nullptr};
+    quick::ViewerWindow::prepareApplication();
+    const QtMessageHandler before = qInstallMessageHandler(platformMessage);
+    auto application = std::make_unique<QGuiApplication>(count, arguments);
+    qInstallMessageHandler(before);
+    return application;
+}
+
+void setUpLanguage(const std::string& code) {
+    LanguageManager::setupCurrentLanguage();
+    if (!code.empty()) NSBundleLanguage::setLanguage(code);
+}
+
+/// What a running program can open from its own folder.
+std::vector<std::string> withAbsolutePaths(const std::vector<std::string>& items) {
+    std::vector<std::string> absolute;
+    for (const std::string& item : items) {
+        const FileArgument file = item == "-" || isAppURL(item) ? FileArgument{} : fileOfArgument(item);
+        absolute.push_back(file.path.empty() ? item : file.path);
+    }
+    return absolute;
+}
+
+std::string activationToken() {
+    const std::string token = environment("XDG_ACTIVATION_TOKEN");
+    return token.empty() ? environment("DESKTOP_STARTUP_ID") : token;
+}
+
+}  // namespace
+
+int Viewer::run(const Arguments& arguments) {
+    const bool isShared = arguments.isApp && !arguments.changesLanguage && arguments.screenshot.empty();
+    SingleInstance instance(isShared ? environment("XDG_RUNTIME_DIR") : std::string());
+    // Set once there is a window; what comes before that waits on the main queue.
+    const auto running = std::make_shared<std::weak_ptr<Viewer*>>();
+    const bool isFirst = instance.listen([running](const Handover& handover) {
+        DispatchQueue::main().async([running, handover] {
+            if (const auto self = running->lock()) (*self)->takeHandover(handover);
+        });
+    });
+    if (isShared && !isFirst && instance.handOver({withAbsolutePaths(arguments.items), activationToken()}))
+        return kSuccess;
+
+    if (!arguments.screenshot.empty() && environment("QT_QPA_PLATFORM").empty())
+        ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    if (const std::string missing = missingDisplay(environment); !missing.empty()) return displayIsMissing(missing);
+
+    // Files are looked into while the toolkit starts.
+    const auto taken = std::make_shared<std::function<void(Intake)>>();
+    if (!arguments.isApp && !arguments.changesLanguage)
+        takeInBackground(arguments.items, [taken](Intake intake) { (*taken)(std::move(intake)); });
+    const auto application = makeApplication();
+    setUpLanguage(arguments.language);
+    Viewer viewer(arguments);
+    if (!viewer.window_.isValid()) return kFailure;
+    *running = viewer.self_;
+    *taken = [weak = std::weak_ptr(viewer.self_)](Intake intake) {
+        if (const auto self = weak.lock()) (*self)->showRequest(std::move(intake));
+    };
+    return viewer.exec();
+}
+
+Viewer::Viewer(const Arguments& arguments) : arguments_(arguments), traits_(arguments) {}
+
+int Viewer::exec() {
+    QQuickWindow& window = window_.window();
+    if (arguments_.size)
+        window.resize(static_cast<int>(arguments_.size->width), static_cast<int>(arguments_.size->height));
+    keys_ = std::make_unique<KeyFilter>([this] { goBack(); }, [this] { leave(); });
+    window.contentItem()->installEventFilter(keys_.get());
+    window_.setCloseHandler([this] { leave(); });
+    followTitle();
+    if (!arguments_.screenshot.empty()) {
+        const auto isLoading = [this] { return window_.host().hud()->isShown(); };
+        const auto done = [this](const std::string& fault) {
+            if (!fault.empty()) report({{arguments_.screenshot, fault}});
+            quit();
+        };
+        screenshot_ = std::make_unique<Screenshot>(window, isLoading, arguments_.screenshot, done);
+    }
+    show();
+    const int status = QCoreApplication::exec();
+    window.contentItem()->removeEventFilter(keys_.get());
+    return status;
+}
+
+void Viewer::show() {
+    if (arguments_.changesLanguage)
+        showLanguages();
+    else if (arguments_.isApp)
+        showLibrary();
+    else
+        showWaiting();
+    // Small requests are known by now, and are in the first frame.
+    DispatchQueue::pumpMainQueue();
+    window_.window().show();
+}
+
+void Viewer::showWaiting() {
+    waiting_ = std::make_shared<UIView>();
+    window_.host().hud()->follow(waiting_);
+    MBProgressHUD::showHUDAddedTo(waiting_, false);
+}
+
+void Viewer::showRequest(Intake intake) {
+    MBProgressHUD::hideAllHUDsForView(waiting_, false);
+    scratch_ = intake.scratch;
+    report(intake.complaints);
+    const bool isEmpty = intake.attachments == 0;
+    if (isEmpty) report({{"", "there is nothing to show"}});
+    detail_ = ExifPhotoDetailViewController::create();
+    detail_->setExtensionContext(std::make_shared<Request>(std::move(intake.items), [this] { quit(); }));
+    if (arguments_.page > intake.attachments && !isEmpty)
+        report({{"--page", "there are no more than " + std::to_string(intake.attachments) + " pages"}});
+    if (!isEmpty) detail_->currentIndexPath = {std::min(arguments_.page, intake.attachments) - 1, 0};
+    window_.setRootViewController(detail_);
+    isEmpty&& screenshot_ ? quit() : contentIsThere();
+}
+
+void Viewer::showLibrary() {
+    library_ = std::make_unique<AppLibrary>([this] { quit(); });
+    window_.setRootViewController(library_->navigation());
+    library_->open(arguments_.items, arguments_.page - 1, [this](const std::vector<Complaint>& complaints) {
+        report(complaints);
+        contentIsThere();
+    });
+}
+
+void Viewer::showLanguages() {
+    window_.setRootViewController(std::make_shared<ChangeLanguageViewController>());
+    contentIsThere();
+}
+
+void Viewer::followTitle() {
+    quick::NavigationOutlet* const bar = window_.host().navigation();
+    const auto show = [this, bar] { window_.window().setTitle(bar->title()); };
+    QObject::connect(bar, &quick::NavigationOutlet::changed, &window_.window(), show);
+}
+
+void Viewer::contentIsThere() {
+    if (screenshot_) screenshot_->start();
+}
+
+void Viewer::report(const std::vector<Complaint>& complaints) {
+    for (const Complaint& complaint : complaints) complain(complaint.name, complaint.what);
+    if (!complaints.empty()) status_ = kFailure;
+}
+
+void Viewer::takeHandover(const Handover& handover) {
+    if (!handover.activationToken.empty()) qputenv("XDG_ACTIVATION_TOKEN", handover.activationToken.c_str());
+    QQuickWindow& window = window_.window();
+    window.setWindowStates(window.windowStates() & ~Qt::WindowMinimized);
+    window.raise();
+    window.requestActivate();
+    if (handover.items.empty() || !library_) return;
+    library_->open(handover.items, 0, [this](const std::vector<Complaint>& complaints) { report(complaints); });
+}
+
+void Viewer::goBack() {
+    if (library_) return library_->goBack();
+    if (detail_ && detail_->presentedViewController()) return detail_->dismissViewController(true);
+    leave();
+}
+
+void Viewer::leave() {
+    if (detail_ && detail_->extensionContext()) return detail_->backButtonOnExtensionTapped();
+    quit();
+}
+
+/// Later: there may be no event loop yet that could end, and handlers are to return to a window that exists.
+void Viewer::quit() const {
+    const auto exit = [status = status_] { QCoreApplication::exit(status); };
+    QMetaObject::invokeMethod(qApp, exit, Qt::QueuedConnection);
+}
+
+}  // namespace tessaly::viewer

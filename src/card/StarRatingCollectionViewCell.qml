@@ -1,0 +1,49 @@
+pragma ComponentBehavior: Bound
+import QtQuick
+import Tessaly
+
+/// The rating row: five stars.
+Interface {
+    id: row
+
+    readonly property LabelOutlet keyText: outlets.label("exifKeyLabel")
+    readonly property ViewOutlet cell: outlets.self()
+    readonly property int rating: one(1) + one(2) + one(3) + one(4) + one(5)
+
+    implicitHeight: 40
+    Accessible.role: Accessible.ListItem
+    Accessible.name: keyText.text
+    Accessible.description: rating + " / 5"
+    Accessible.ignored: !visible
+
+    function one(number: int): int {
+        return outlets.button("star" + number).selected ? 1 : 0;
+    }
+
+    Rectangle {
+        anchors.fill: parent
+        color: row.outlets.view("contentHolderView").backgroundColor
+    }
+    OutletLabel {
+        anchors { left: parent.left; leftMargin: 14; right: stars.left; rightMargin: 10; verticalCenter: parent.verticalCenter }
+        outlet: row.keyText
+        elide: Text.ElideRight
+        Accessible.ignored: true
+    }
+    Row {
+        id: stars
+        anchors { right: parent.right; rightMargin: 12; verticalCenter: parent.verticalCenter }
+        spacing: 3
+        Repeater {
+            model: 5
+            Icon {
+                required property int index
+                readonly property ButtonOutlet star: row.outlets.button("star" + (index + 1))
+                width: 19
+                height: 19
+                name: "star_filled"
+                color: star.selected ? Theme.star : Theme.hairline
+            }
+        }
+    }
+}

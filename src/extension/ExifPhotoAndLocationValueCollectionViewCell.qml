@@ -1,0 +1,95 @@
+import QtQuick
+import Tessaly
+
+/// The top of a page: the photo, what stands over its lower edge, and the summary below it.
+Interface {
+    id: header
+
+    readonly property ImageOutlet photo: outlets.image("photoImageView")
+    readonly property ImageOutlet state: outlets.image("stateImageView")
+
+    Rectangle {
+        anchors.fill: parent
+        color: Theme.surface
+    }
+    Item {
+        id: frame
+        anchors { left: parent.left; right: parent.right; top: parent.top; bottom: summary.top }
+        clip: true
+
+        Rectangle {
+            anchors.fill: parent
+            color: Theme.row
+        }
+        OutletImage {
+            id: picture
+            anchors.fill: parent
+            outlet: header.photo
+            TapHandler {
+                onTapped: eventPoint => header.photo.tapped(eventPoint.position)
+            }
+        }
+        Spinner {
+            anchors.centerIn: parent
+            delay: 0
+            running: header.outlets.indicator("loadingIndicator").animating
+        }
+        Column {
+            anchors { centerIn: parent; verticalCenterOffset: -16 }
+            width: parent.width - 60
+            spacing: 8
+            visible: !header.state.hidden
+            OutletImage {
+                anchors.horizontalCenter: parent.horizontalCenter
+                width: 44
+                height: 44
+                outlet: header.state
+                iconColor: Theme.secondaryText
+            }
+            OutletLabel {
+                width: parent.width
+                outlet: header.outlets.label("stateLabel")
+                horizontalAlignment: Text.AlignHCenter
+                wrapMode: Text.Wrap
+                font { family: Theme.family; pixelSize: 13; weight: Font.Medium }
+                color: Theme.secondaryText
+            }
+        }
+        Rectangle {
+            // A dark ground for the symbol, whatever the picture is.
+            anchors.centerIn: parent
+            width: 64
+            height: 64
+            radius: 32
+            color: "#80000000"
+            visible: !play.outlet.hidden
+            OutletImage {
+                id: play
+                anchors.centerIn: parent
+                width: 44
+                height: 44
+                outlet: header.outlets.image("playImageView")
+                iconColor: "white"
+            }
+            Accessible.role: Accessible.Button
+            Accessible.name: play.outlet.accessibleLabel
+            Accessible.ignored: !visible
+            Accessible.onPressAction: header.photo.tapped(Qt.point(0, 0))
+        }
+        PhotoSizeLocationDateTimeDetailsView {
+            anchors { left: parent.left; right: parent.right; bottom: parent.bottom }
+            outlets: header.outlets.owner("photoSizeLocationDateTimeStampView")
+        }
+    }
+    ExifBriefDetailsView {
+        id: summary
+        anchors { left: parent.left; right: parent.right; bottom: parent.bottom }
+        height: 65
+        outlets: header.outlets.owner("exifBriefDetailsView")
+    }
+    Rectangle {
+        anchors { left: parent.left; right: parent.right; bottom: parent.bottom }
+        height: 1
+        color: Theme.hairline
+    }
+}

@@ -1,0 +1,121 @@
+#include <numbers>
+
+#include "extension/ExifPhotoDetailViewController.h"
+#include "platform/Foundation/NSBundle.h"
+#include "settings/PersistanceManager.h"
+
+// The bar of actions at the bottom of the screen, with its drawer of settings, and the banner above it.
+namespace tessaly {
+namespace {
+
+// Points.
+constexpr double kBarHeight = 190;
+constexpr double kClosedDrawer = -115;
+constexpr double kOpenDrawerWithoutDeleting = -42;  // What is overwritten leaves no original to delete.
+constexpr double kOpenDrawer = 0;
+constexpr double kBannerShown = 0;
+constexpr double kBannerHidden = -300;
+
+// Seconds.
+constexpr double kDrawerTurning = 0.2;
+constexpr double kSliding = 0.25;
+constexpr double kBannerStays = 4;
+
+constexpr UIColor kSuccess{61 / 255.0, 136 / 255.0, 43 / 255.0};
+
+void describeSwitch(UISwitch& control, UILabel& label, const std::string& text, const std::string& name) {
+    label.setText(text);
+    control.setAccessibility(&UIAccessibility::label, name);
+    control.setAccessibility(&UIAccessibility::hint, text);
+}
+
+}  // namespace
+
+void ExifPhotoDetailViewController::expandRemoveEXIFBarButtonTapped() {
+    isBottomBarSettingsExpanded = !isBottomBarSettingsExpanded;
+    updateOverwriteSettingsBarUI();
+    UIView::animateWithDuration(kDrawerTurning, UIViewAnimationCurve::linear, [this] {
+        expandButtonImageView->setRotation(isBottomBarSettingsExpanded ? 0 : std::numbers::pi);
+    });
+}
+
+void ExifPhotoDetailViewController::overWriteImageSwitchValueChanged() {
+    PersistanceManager::sharedInstance().setOverwriteImageForExifChange(overwriteSwitch->isOn());
+    updateOverwriteSettingsBarUI();
+}
+
+void ExifPhotoDetailViewController::deletePhotoAfterCreatingDuplicateSwitchChanged() {
+    PersistanceManager::sharedInstance().setDeleteOriginalPhotoAfterCreatingImageWithoutExif(
+        deleteOriginalPhotoAfterRemovingExifSwitch->isOn());
+}
+
+void ExifPhotoDetailViewController::refreshDeleteOverWriteSettingsUI() {
+    const std::string overwrite = localized("Overwrite");
+    describeSwitch(*overwriteSwitch, *overwriteSwitchLabel, overwrite, overwrite);
+    overwriteSwitchLabel->setAccessibility(&UIAccessibility::label, overwrite);
+    describeSwitch(*deleteOriginalPhotoAfterRemovingExifSwitch, *deleteOriginalPhotoAfterRemovingExifSwitchLabel,
+                   localized("Delete Original image after creating new copy ?"), localized("Delete Original image"));
+    const PersistanceManager& settings = PersistanceManager::sharedInstance();
+    overwriteSwitch->setOn(settings.overwriteImageForExifChange());
+    deleteOriginalPhotoAfterRemovingExifSwitch->setOn(settings.deleteOriginalPhotoAfterCreatingImageWithoutExif());
+    updateOverwriteSettingsBarUI();
+}
+
+void ExifPhotoDetailViewController::updateOverwriteSettingsBarUI() {
+    overWriteHintLabel->setText(
+        PersistanceManager::sharedInstance().overwriteImageForExifChange()
+            ? localized("Overwrite edit or removes EXIF data on same image (Other apps can revert changes and get back "
+                        "EXIF data)")
+            : localized("Since Overwrite is turned off, it will create new copy of same image with edited changes or "
+                        "without EXIF data"));
+    bottomBarBottomToViewControllerBottomLayoutConstraint->setConstant(bottomBarConstraintValueForCurrentState());
+    bottomBarHeightConstraint->setConstant(kBarHeight);
+}
+
+double ExifPhotoDetailViewController::bottomBarConstraintValueForCurrentState() const {
+    if (!isBottomBarSettingsExpanded) return kClosedDrawer;
+    return PersistanceManager::sharedInstance().overwriteImageForExifChange() ? kOpenDrawerWithoutDeleting
+                                                                              : kOpenDrawer;
+}
+
+bool ExifPhotoDetailViewController::isBottomBarHidden() const {
+    return bottomBarBottomToViewControllerBottomLayoutConstraint->constant() == -bottomBarHeightConstraint->constant();
+}
+
+void ExifPhotoDetailViewController::showBottomBarView() {
+    if (!isBottomBarHidden()) return;
+    UIView::animateWithDuration(kSliding, [this] {
+        bottomBarBottomToViewControllerBottomLayoutConstraint->setConstant(bottomBarConstraintValueForCurrentState());
+    });
+}
+
+void ExifPhotoDetailViewController::hideBottomBarView() {
+    if (isBottomBarHidden()) return;
+    bottomBarBottomToViewControllerBottomLayoutConstraint->setConstant(-bottomBarHeightConstraint->constant());
+}
+
+void ExifPhotoDetailViewController::updateBottomBarBasedOnSettingsAndPreviewType() {
+    messageHolderView->setHidden(true);
+    bottomButtonHolderView->setHidden(!isInContainingApp || is3DTouchPreview);
+}
+
+void ExifPhotoDetailViewController::showMessage(const std::string& message, bool withSuccessStatus) {
+    if (messageHideTimer) messageHideTimer->invalidate();
+    messageHolderView->setBackgroundColor(withSuccessStatus ? kSuccess : UIColor::systemRedColor());
+    successOrErrorMessageLabel->setTextColor(UIColor::whiteColor());
+    successOrErrorMessageLabel->setText(message);
+    messageHolderView->setHidden(false);
+    UIView::animateWithDuration(
+        kSliding, [this] { messageViewBottomToBottomBarTopVerticalSpaceConstraint->setConstant(kBannerShown); });
+    messageHideTimer = NSTimer::scheduledTimer(kBannerStays, false, [screen = weakSelf()] {
+        if (const auto self = screen.lock()) self->hideMessageView();
+    });
+}
+
+void ExifPhotoDetailViewController::hideMessageView() {
+    successOrErrorMessageLabel->setText("");
+    UIView::animateWithDuration(
+        kSliding, [this] { messageViewBottomToBottomBarTopVerticalSpaceConstraint->setConstant(kBannerHidden); });
+}
+
+}  // namespace tessaly

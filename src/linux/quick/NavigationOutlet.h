@@ -1,0 +1,64 @@
+#pragma once
+#include <QObject>
+#include <QVariantList>
+#include <QtQml/qqmlregistration.h>
+#include <memory>
+
+#include "linux/quick/ViewOutlet.h"
+#include "platform/UIKit/UIViewController.h"
+
+namespace tessaly::quick {
+
+/// A button of the navigation bar: a text or an icon.
+class BarButtonOutlet : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Buttons come from their bar")
+    Q_PROPERTY(QString title READ title CONSTANT)
+    Q_PROPERTY(QString imageName READ imageName CONSTANT)
+    Q_PROPERTY(QString accessibleLabel READ accessibleLabel CONSTANT)
+    Q_PROPERTY(QString identifier READ identifier CONSTANT)
+
+public:
+    BarButtonOutlet(std::shared_ptr<UIBarButtonItem> item, QObject* parent) : QObject(parent), item_(std::move(item)) {}
+    [[nodiscard]] QString title() const;
+    [[nodiscard]] QString imageName() const;
+    [[nodiscard]] QString accessibleLabel() const;
+    [[nodiscard]] QString identifier() const { return toQt(item_->accessibilityIdentifier()); }
+    Q_INVOKABLE void touched();
+
+private:
+    std::shared_ptr<UIBarButtonItem> item_;
+};
+
+/// The bar above a screen.
+class NavigationOutlet : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Bars come from their screen")
+    Q_PROPERTY(QString title READ title NOTIFY changed)
+    Q_PROPERTY(QVariantList leftButtons READ leftButtons NOTIFY changed)
+    /// From the outer edge inwards.
+    Q_PROPERTY(QVariantList rightButtons READ rightButtons NOTIFY changed)
+
+public:
+    explicit NavigationOutlet(QObject* parent = nullptr) : QObject(parent) {}
+    /// Null shows an empty bar.
+    void follow(std::shared_ptr<UINavigationItem> item);
+    [[nodiscard]] QString title() const { return item_ ? toQt(item_->title()) : QString(); }
+    [[nodiscard]] const QVariantList& leftButtons() const { return left_; }
+    [[nodiscard]] const QVariantList& rightButtons() const { return right_; }
+
+signals:
+    void changed();
+
+private:
+    void update();
+
+    std::shared_ptr<UINavigationItem> item_;
+    Observable::Observation observation_;
+    UIBarButtonItems shown_;
+    QVariantList left_, right_;
+};
+
+}  // namespace tessaly::quick

@@ -1,0 +1,320 @@
+#include <unistd.h>
+
+#include <filesystem>
+#include <map>
+
+#include "ActionsFixture.h"
+#include "platform/AVFoundation/AVAssetExportSession.h"
+#include "platform/UIKit/UIAlertController.h"
+
+// Stripping and deleting over a real library.
+namespace tessaly::test {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+constexpr std::string_view kCopied = "Successfully created new copy of ";
+
+ByteString placedPhoto() {
+    TiffBuilder tiff;
+    tiff.text(TiffBuilder::first, 0x013B, "SECRET artist");
+    tiff.text(TiffBuilder::gps, 1, "N").rationals(TiffBuilder::gps, 2, {{50, 1}, {0, 1}, {0, 1}});
+    tiff.text(TiffBuilder::gps, 3, "E").rationals(TiffBuilder::gps, 4, {{10, 1}, {0, 1}, {0, 1}});
+    return photo(5, tiff);
+}
+
+ByteString placedMovie() { return movie(5, "SECRET identifier").add(box("mdat", {"FRAMES AND SOUND"})); }
+
+class LibraryActions : public ActionsTest {
+protected:
+    void SetUp() override {
+        ActionsTest::SetUp();
+        fs::create_directories(temporary());
+        ::setenv("TMPDIR", temporary().c_str(), 1);
+        write("a.jpg", placedPhoto());
+        write("m.mov", placedMovie());
+        library_->scan();
+        ASSERT_TRUE(find("a.jpg") && find("a.jpg")->location);
+    }
+    void TearDown() override { ::unsetenv("TMPDIR"); }
+    [[nodiscard]] std::string temporary() const { return (folder_.path() / "tmp").string(); }
+    void act(const std::string& name, bool overwrites, bool deletes) {
+        show({recordOfAsset(name)});
+        screen->overwriteSwitch->setOn(overwrites);
+        screen->deleteOriginalPhotoAfterRemovingExifSwitch->setOn(deletes);
+        screen->removeExifDetailsButtonTapped();
+        // The decision was made when it began.
+        screen->overwriteSwitch->setOn(!overwrites);
+        finish();
+    }
+    [[nodiscard]] Names album() const {
+        PHFetchOptions options;
+        for (const auto& album :
+             objectsOf(library_->collections(PHAssetCollectionTypeAlbum, PHAssetCollectionSubtypeAny, options)))
+            if (album->localizedTitle == PersistanceManager::sharedInstance().albumNameAfterRemovingEXIF())
+                return names(library_->assets(*album, options));
+        return {};
+    }
+    static std::vector<PHAssetCollectionRef> objectsOf(const PHFetchResult<PHAssetCollection>& fetched) {
+        std::vector<PHAssetCollectionRef> albums;
+        for (std::size_t i = 0; i < fetched.count(); ++i) albums.push_back(fetched.objectAtIndex(i));
+        return albums;
+    }
+    [[nodiscard]] std::map<std::string, std::string> contents() const {
+        std::map<std::string, std::string> files;
+        for (const auto& entry : fs::directory_iterator(photos()))
+            files[entry.path().filename()] = contentOf(entry.path());
+        return files;
+    }
+};
+
+struct RemovalCase {
+    const char* why;
+    const char* name;
+    bool overwrites, deletes;
+    const char* changed;
+    std::vector<std::string> files;
+    std::string banner;
+};
+
+class Removals : public LibraryActions, public testing::WithParamInterface<RemovalCase> {};
+
+TEST_P(Removals, MakeACopyOrOverwrite) {
+    const RemovalCase& test = GetParam();
+    SCOPED_TRACE(test.why);
+    const PHAsset before = asset(test.name);
+    const std::string bytes = contentOf(path(test.name));
+    act(test.name, test.overwrites, test.deletes);
+    EXPECT_EQ(banner(), test.banner);
+    EXPECT_TRUE(isSuccess());
+    EXPECT_EQ(names(), test.files);
+    const PHAsset after = asset(test.changed);
+    const std::string changed = contentOf(path(test.changed));
+    EXPECT_THAT(changed, Not(HasSubstr("SECRET")));
+    const bool isVideo = before.mediaType == PHAssetMediaTypeVideo;
+    EXPECT_EQ(changed.find("FRAMES AND SOUND") != std::string::npos, isVideo);
+    EXPECT_FALSE(after.location);
+    EXPECT_EQ(after.creationDate, before.creationDate);
+    EXPECT_EQ(album(), test.overwrites ? Names{} : Names{test.changed}) << "only copies";
+    EXPECT_THAT(entries(temporary()), IsEmpty());
+    expectWhole();
+    if (!test.overwrites) return;
+    const auto original = library_->original(before.localIdentifier);
+    ASSERT_TRUE(original);
+    EXPECT_EQ(original->adjustmentData.formatIdentifier, "org.tessaly.tessaly.removeExif");
+    EXPECT_EQ(original->adjustmentData.formatVersion, "1.0");
+    EXPECT_EQ(textOf(original->adjustmentData.data), "removedEXIF");
+    EXPECT_EQ(change([&] { request(after).revertAssetContentToOriginal(); }), "");
+    EXPECT_EQ(contentOf(path(test.name)), bytes) << "brought back";
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    LibraryActions, Removals,
+    testing::Values(RemovalCase{"a copy",
+                                "a.jpg",
+                                false,
+                                false,
+                                "a 2.jpg",
+                                {"a 2.jpg", "a.jpg", "m.mov"},
+                                std::string(kCopied) + "image without exif data"},
+                    RemovalCase{"a copy instead",
+                                "a.jpg",
+                                false,
+                                true,
+                                "a 2.jpg",
+                                {"a 2.jpg", "m.mov"},
+                                std::string(kCopied) + "image without exif data and deleted original image"},
+                    RemovalCase{"in place",
+                                "a.jpg",
+                                true,
+                                false,
+                                "a.jpg",
+                                {"a.jpg", "m.mov"},
+                                "Successfully removed exif data from same image"},
+                    RemovalCase{"in place there is nothing to delete",
+                                "a.jpg",
+                                true,
+                                true,
+                                "a.jpg",
+                                {"a.jpg", "m.mov"},
+                                "Successfully removed exif data from same image"},
+                    RemovalCase{"a video's copy",
+                                "m.mov",
+                                false,
+                                false,
+                                "m 2.mov",
+                                {"a.jpg", "m 2.mov", "m.mov"},
+                                std::string(kCopied) + "Video without Location data"},
+                    RemovalCase{"a video's copy instead",
+                                "m.mov",
+                                false,
+                                true,
+                                "m 2.mov",
+                                {"a.jpg", "m 2.mov"},
+                                std::string(kCopied) + "Video without Location data and deleted original Video"},
+                    RemovalCase{"a video in place",
+                                "m.mov",
+                                true,
+                                false,
+                                "m.mov",
+                                {"a.jpg", "m.mov"},
+                                "Successfully removed Location data from same Video"}));
+
+TEST_F(LibraryActions, FailuresAreToldAndChangeNothing) {
+    write("raw.dng", TiffBuilder()
+                         .raw(TiffBuilder::first, 0xC612, 1, 4, "\1\4\0\0"_z)
+                         .shorts(TiffBuilder::first, 0x0100, {64})
+                         .shorts(TiffBuilder::first, 0x0101, {48})
+                         .build());
+    write("gone.jpg", photo(9));
+    write("lost.mov", movie(9));
+    library_->scan();
+    const auto expectFailure = [&](const char* why, const char* name, bool overwrites, const std::string& expected) {
+        const auto files = contents();
+        act(name, overwrites, true);
+        EXPECT_THAT(banner(), StartsWith(expected)) << why;
+        EXPECT_FALSE(isSuccess()) << why;
+        EXPECT_EQ(contents(), files) << why;
+        EXPECT_THAT(album(), IsEmpty()) << why;
+    };
+    for (const bool overwrites : {false, true}) {
+        expectFailure("a raw cannot be stripped", "raw.dng", overwrites, "Error : This file cannot be changed");
+        if (::geteuid() == 0) continue;  // Who may everything is not stopped by this.
+        fs::permissions(photos(), fs::perms::owner_read | fs::perms::owner_exec);
+        expectFailure("a folder that nobody may write to", "a.jpg", overwrites, "Error : ");
+        fs::permissions(photos(), fs::perms::owner_all);
+    }
+    expectWhole();
+    for (const char* name : {"gone.jpg", "lost.mov"}) fs::remove(path(name));
+    for (const bool overwrites : {false, true}) {
+        expectFailure("a photo that is gone", "gone.jpg", overwrites, "Error : ");
+        expectFailure("a video that is gone", "lost.mov", overwrites, "Error : ");
+    }
+    EXPECT_THAT(entries(own() + "/pending"), IsEmpty());
+}
+
+TEST_F(LibraryActions, ACopyStaysWhenTheOriginalCannotBeDeleted) {
+    library_->confirmsDeletion = nullptr;
+    act("a.jpg", false, true);
+    EXPECT_EQ(banner(),
+              "Successfully created new copy of image without exif data. However deleting original image failed. "
+              "Details - the deletion was not confirmed");
+    EXPECT_FALSE(isSuccess());
+    act("m.mov", false, true);
+    EXPECT_EQ(banner(),
+              "Successfully created new copy of Video without Location data.However deleting original image failed. "
+              "Details - the deletion was not confirmed");
+    EXPECT_THAT(names(), ElementsAre("a 2.jpg", "a.jpg", "m 2.mov", "m.mov"));
+    EXPECT_THAT(album(), testing::UnorderedElementsAre("a 2.jpg", "m 2.mov"));
+}
+
+TEST_F(LibraryActions, DeletingAsksAndTakesThePageAway) {
+    const auto navigation = std::make_shared<UINavigationController>();
+    navigation->pushViewController(std::make_shared<UIViewController>(), false);
+    screen->isInContainingApp = true;
+    navigation->pushViewController(screen, false);
+    const auto video = recordOfAsset("m.mov");
+    show({recordOfAsset("a.jpg"), video});
+    screen->deletePhotoButtonTapped();
+    const auto alert = presenter.last<UIAlertController>();
+    ASSERT_TRUE(alert);
+    EXPECT_EQ(alert->title(), "Delete Photo");
+    EXPECT_THAT(titles(*alert), ElementsAre("Cancel", "Delete Photo"));
+    EXPECT_EQ(alert->actions()[1].style, UIAlertActionStyle::destructive);
+    alert->userCancelled();
+    EXPECT_FALSE(isBusy());
+    EXPECT_THAT(names(), ElementsAre("a.jpg", "m.mov"));
+
+    screen->deletePhotoButtonTapped();
+    ASSERT_TRUE(choose("Delete Photo"));
+    finish();
+    EXPECT_EQ(banner(), "Successfully deleted image");
+    EXPECT_THAT(screen->dataSource->exifDataItemsArray, ElementsAre(video));
+    EXPECT_THAT(names(), ElementsAre("m.mov"));
+    EXPECT_EQ(navigation->topViewController(), screen);
+    screen->hideMessageView();
+
+    screen->deletePhotoButtonTapped();
+    ASSERT_TRUE(choose("Delete Photo"));
+    finish();
+    EXPECT_EQ(banner(), "") << "the screen is gone";
+    EXPECT_NE(navigation->topViewController(), screen);
+    EXPECT_THAT(names(), IsEmpty());
+}
+
+TEST_F(LibraryActions, ADeletionThatFailsKeepsThePage) {
+    show({recordOfAsset("a.jpg")});
+    library_->confirmsDeletion = nullptr;
+    screen->deletePhotoButtonTapped();
+    ASSERT_TRUE(choose("Delete Photo"));
+    finish();
+    EXPECT_EQ(banner(), "Deleting image failed. Details - the deletion was not confirmed");
+    EXPECT_FALSE(isSuccess());
+    EXPECT_EQ(screen->dataSource->exifDataItemsArray.size(), 1U);
+}
+
+TEST_F(LibraryActions, EditingIsAStepWithTheRecord) {
+    struct Editor : UIViewController {};
+    UIStoryboard::registerScene("toEditExif", [] { return std::make_shared<Editor>(); });
+    show({recordOfAsset("a.jpg")});
+    screen->editEXIFButtonTapped();
+    EXPECT_TRUE(presenter.last<Editor>());
+}
+
+TEST(ExportSession, WritesMoviesWithoutTheirMetadataOnly) {
+    const TemporaryFolder folder;
+    const auto movie = AVAsset::assetWithURL(folder.write("in.mov", placedMovie().text()));
+    const std::string out = (folder.path() / "out.mov").string();
+    using Status = AVAssetExportSessionStatus;
+    struct Case {
+        const char* why;
+        std::shared_ptr<const AVAsset> asset;
+        std::string_view preset;
+        std::vector<AVMetadataItem> metadata;
+        bool cancels;
+        Status status;
+        bool keepsIdentifier;
+    };
+    const std::vector<AVMetadataItem> empty{{"make", "", Value(""), {}}};
+    const auto inMemory = AVAsset::assetWithData(dataOf(placedMovie()));
+    const Case cases[] = {
+        {"emptied", movie, AVAssetExportPresetPassthrough, empty, false, Status::completed, false},
+        {"of bytes", inMemory, AVAssetExportPresetPassthrough, empty, false, Status::completed, false},
+        {"its own", movie, AVAssetExportPresetPassthrough, {}, false, Status::completed, true},
+        {"texts cannot be written",
+         movie,
+         AVAssetExportPresetPassthrough,
+         {{"make", "", Value("M"), {}}},
+         false,
+         Status::failed,
+         false},
+        {"no other preset", movie, "AVAssetExportPresetLowQuality", empty, false, Status::failed, false},
+        {"no movie", AVAsset::assetWithURL("/nowhere.mov"), AVAssetExportPresetPassthrough, empty, false,
+         Status::failed, false},
+        {"cancelled", movie, AVAssetExportPresetPassthrough, empty, true, Status::cancelled, false},
+    };
+    for (const Case& test : cases) {
+        fs::remove(out);
+        const auto session = std::make_shared<AVAssetExportSession>(test.asset, test.preset);
+        session->outputURL = NSURL::fileURLWithPath(out);
+        session->outputFileType = AVFileTypeQuickTimeMovie;
+        session->metadata = test.metadata;
+        if (test.cancels) session->cancelExport();
+        DispatchSemaphore done;
+        session->exportAsynchronouslyWithCompletionHandler([&] { done.signal(); });
+        ASSERT_TRUE(done.wait(std::chrono::seconds(20)));
+        EXPECT_EQ(session->status(), test.status) << test.why;
+        EXPECT_EQ(session->error().empty(), test.status != Status::failed) << test.why;
+        const std::string written = fs::exists(out) ? contentOf(out) : std::string();
+        EXPECT_EQ(written.find("FRAMES AND SOUND") != std::string::npos, test.status == Status::completed) << test.why;
+        EXPECT_EQ(written.find("SECRET") != std::string::npos, test.keepsIdentifier) << test.why;
+    }
+}
+
+}  // namespace
+}  // namespace tessaly::test
