@@ -271,7 +271,9 @@ void ExifManager::fetchCompleteExifInformationsFor(const ExifInformationRef& rec
     const auto receive = [record, asset = record->phAsset,
                           completion = std::move(withCompletionBlock)](const PHContentEditingInputRef& input) {
         QueueManager::sharedInstance().completeEXIFFetchingQueue.async([=] {
-            if (asset && !input->fullSizeImageURL.empty())
+            // A movie's record is full already: its file holds no picture's properties.
+            const bool isPhoto = asset && asset->mediaType != PHAssetMediaTypeVideo;
+            if (isPhoto && !input->fullSizeImageURL.empty())
                 return completion(fullRecord(asset, input->fullSizeImageURL));
             record->didFetchedFullInfo = true;
             completion(record);

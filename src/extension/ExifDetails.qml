@@ -40,7 +40,7 @@ Interface {
             width: parent.width
             horizontalAlignment: Text.AlignHCenter
             wrapMode: Text.Wrap
-            text: Theme.localized("EXIF data is not available")
+            text: Theme.localized("No photos to show")
             font { family: Theme.family; pixelSize: 15; weight: Font.Medium }
             color: Theme.secondaryText
         }

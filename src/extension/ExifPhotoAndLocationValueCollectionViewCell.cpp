@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "acquisition/LocalImageFiles.h"
 #include "extension/ExifPhotoDetailViewController.h"
 #include "platform/Foundation/NSBundle.h"
 #include "platform/UIKit/UIGestureRecognizer.h"
@@ -18,6 +19,9 @@ constexpr double kWorthAnother = 1.25;
 /// The longest side of what is shown while the sharp picture is being made. A photo in full, which some records carry,
 /// would keep its whole bitmap as long as the record lives.
 constexpr double kSmallPicture = 1024;
+/// The icons of a picture that is not here, and of one that nothing can decode.
+constexpr const char* kInCloud = "cloud";
+constexpr const char* kBroken = "broken";
 
 bool isVideo(const ExifInformation& record) { return record.mediaType() == PHAssetMediaTypeVideo; }
 
@@ -34,12 +38,19 @@ UIImageRef smallPicture(const ExifInformation& record) {
 
 std::string fileName(const ExifInformation& record) {
     std::string name = record.fileNameCached();
+    if (name.empty() && record.phAsset) name = LocalImageFiles::fileNameForPHAsset(record.phAsset, {});
     return name.empty() ? record.imageFilePathURL.lastPathComponent() : name;
 }
 
 /// A movie's picture is one of its frames, which the record makes when somebody looks at it.
 UIImageRef frameOf(const ExifInformation& record) {
     return record.cachedThumbNailImage ? record.cachedThumbNailImage : record.thumbNailImage;
+}
+
+/// What stands below the icon; "" is no state.
+std::string textOfState(const std::string& iconName) {
+    if (iconName.empty()) return {};
+    return localized(iconName == kBroken ? "This picture cannot be shown" : "Not available");
 }
 
 }  // namespace
@@ -96,7 +107,7 @@ void ExifPhotoAndLocationValueCollectionViewCell::updateContent() {
     const std::string name = fileName(*record);
     photoSizeLocationDateTimeStampView->imageFileNameLabel->setText(name);
     photoImageView->setAccessibility(&UIAccessibility::label, name);
-    playImageView->setAccessibility(&UIAccessibility::label, name);
+    playImageView->setAccessibility(&UIAccessibility::label, localized("Play"));
     updatePicture();
 }
 
@@ -156,14 +167,14 @@ void ExifPhotoAndLocationValueCollectionViewCell::pictureArrived(const UIImageRe
     // A library has small pictures of its own; that of a file is made of the same bytes, and no better.
     if (isOfLibrary && photoImageView->image()) return;
     photoImageView->setImage(nullptr);
-    showState(isInCloud ? "cloud" : "broken");
+    showState(isInCloud ? kInCloud : kBroken);
 }
 
 void ExifPhotoAndLocationValueCollectionViewCell::showState(const std::string& iconName) {
     const bool hidden = iconName.empty();
     stateImageView->setImageNamed(iconName);
     stateImageView->setHidden(hidden);
-    stateLabel->setText(hidden ? std::string() : localized("Not available"));
+    stateLabel->setText(textOfState(iconName));
     stateLabel->setHidden(hidden);
 }
 

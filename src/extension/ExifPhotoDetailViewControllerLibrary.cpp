@@ -290,8 +290,8 @@ void ExifPhotoDetailViewController::deletePhotoButtonTapped() {
     const ExifInformationRef record = currentRecord();
     if (!record) return;
     const std::string title = localized("Delete Photo");
-    const auto alert =
-        std::make_shared<UIAlertController>(title, record->fileNameCached(), UIAlertControllerStyle::alert);
+    const auto alert = std::make_shared<UIAlertController>(
+        title, LocalImageFiles::fileNameForPHAsset(record->phAsset, {}), UIAlertControllerStyle::alert);
     alert->addAction({localized("Cancel"), UIAlertActionStyle::cancel, nullptr});
     alert->addAction({title, UIAlertActionStyle::destructive, [weak = weakSelf(), record] {
                           if (const Screen screen = weak.lock()) deletePhoto(screen, record);

@@ -48,6 +48,7 @@ void ExifPhotoLocationMapCollectionViewCell::awakeFromNib() {
     mapView->setMapType(static_cast<MKMapType>(PersistanceManager::sharedInstance().mapType()));
     openInMapsButton->setTitleColor(colorForCurrentStyleWithLight(UIColor::blackColor(), UIColor::whiteColor()));
     openInMapsButton->setTitle(localized("Open in Map app"));
+    openInMapsButton->setAction([this] { openInMapsApp(); });
     mapViewLabel->setText(localized("Map Location"));
     mapViewLabel->setTextColor(Apperance::textColor());
 }

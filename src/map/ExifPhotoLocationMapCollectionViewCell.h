@@ -49,6 +49,10 @@ public:
     void regionDidChangeAnimated(MKMapView& map, bool animated) override;
     void rotateAnnotationView(const MKAnnotationViewRef& view, double toHeading);
 
+    /// Asks which program shall show the place.
+    void openInMapsApp();
+    void openUsingAppleMaps() const;
+
     /// Turns the arrow ten times a second while the map is being turned.
     void startHandleUITimer();
     void stopHandleUITimer();

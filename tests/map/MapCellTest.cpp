@@ -5,6 +5,8 @@
 #include "map/ExifPhotoLocationMapCollectionViewCell.h"
 #include "map/PhotoDirectionAnnotationView.h"
 #include "platform/Foundation/Dispatch.h"
+#include "platform/UIKit/Presenter.h"
+#include "platform/UIKit/UIAlertController.h"
 #include "platform/UIKit/UITraitCollection.h"
 #include "settings/PersistanceManager.h"
 
@@ -120,6 +122,46 @@ TEST_F(MapCell, FitsTheDevice) {
         EXPECT_EQ(cell->widthConstraint->constant(), width) << why;
         EXPECT_EQ(cell->heightConstraint->constant(), height) << why;
     }
+}
+
+TEST_F(MapCell, HandsThePlaceToAMapsProgram) {
+    struct Recorder : Presenter {
+        Recorder() { setShared(this); }
+        ~Recorder() override { setShared(nullptr); }
+        void present(const UIViewControllerRef& shown, bool, std::function<void()>) override { last = shown; }
+        void dismiss(const UIViewControllerRef&, bool, std::function<void()>) override {}
+        UIViewControllerRef last;
+    } recorder;
+    struct Application : UIApplication {
+        Application() { setSharedApplication(this); }
+        ~Application() override { setSharedApplication(nullptr); }
+        void openURL(const NSURL& url) override { opened.push_back(url.absoluteString()); }
+        std::vector<std::string> opened;
+    } application;
+    struct Screen : UIViewController {
+        void openURL(const NSURL& url) override { opened.push_back(url.absoluteString()); }
+        std::vector<std::string> opened;
+    };
+    const auto screen = std::make_shared<Screen>();
+    const auto cell = makeCell();
+    cell->setExifInformation(recordWithCourse(0));
+    cell->parentViewController = screen;
+    const auto choose = [&](std::size_t index) {
+        cell->openInMapsButton->sendAction();
+        const auto sheet = std::dynamic_pointer_cast<UIAlertController>(recorder.last);
+        ASSERT_TRUE(sheet);
+        EXPECT_EQ(sheet->title(), "Open in Maps");
+        ASSERT_EQ(sheet->actions().size(), 3U);
+        EXPECT_EQ(sheet->actions()[0].style, UIAlertActionStyle::cancel);
+        sheet->userChose(index);
+    };
+    choose(0);
+    EXPECT_TRUE(application.opened.empty() && screen->opened.empty()) << "cancelled";
+    choose(1);
+    EXPECT_EQ(application.opened, std::vector<std::string>{"geo:48.858400,2.294500"});
+    choose(2);
+    EXPECT_EQ(screen->opened, std::vector<std::string>{
+                                  "comgooglemaps://?center=48.858400,2.294500&q=48.858400,2.294500"});
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include <QGuiApplication>
 #include <algorithm>
+#include <chrono>
 
 #include "../AppURL.h"
 #include "../Display.h"
@@ -11,12 +12,15 @@
 #include "../Request.h"
 #include "extension/MBProgressHUD.h"
 #include "platform/Foundation/Dispatch.h"
+#include "platform/Foundation/Log.h"
 #include "settings/ChangeLanguageViewController.h"
 #include "settings/LanguageManager.h"
 #include "settings/NSBundle+Language.h"
 
 namespace tessaly::viewer {
 namespace {
+
+const auto kStart = std::chrono::steady_clock::now();
 
 constexpr const char* kInTheTerminal = "'tessaly show FILE' prints the page in the terminal";
 
@@ -65,6 +69,21 @@ std::string activationToken() {
     return token.empty() ? environment("DESKTOP_STARTUP_ID") : token;
 }
 
+/// Tells when the window was drawn first, when with a page, and when with all of them.
+void logFrames(QQuickWindow& window, std::function<std::size_t()> pages, std::function<bool()> isLoading) {
+    const auto drawn = [=, frames = 0, told = std::size_t{0}, isComplete = false]() mutable {
+        const std::chrono::duration<double, std::milli> passed = std::chrono::steady_clock::now() - kStart;
+        const std::size_t now = pages();
+        if (frames++ == 0) log("first frame %.1f ms", passed.count());
+        if (told == 0 && now > 0) log("first page %.1f ms", passed.count());
+        told = now;
+        if (isComplete || now == 0 || isLoading()) return;
+        isComplete = true;
+        log("%lu pages %.1f ms", static_cast<unsigned long>(now), passed.count());
+    };
+    QObject::connect(&window, &QQuickWindow::frameSwapped, &window, drawn);
+}
+
 }  // namespace
 
 int Viewer::run(const Arguments& arguments) {
@@ -109,8 +128,10 @@ int Viewer::exec() {
     window.contentItem()->installEventFilter(keys_.get());
     window_.setCloseHandler([this] { leave(); });
     followTitle();
+    const auto isLoading = [this] { return window_.host().hud()->isShown(); };
+    const auto pages = [this] { return detail_ ? detail_->dataSource->exifDataItemsArray.size() : 0; };
+    if (isLogging()) logFrames(window, pages, isLoading);
     if (!arguments_.screenshot.empty()) {
-        const auto isLoading = [this] { return window_.host().hud()->isShown(); };
         const auto done = [this](const std::string& fault) {
             if (!fault.empty()) report({{arguments_.screenshot, fault}});
             quit();

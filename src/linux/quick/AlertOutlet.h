@@ -1,8 +1,9 @@
 #pragma once
+#include <QtQml/qqmlregistration.h>
+
 #include <QObject>
 #include <QRectF>
 #include <QStringList>
-#include <QtQml/qqmlregistration.h>
 #include <memory>
 
 #include "linux/quick/ViewOutlet.h"
@@ -25,7 +26,8 @@ class AlertOutlet : public QObject {
     Q_PROPERTY(int cancelIndex READ cancelIndex CONSTANT)
 
 public:
-    AlertOutlet(std::shared_ptr<UIAlertController> alert, QObject* parent) : QObject(parent), alert_(std::move(alert)) {}
+    AlertOutlet(std::shared_ptr<UIAlertController> alert, QObject* parent)
+        : QObject(parent), alert_(std::move(alert)) {}
     [[nodiscard]] QString title() const { return toQt(alert_->title()); }
     [[nodiscard]] QString message() const { return toQt(alert_->message()); }
     [[nodiscard]] bool isAlert() const { return alert_->preferredStyle() == UIAlertControllerStyle::alert; }

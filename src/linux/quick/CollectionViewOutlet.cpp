@@ -18,7 +18,8 @@ CollectionViewOutlet::CollectionViewOutlet(std::shared_ptr<UICollectionView> vie
 CollectionViewOutlet::~CollectionViewOutlet() { collection_->setAnimatedScroller(nullptr); }
 
 bool CollectionViewOutlet::scrollEnabled() const {
-    const bool pages = collection_->collectionViewLayout().scrollDirection == UICollectionViewScrollDirection::horizontal;
+    const bool pages =
+        collection_->collectionViewLayout().scrollDirection == UICollectionViewScrollDirection::horizontal;
     return collection_->isScrollEnabled() && (!pages || collection_->isPagingEnabled());
 }
 

@@ -1,6 +1,6 @@
 #pragma once
-#include <QObject>
 #include <QtQml/qqmlregistration.h>
+#include <QObject>
 #include <memory>
 
 #include "extension/MBProgressHUD.h"

@@ -22,7 +22,8 @@ QString stencilName(const QString& name) {
 }
 
 QImage drawn(const QString& name, const QColor& color, QSize pixels) {
-    QSvgRenderer stencil(toQt(NSBundle::mainBundle().folder()) + QStringLiteral("/images/%1.svg").arg(stencilName(name)));
+    QSvgRenderer stencil(toQt(NSBundle::mainBundle().folder()) +
+                         QStringLiteral("/images/%1.svg").arg(stencilName(name)));
     QImage picture(pixels, QImage::Format_ARGB32_Premultiplied);
     picture.fill(Qt::transparent);
     if (!stencil.isValid()) return picture;
@@ -37,10 +38,8 @@ QImage drawn(const QString& name, const QColor& color, QSize pixels) {
 /// Rows show the same few icons again and again.
 const QImage& icon(const QString& name, const QColor& color, QSize pixels) {
     static QCache<QString, QImage> cache(128);
-    const QString key = QStringLiteral("%1 %2 %3 %4")
-                            .arg(name, color.name(QColor::HexArgb))
-                            .arg(pixels.width())
-                            .arg(pixels.height());
+    const QString key =
+        QStringLiteral("%1 %2 %3 %4").arg(name, color.name(QColor::HexArgb)).arg(pixels.width()).arg(pixels.height());
     if (const QImage* known = cache.object(key)) return *known;
     auto* const made = new QImage(drawn(name, color, pixels));
     cache.insert(key, made);
@@ -95,8 +94,8 @@ QSGNode* IconItem::updatePaintNode(QSGNode* node, UpdatePaintNodeData*) {
             imageNode->setOwnsTexture(true);
             imageNode->setFiltering(QSGTexture::Linear);
         }
-        imageNode->setTexture(window()->createTextureFromImage(icon(name_, color_, pixels),
-                                                               QQuickWindow::TextureHasAlphaChannel));
+        imageNode->setTexture(
+            window()->createTextureFromImage(icon(name_, color_, pixels), QQuickWindow::TextureHasAlphaChannel));
         isStale_ = false;
     }
     imageNode->setRect(QRectF(QPointF(), size()));

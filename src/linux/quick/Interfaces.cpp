@@ -39,9 +39,8 @@ QQuickItem* Interfaces::create(const std::shared_ptr<InterfaceOwner>& owner, QQu
     }
     auto* const outlets = new Outlets(owner, nullptr);
     QQmlEngine::setObjectOwnership(outlets, QQmlEngine::CppOwnership);
-    auto* const item = qobject_cast<QQuickItem*>(
-        file.createWithInitialProperties({{QStringLiteral("outlets"), QVariant::fromValue(outlets)}},
-                                         engine_.rootContext()));
+    auto* const item = qobject_cast<QQuickItem*>(file.createWithInitialProperties(
+        {{QStringLiteral("outlets"), QVariant::fromValue(outlets)}}, engine_.rootContext()));
     if (!item) {
         qWarning("%s", qPrintable(file.errorString()));
         delete outlets;

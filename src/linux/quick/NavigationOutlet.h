@@ -1,7 +1,8 @@
 #pragma once
+#include <QtQml/qqmlregistration.h>
+
 #include <QObject>
 #include <QVariantList>
-#include <QtQml/qqmlregistration.h>
 #include <memory>
 
 #include "linux/quick/ViewOutlet.h"

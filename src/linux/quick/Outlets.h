@@ -1,7 +1,8 @@
 #pragma once
+#include <QtQml/qqmlregistration.h>
+
 #include <QHash>
 #include <QObject>
-#include <QtQml/qqmlregistration.h>
 #include <memory>
 
 #include "linux/quick/CollectionViewOutlet.h"

@@ -15,7 +15,8 @@ namespace {
 QImage::Format formatOf(const CGImage& bitmap) {
     const bool deep = bitmap.bitsPerComponent == 16;
     if (!bitmap.hasAlpha()) return deep ? QImage::Format_RGBX64 : QImage::Format_RGBX8888;
-    if (bitmap.isPremultiplied()) return deep ? QImage::Format_RGBA64_Premultiplied : QImage::Format_RGBA8888_Premultiplied;
+    if (bitmap.isPremultiplied())
+        return deep ? QImage::Format_RGBA64_Premultiplied : QImage::Format_RGBA8888_Premultiplied;
     return deep ? QImage::Format_RGBA64 : QImage::Format_RGBA8888;
 }
 
@@ -37,21 +38,30 @@ QImage withAlphaLast(const CGImage& bitmap) {
 QImage wrapped(const CGImageRef& bitmap) {
     if (bitmap->isAlphaFirst()) return withAlphaLast(*bitmap);
     auto* const keep = new CGImageRef(bitmap);
-    return QImage(reinterpret_cast<const uchar*>(bitmap->pixels.get()), static_cast<int>(bitmap->width),
-                  static_cast<int>(bitmap->height), static_cast<qsizetype>(bitmap->bytesPerRow()), formatOf(*bitmap),
-                  [](void* kept) { delete static_cast<CGImageRef*>(kept); }, keep);
+    return QImage(
+        reinterpret_cast<const uchar*>(bitmap->pixels.get()), static_cast<int>(bitmap->width),
+        static_cast<int>(bitmap->height), static_cast<qsizetype>(bitmap->bytesPerRow()), formatOf(*bitmap),
+        [](void* kept) { delete static_cast<CGImageRef*>(kept); }, keep);
 }
 
 QImage turned(QImage picture, UIImageOrientation orientation) {
     switch (orientation) {
-        case UIImageOrientation::up: return picture;
-        case UIImageOrientation::down: return picture.transformed(QTransform().rotate(180));
-        case UIImageOrientation::left: return picture.transformed(QTransform().rotate(-90));
-        case UIImageOrientation::right: return picture.transformed(QTransform().rotate(90));
-        case UIImageOrientation::upMirrored: return picture.mirrored(true, false);
-        case UIImageOrientation::downMirrored: return picture.mirrored(false, true);
-        case UIImageOrientation::leftMirrored: return picture.mirrored(true, false).transformed(QTransform().rotate(-90));
-        case UIImageOrientation::rightMirrored: return picture.mirrored(true, false).transformed(QTransform().rotate(90));
+        case UIImageOrientation::up:
+            return picture;
+        case UIImageOrientation::down:
+            return picture.transformed(QTransform().rotate(180));
+        case UIImageOrientation::left:
+            return picture.transformed(QTransform().rotate(-90));
+        case UIImageOrientation::right:
+            return picture.transformed(QTransform().rotate(90));
+        case UIImageOrientation::upMirrored:
+            return picture.mirrored(true, false);
+        case UIImageOrientation::downMirrored:
+            return picture.mirrored(false, true);
+        case UIImageOrientation::leftMirrored:
+            return picture.mirrored(true, false).transformed(QTransform().rotate(-90));
+        case UIImageOrientation::rightMirrored:
+            return picture.mirrored(true, false).transformed(QTransform().rotate(90));
     }
     return picture;
 }

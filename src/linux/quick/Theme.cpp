@@ -1,5 +1,8 @@
 #include "linux/quick/Theme.h"
 
+#include <QCoreApplication>
+#include <QEvent>
+
 #include "platform/Foundation/NSBundle.h"
 #include "platform/UIKit/UIViewAppearance.h"
 #include "settings/Apperance.h"
@@ -16,9 +19,20 @@ const UITraitCollection& traits() { return UITraitCollection::currentTraitCollec
 }  // namespace
 
 Theme::Theme(QObject* parent) : QObject(parent) {
+    if (auto* const application = QCoreApplication::instance()) application->installEventFilter(this);
     traits_ = UITraitCollection::currentTraitCollection().observe([this] { emit changed(); });
     language_ = NSNotificationCenter::defaultCenter().addObserver(LanguageManagerDidChangeLanguageNotification,
                                                                   [this](const NSNotification&) { emit changed(); });
+}
+
+bool Theme::eventFilter(QObject* watched, QEvent* event) {
+    const auto type = event->type();
+    const bool isKey = type == QEvent::KeyPress;
+    if ((isKey || type == QEvent::MouseButtonPress || type == QEvent::TouchBegin) && isKey != byKeyboard_) {
+        byKeyboard_ = isKey;
+        emit byKeyboardChanged();
+    }
+    return QObject::eventFilter(watched, event);
 }
 
 Theme* Theme::create(QQmlEngine*, QJSEngine*) { return new Theme; }

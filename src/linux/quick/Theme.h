@@ -1,7 +1,8 @@
 #pragma once
+#include <QtQml/qqmlregistration.h>
+
 #include <QColor>
 #include <QObject>
-#include <QtQml/qqmlregistration.h>
 
 #include "linux/quick/ViewOutlet.h"
 #include "platform/Foundation/NSNotificationCenter.h"
@@ -34,6 +35,8 @@ class Theme : public QObject {
     Q_PROPERTY(QColor hairline READ hairline NOTIFY changed)
     Q_PROPERTY(QColor scrim READ scrim NOTIFY changed)
     Q_PROPERTY(QString family READ family CONSTANT)
+    /// Whether the person finds the way by keys: then it is shown where they are.
+    Q_PROPERTY(bool byKeyboard READ byKeyboard NOTIFY byKeyboardChanged)
 
 public:
     explicit Theme(QObject* parent = nullptr);
@@ -55,15 +58,21 @@ public:
     [[nodiscard]] QColor hairline() const;
     [[nodiscard]] QColor scrim() const;
     [[nodiscard]] QString family() const { return QStringLiteral("Inter"); }
+    [[nodiscard]] bool byKeyboard() const { return byKeyboard_; }
     /// The interface's text for an English key.
     Q_INVOKABLE QString localized(const QString& key) const;
 
 signals:
     void changed();
+    void byKeyboardChanged();
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     Observable::Observation traits_;
     NSNotificationCenter::Observer language_;
+    bool byKeyboard_ = false;
 };
 
 }  // namespace tessaly::quick

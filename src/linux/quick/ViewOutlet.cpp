@@ -12,10 +12,13 @@ using State = UIGestureRecognizerState;
 
 int easing(UIViewAnimationCurve curve) {
     switch (curve) {
-        case UIViewAnimationCurve::linear: return QEasingCurve::Linear;
-        case UIViewAnimationCurve::easeIn: return QEasingCurve::InQuad;
+        case UIViewAnimationCurve::linear:
+            return QEasingCurve::Linear;
+        case UIViewAnimationCurve::easeIn:
+            return QEasingCurve::InQuad;
         case UIViewAnimationCurve::easeInOut:
-        case UIViewAnimationCurve::easeOut: break;
+        case UIViewAnimationCurve::easeOut:
+            break;
     }
     return QEasingCurve::OutCubic;
 }
@@ -30,9 +33,7 @@ void report(const UIView& view, Kind kind, State state, const UIGestureRecognize
     }
 }
 
-State phaseState(int phase) {
-    return phase == 0 ? State::began : phase == 1 ? State::changed : State::ended;
-}
+State phaseState(int phase) { return phase == 0 ? State::began : phase == 1 ? State::changed : State::ended; }
 
 }  // namespace
 

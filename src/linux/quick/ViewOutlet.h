@@ -1,9 +1,9 @@
 #pragma once
+#include <QtQml/qqmlregistration.h>
 #include <QColor>
 #include <QObject>
 #include <QPointF>
 #include <QString>
-#include <QtQml/qqmlregistration.h>
 #include <memory>
 
 #include "platform/UIKit/UIGestureRecognizer.h"

@@ -49,10 +49,11 @@ ViewerWindow::ViewerWindow() {
     host_ = window_->findChild<ControllerHost*>(QStringLiteral("rootHost"));
     presenter_ = std::make_unique<QuickPresenter>(*window_->findChild<QQuickItem*>(QStringLiteral("layer")));
     surroundings_ = std::make_unique<Surroundings>(*window_);
-    language_ = NSNotificationCenter::defaultCenter().addObserver(
-        LanguageManagerDidChangeLanguageNotification, [this](const NSNotification&) {
-            if (host_->controller()) host_->controller()->reloadInterface();
-        });
+    language_ = NSNotificationCenter::defaultCenter().addObserver(LanguageManagerDidChangeLanguageNotification,
+                                                                  [this](const NSNotification&) {
+                                                                      if (host_->controller())
+                                                                          host_->controller()->reloadInterface();
+                                                                  });
     traits_ = UITraitCollection::currentTraitCollection().observe(
         [this, category = UITraitCollection::currentTraitCollection().preferredContentSizeCategory()]() mutable {
             const auto now = UITraitCollection::currentTraitCollection().preferredContentSizeCategory();

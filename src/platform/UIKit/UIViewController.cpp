@@ -31,10 +31,8 @@ void UIViewController::presentViewController(const UIViewControllerRef& controll
         if (completion) completion();
         return;
     }
-    if (presented_) {
-        log("a screen that presents one already was asked to present another");
-        return;
-    }
+    // One at a time: what is still there makes room.
+    if (presented_) dismissViewController(false);
     presented_ = controller;
     controller->presenting_ = weak_from_this();
     controller->loadViewIfNeeded();

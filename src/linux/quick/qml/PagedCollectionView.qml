@@ -19,13 +19,23 @@ ListView {
     cacheBuffer: 0
     interactive: outlet.scrollEnabled
     clip: true
-    model: outlet.itemCount
     delegate: Item {
         width: ListView.view.width
         height: ListView.view.height
     }
 
     property bool jumping: false
+    // The list below moves by itself when its width changes, and only finds its place with the next frame.
+    property bool resizing: false
+    readonly property int wanted: outlet.itemCount
+
+    // Nor does it keep its place when the number of pages changes.
+    function recount(): void {
+        resizing = true;
+        model = wanted;
+        frame.restart();
+    }
+    onWantedChanged: recount()
 
     function report(): void {
         if (width > 0 && height > 0)
@@ -33,6 +43,7 @@ ListView {
     }
     function jump(index: int): void {
         jumping = true;
+        forceLayout();
         highlightMoveDuration = 0;
         currentIndex = index;
         positionViewAtIndex(index, ListView.Beginning);
@@ -40,12 +51,23 @@ ListView {
         jumping = false;
         settle();
     }
+    function resettle(): void {
+        resizing = false;
+        jump(outlet.page);
+    }
     function settle(): void { outlet.scrolledTo(contentX - originX, 0); }
 
-    onWidthChanged: report()
+    onWidthChanged: {
+        resizing = true;
+        report();
+        frame.restart();
+    }
     onHeightChanged: report()
-    Component.onCompleted: report()
-    onContentXChanged: if (!jumping) settle()
+    Component.onCompleted: {
+        report();
+        recount();
+    }
+    onContentXChanged: if (!jumping && !resizing) settle()
     onDraggingChanged: dragging ? outlet.dragBegan() : outlet.dragEnded(moving)
     onMovementEnded: outlet.movementEnded()
 
@@ -53,6 +75,8 @@ ListView {
         target: pages.outlet
         function onScrollRequested(x: real, y: real, animated: bool): void {
             const index = Math.round(x / pages.width);
+            if (pages.resizing)
+                return;
             if (animated && Theme.duration > 0) {
                 pages.currentIndex = index;
                 arrival.restart();
@@ -62,6 +86,11 @@ ListView {
                     pages.outlet.movementEnded();
             }
         }
+    }
+    Timer {
+        id: frame
+        interval: 1
+        onTriggered: pages.resettle()
     }
     Timer {
         // Page turns by key end like those by finger.

@@ -1,0 +1,162 @@
+#include <QElapsedTimer>
+#include <QTest>
+#include <algorithm>
+#include <filesystem>
+
+#include "WindowFixture.h"
+#include "platform/Foundation/NSBundle.h"
+
+/// Pages: which there are, and turning them.
+namespace tessaly::test {
+namespace {
+
+using testing::UnorderedElementsAre;
+
+constexpr int kManyPages = 500;
+
+class Pages : public WindowTest {
+protected:
+    [[nodiscard]] bool arrivesAt(std::size_t index) {
+        return waitFor([&] { return page() == index && title() == names().at(index); });
+    }
+    void swipe(double by) {
+        const double middle = window().width() / 2.0;
+        drag({middle - by / 2, 600}, {middle + by / 2, 600});
+    }
+    [[nodiscard]] std::size_t itemsInAll() const {
+        return itemsBelow(root(), [](const QQuickItem&) { return true; }).size();
+    }
+};
+
+TEST_F(Pages, AreTheFilesThatCanBeShown) {
+    open({photo(), screenshot(), movie(), folder.write("notes.txt", "a text"),
+          folder.write("damaged.jpg", contentOf(TESSALY_SAMPLE).substr(0, 3000))});
+    EXPECT_THAT(names(), UnorderedElementsAre("lake.jpg", "screen.png", "clip.mov", "damaged.jpg"));
+    for (const std::string& name : names()) {
+        turnTo(name);
+        ASSERT_TRUE(header());
+        const auto shown = QString::fromStdString(name);
+        EXPECT_TRUE(waitFor([&] { return textReading(*header(), shown); })) << "over the photo: " << name;
+        EXPECT_TRUE(textReading(*itemsOf(root(), "NavigationBar").at(0), shown)) << "in the bar: " << name;
+    }
+}
+
+TEST_F(Pages, AreTurnedByFingerAndByKeyboard) {
+    open(photos(4));
+    EXPECT_EQ(title(), names().at(0));
+    swipe(-300);
+    EXPECT_TRUE(arrivesAt(1)) << "swiped";
+    swipe(-60);
+    EXPECT_TRUE(
+        waitFor([&] { return !detail->collectionView->isDragging() && !detail->collectionView->isDecelerating(); }));
+    swipe(300);
+    EXPECT_TRUE(arrivesAt(0) || arrivesAt(1)) << title();
+    turnTo(names().at(0));
+    swipe(300);
+    EXPECT_TRUE(arrivesAt(0)) << "there is none before the first";
+    struct Case {
+        Qt::Key key;
+        std::size_t page;
+    };
+    for (const auto& [key, page] : {Case{Qt::Key_Right, 1}, Case{Qt::Key_Right, 2}, Case{Qt::Key_Left, 1},
+                                    Case{Qt::Key_End, 3}, Case{Qt::Key_Right, 3}, Case{Qt::Key_Home, 0}}) {
+        press(key);
+        EXPECT_TRUE(arrivesAt(page)) << key << ": " << title();
+        EXPECT_TRUE(waitFor([&] { return header() && qAbs(sceneRect(*header()).left()) < 1; }))
+            << "and has come to rest";
+    }
+}
+
+TEST_F(Pages, KeepTheirPlaceInTheList) {
+    open(photos(3));
+    drag({195, 700}, {195, 300});
+    EXPECT_TRUE(
+        waitFor([&] { return list()->contentOffset().y > 200 && !list()->isDecelerating() && !list()->isDragging(); }));
+    const double offset = list()->contentOffset().y;
+    press(Qt::Key_Right);
+    EXPECT_TRUE(arrivesAt(1));
+    EXPECT_DOUBLE_EQ(list()->contentOffset().y, offset);
+    press(Qt::Key_End);
+    EXPECT_TRUE(arrivesAt(2));
+    EXPECT_TRUE(waitFor([&] { return list() && list()->contentOffset().y == offset; })) << "and those further away";
+    // What is told is what is seen.
+    const QString key = rows().at(0).key();
+    EXPECT_TRUE(waitFor([&] { return !header() || sceneRect(*header()).top() < 0; })) << key.toStdString();
+}
+
+TEST_F(Pages, AreMadeWhenTheyAreSeen) {
+    QElapsedTimer clock;
+    open(photos(2));
+    const std::size_t few = itemsInAll();
+    const auto paths = photos(1);
+    std::vector<std::string> many;
+    for (int i = 0; i < kManyPages; ++i) {
+        const auto path = folder.path() / ("many " + std::to_string(i) + ".jpg");
+        std::filesystem::create_hard_link(paths[0], path);
+        many.push_back(path);
+    }
+    clock.start();
+    bool isDrawn = false;
+    const auto drawn = QObject::connect(&window(), &QQuickWindow::frameSwapped, [&] { isDrawn = true; });
+    open(many);
+    EXPECT_TRUE(waitFor([&] { return isDrawn; }));
+    QObject::disconnect(drawn);
+    EXPECT_LT(clock.elapsed(), 10'000) << "read and drawn";
+    ASSERT_EQ(names().size(), std::size_t{kManyPages});
+    for (const Qt::Key key : {Qt::Key_Home, Qt::Key_Right, Qt::Key_End}) {
+        press(key);
+        const std::size_t wanted = key == Qt::Key_Home ? 0 : key == Qt::Key_Right ? 1 : kManyPages - 1;
+        EXPECT_TRUE(arrivesAt(wanted)) << wanted << ": " << title();
+        EXPECT_LT(detail->collectionView->visibleCells().size(), 5U);
+        EXPECT_LT(itemsOf(root(), "ExifPhotoAndLocationValueCollectionViewCell").size(), 5U);
+        EXPECT_LT(itemsInAll(), few * 3);
+    }
+}
+
+TEST_F(Pages, EndWithTheRequest) {
+    struct Case {
+        const char* why;
+        std::function<void()> leave;
+    };
+    const Case cases[] = {
+        {"Done", [this] { tap(buttonNamed(root(), "Done")); }},
+        {"Escape", [this] { press(Qt::Key_Escape); }},
+        {"the window's button", [this] { window().close(); }},
+        {"the desktop's keys for closing", [this] { QTest::keySequence(&window(), QKeySequence::Close); }},
+    };
+    for (const auto& [why, leave] : cases) {
+        ended = 0;
+        open({photo()});
+        leave();
+        EXPECT_TRUE(waitFor([this] { return ended == 1; })) << why;
+        EXPECT_TRUE(window().isVisible()) << "the program closes it";
+    }
+}
+
+TEST_F(Pages, OfAnEmptyRequestSayThatThereIsNothing) {
+    open({folder.write("notes.txt", "a text")});
+    EXPECT_TRUE(waitFor([this] { return textReading(root(), "EXIF data is not available"); }));
+    tap(buttonNamed(root(), "Share"));
+    press(Qt::Key_Right);
+    press(Qt::Key_End);
+    EXPECT_TRUE(layer().childItems().isEmpty()) << "there is nothing to share";
+    press(Qt::Key_Escape);
+    EXPECT_EQ(ended, 1);
+}
+
+TEST_F(Pages, OfFilesThatVanishSaySo) {
+    open(photos(4));
+    for (const std::string& name : names()) std::filesystem::remove(folder.path() / name);
+    press(Qt::Key_End);
+    ASSERT_TRUE(arrivesAt(3));
+    EXPECT_TRUE(waitFor([&] { return header() && textReading(*header(), "Not available"); }))
+        << "instead of its picture";
+    EXPECT_FALSE(rows().empty()) << "what was read is still known";
+    tap(buttonNamed(root(), "Share"));
+    EXPECT_TRUE(waitFor([this] { return buttonNamed(layer(), "Share without EXIF"); }));
+    tap(buttonNamed(layer(), "Share without EXIF"));
+    EXPECT_TRUE(waitFor([this] { return textReading(root(), "Error : This file cannot be changed"); }));
+}
+
+}  // namespace
+}  // namespace tessaly::test
