@@ -13,17 +13,17 @@ install(FILES ${CMAKE_BINARY_DIR}/tessaly-config.cmake ${CMAKE_BINARY_DIR}/tessa
 
 install(DIRECTORY resources/ DESTINATION ${CMAKE_INSTALL_DATADIR}/tessaly COMPONENT program
         PATTERN "sample" EXCLUDE)
-if(EXISTS ${CMAKE_SOURCE_DIR}/docs/tessaly.1)
-  install(FILES docs/tessaly.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT program)
-endif()
-set(completions ${CMAKE_SOURCE_DIR}/apps/tessaly/completions)
-if(EXISTS ${completions})
-  install(FILES ${completions}/tessaly.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
-          RENAME tessaly COMPONENT program)
-  install(FILES ${completions}/_tessaly DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions COMPONENT program)
-  install(FILES ${completions}/tessaly.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d
+install(FILES docs/tessaly.1 docs/tessaly-viewer.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT program)
+# Completions stand beside their program, and have its name.
+foreach(program tessaly viewer)
+  set(completions ${CMAKE_SOURCE_DIR}/apps/${program}/completions)
+  string(REPLACE "tessaly-tessaly" "tessaly" name "tessaly-${program}")
+  install(FILES ${completions}/${name}.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+          RENAME ${name} COMPONENT program)
+  install(FILES ${completions}/_${name} DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions COMPONENT program)
+  install(FILES ${completions}/${name}.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d
           COMPONENT program)
-endif()
+endforeach()
 install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/tessaly RENAME copyright COMPONENT program)
 
 # package: a .deb of the program.

@@ -19,7 +19,6 @@ void fill(UIButton& star, bool filled) {
 }  // namespace
 
 void StarRatingCollectionViewCell::awakeFromNib() {
-    exifKeyLabel->setText(localized("Star Rating"));
     exifKeyLabel->setFont({"", kLabelSize});
     exifKeyLabel->setTextColor(Apperance::secondaryTextColor());
     updateFonts();
@@ -39,6 +38,8 @@ void StarRatingCollectionViewCell::updateFonts() {
 void StarRatingCollectionViewCell::updateRatingWithValue(std::int64_t rating) {
     const std::int64_t filled = rating >= 1 && rating <= 5 ? rating : 0;
     std::int64_t position = 0;
+    // Here and not once for all: the interface may have another language by now.
+    exifKeyLabel->setText(localized("Star Rating"));
     for (const auto& star : stars()) fill(*star, ++position <= filled);
     UIAccessibility told = accessibility();
     told.isElement = true;

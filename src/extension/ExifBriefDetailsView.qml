@@ -95,6 +95,8 @@ Interface {
         Text {
             width: parent.width
             elide: Text.ElideRight
+            fontSizeMode: Text.HorizontalFit
+            minimumPixelSize: 9
             text: fact.key.text
             textFormat: Text.PlainText
             font { family: Theme.family; pixelSize: 13; weight: Font.Medium }
@@ -114,17 +116,17 @@ Interface {
         spacing: 12
         visible: brief.isMovie && !brief.isEmpty
         Fact {
-            width: (parent.width - 24) * 0.26
+            width: (parent.width - 24) * 0.24
             key: brief.outlets.label("fStopLabel")
             value: brief.outlets.label("focalLengthLabel")
         }
         Fact {
-            width: (parent.width - 24) * 0.4
+            width: (parent.width - 24) * 0.44
             key: brief.outlets.label("exposureTimeInSecondsLabel")
             value: brief.outlets.label("flashModeLabel")
         }
         Fact {
-            width: (parent.width - 24) * 0.34
+            width: (parent.width - 24) * 0.32
             key: brief.outlets.label("isoValueLabel")
             value: brief.outlets.label("cameraModelLabel")
         }

@@ -215,6 +215,8 @@ void ExifPhotoDetailViewController::reloadInterface() {
     updateAppearance();
     updateNavigationBarUI();
     if (isInContainingApp) navigationItem().setLeftBarButtonItem(navigationItem().backBarButtonItem());
+    // Names of places are asked for again, for the country's is the language's.
+    for (const auto& record : dataSource->exifDataItemsArray) record->locationName.clear();
     collectionView->reloadData();
     updateNavigationBarTitleForCurrentExifInformation();
 }

@@ -47,10 +47,14 @@ void ExifPhotoLocationMapCollectionViewCell::awakeFromNib() {
     Apperance::setAppearanceOnView(*contentHolderView);
     mapView->setMapType(static_cast<MKMapType>(PersistanceManager::sharedInstance().mapType()));
     openInMapsButton->setTitleColor(colorForCurrentStyleWithLight(UIColor::blackColor(), UIColor::whiteColor()));
-    openInMapsButton->setTitle(localized("Open in Map app"));
     openInMapsButton->setAction([this] { openInMapsApp(); });
-    mapViewLabel->setText(localized("Map Location"));
     mapViewLabel->setTextColor(Apperance::textColor());
+    updateTexts();
+}
+
+void ExifPhotoLocationMapCollectionViewCell::updateTexts() {
+    openInMapsButton->setTitle(localized("Open in Map app"));
+    mapViewLabel->setText(localized("Map Location"));
 }
 
 CLLocation ExifPhotoLocationMapCollectionViewCell::location() const {
@@ -59,6 +63,7 @@ CLLocation ExifPhotoLocationMapCollectionViewCell::location() const {
 
 void ExifPhotoLocationMapCollectionViewCell::setExifInformation(const ExifInformationRef& record) {
     exifInformation_ = record;
+    updateTexts();
     const CLLocationCoordinate2D coordinate = location().coordinate;
     mapView->setRegion({coordinate, kSpan}, true);
     mapView->setDelegate(std::static_pointer_cast<ExifPhotoLocationMapCollectionViewCell>(shared_from_this()));

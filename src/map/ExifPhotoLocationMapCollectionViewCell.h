@@ -62,6 +62,8 @@ protected:
     void boundsChanged() override { updateWidth(); }
 
 private:
+    /// In the language that is chosen now.
+    void updateTexts();
     [[nodiscard]] CLLocation location() const;
 
     ExifInformationRef exifInformation_;

@@ -124,7 +124,9 @@ int Viewer::exec() {
     QQuickWindow& window = window_.window();
     if (arguments_.size)
         window.resize(static_cast<int>(arguments_.size->width), static_cast<int>(arguments_.size->height));
-    keys_ = std::make_unique<KeyFilter>([this] { goBack(); }, [this] { leave(); });
+    const auto languages = [this] { presentLanguages(); };
+    keys_ = std::make_unique<KeyFilter>([this] { goBack(); }, [this] { leave(); }, languages);
+    QObject::connect(window_.host().navigation(), &quick::NavigationOutlet::titleHeld, &window, languages);
     window.contentItem()->installEventFilter(keys_.get());
     window_.setCloseHandler([this] { leave(); });
     followTitle();
@@ -189,6 +191,14 @@ void Viewer::showLibrary() {
 void Viewer::showLanguages() {
     window_.setRootViewController(std::make_shared<ChangeLanguageViewController>());
     contentIsThere();
+}
+
+void Viewer::presentLanguages() {
+    const UIViewControllerRef shown = window_.host().controller();
+    const bool isFree = shown && !shown->presentedViewController();
+    if (isFree && !std::dynamic_pointer_cast<ChangeLanguageViewController>(shown)) {
+        shown->presentViewController(std::make_shared<ChangeLanguageViewController>(), true);
+    }
 }
 
 void Viewer::followTitle() {

@@ -29,6 +29,8 @@ private:
     void showRequest(Intake intake);
     void showLibrary();
     void showLanguages();
+    /// Over the screen that is shown.
+    void presentLanguages();
     void followTitle();
     /// Something may be taken a picture of from now on.
     void contentIsThere();

@@ -4,6 +4,7 @@
 #include <QDesktopServices>
 #include <QEvent>
 #include <QGuiApplication>
+#include <QProcess>
 #include <QUrl>
 
 #include "linux/quick/PictureItem.h"
@@ -23,7 +24,15 @@ void DesktopPasteboard::setImage(const UIImageRef& image) {
     if (const QImage picture = toQt(image); !picture.isNull()) QGuiApplication::clipboard()->setImage(picture);
 }
 
-void DesktopApplication::openURL(const NSURL& url) { QDesktopServices::openUrl(QUrl(toQt(url.absoluteString()))); }
+/// The program's own links are its own business, whether or not the desktop was told of them.
+void DesktopApplication::openURL(const NSURL& url) {
+    const QString text = toQt(url.absoluteString());
+    if (text.startsWith(QStringLiteral("tessalyapp:"))) {
+        QProcess::startDetached(QCoreApplication::applicationFilePath(), {text});
+    } else {
+        QDesktopServices::openUrl(QUrl(text));
+    }
+}
 
 MainQueuePump::MainQueuePump() {
     const auto wake = [this] {

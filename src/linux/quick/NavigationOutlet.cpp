@@ -1,6 +1,7 @@
 #include "linux/quick/NavigationOutlet.h"
 
 #include "platform/Foundation/NSBundle.h"
+#include "settings/LanguageManager.h"
 
 namespace tessaly::quick {
 namespace {
@@ -10,6 +11,13 @@ std::shared_ptr<UIButton> buttonOf(const UIBarButtonItem& item) {
 }
 
 }  // namespace
+
+BarButtonOutlet::BarButtonOutlet(std::shared_ptr<UIBarButtonItem> item, QObject* parent)
+    : QObject(parent), item_(std::move(item)) {
+    if (item_->customView()) view_ = item_->customView()->observe([this] { emit changed(); });
+    language_ = NSNotificationCenter::defaultCenter().addObserver(LanguageManagerDidChangeLanguageNotification,
+                                                                  [this](const NSNotification&) { emit changed(); });
+}
 
 QString BarButtonOutlet::title() const {
     if (item_->systemItem() == UIBarButtonSystemItem::done) return toQt(localized("Done"));

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "linux/quick/ViewOutlet.h"
+#include "platform/Foundation/NSNotificationCenter.h"
 #include "platform/UIKit/UIViewController.h"
 
 namespace tessaly::quick {
@@ -15,21 +16,26 @@ class BarButtonOutlet : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Buttons come from their bar")
-    Q_PROPERTY(QString title READ title CONSTANT)
-    Q_PROPERTY(QString imageName READ imageName CONSTANT)
-    Q_PROPERTY(QString accessibleLabel READ accessibleLabel CONSTANT)
+    Q_PROPERTY(QString title READ title NOTIFY changed)
+    Q_PROPERTY(QString imageName READ imageName NOTIFY changed)
+    Q_PROPERTY(QString accessibleLabel READ accessibleLabel NOTIFY changed)
     Q_PROPERTY(QString identifier READ identifier CONSTANT)
 
 public:
-    BarButtonOutlet(std::shared_ptr<UIBarButtonItem> item, QObject* parent) : QObject(parent), item_(std::move(item)) {}
+    BarButtonOutlet(std::shared_ptr<UIBarButtonItem> item, QObject* parent);
     [[nodiscard]] QString title() const;
     [[nodiscard]] QString imageName() const;
     [[nodiscard]] QString accessibleLabel() const;
     [[nodiscard]] QString identifier() const { return toQt(item_->accessibilityIdentifier()); }
     Q_INVOKABLE void touched();
 
+signals:
+    void changed();
+
 private:
     std::shared_ptr<UIBarButtonItem> item_;
+    Observable::Observation view_;
+    NSNotificationCenter::Observer language_;
 };
 
 /// The bar above a screen.
@@ -52,6 +58,8 @@ public:
 
 signals:
     void changed();
+    /// The title was held, or clicked with the other button.
+    void titleHeld();
 
 private:
     void update();

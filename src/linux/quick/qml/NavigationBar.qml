@@ -75,6 +75,11 @@ Rectangle {
         textFormat: Text.PlainText
         font { family: Theme.family; pixelSize: 16; weight: Font.DemiBold }
         color: Theme.text
+        TapHandler { onLongPressed: bar.navigation.titleHeld() }
+        TapHandler {
+            acceptedButtons: Qt.RightButton
+            onTapped: bar.navigation.titleHeld()
+        }
         Accessible.role: Accessible.Heading
         Accessible.name: text
     }
