@@ -32,6 +32,10 @@ set(CPACK_PACKAGE_CONTACT "Tessaly developers <dev@tessaly.invalid>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Photo metadata viewer and cleaner")
 set(CPACK_DEBIAN_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+# What is loaded by name, where no linker sees it. The fonts are for the languages that Inter has no letters of.
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "qml6-module-qtqml, qml6-module-qtqml-workerscript, qml6-module-qtquick, \
+qml6-module-qtquick-layouts, qml6-module-qtquick-window, fonts-inter")
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "qt6-wayland, qt6-qpa-plugins, fonts-noto-core, fonts-noto-cjk")
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_GROUPING ALL_COMPONENTS_IN_ONE)

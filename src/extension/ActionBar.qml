@@ -44,7 +44,7 @@ Rectangle {
         onTouched: button.touched()
 
         Column {
-            anchors { left: parent.left; right: parent.right; verticalCenter: parent.verticalCenter; margins: 4 }
+            anchors { left: parent.left; right: parent.right; top: parent.top; margins: 4; topMargin: 12 }
             spacing: 4
             Icon {
                 anchors.horizontalCenter: parent.horizontalCenter

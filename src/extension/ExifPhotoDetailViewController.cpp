@@ -187,7 +187,9 @@ void ExifPhotoDetailViewController::updateBarButtonItems() {
     open->setAccessibilityIdentifier("Open in EXIF App Button");
     // There is no request to end in the containing app, but a list to go back to.
     navigationItem().setLeftBarButtonItem(isInContainingApp ? navigationItem().backBarButtonItem() : done);
-    navigationItem().setRightBarButtonItems({share, open});
+    // Nor does the app open itself.
+    navigationItem().setRightBarButtonItems(isInContainingApp ? UIBarButtonItems{share}
+                                                              : UIBarButtonItems{share, open});
 }
 
 void ExifPhotoDetailViewController::viewDidAppear(bool) {

@@ -12,6 +12,9 @@ Interface {
     readonly property bool stacked: outlets.constraint("exifKeyTrailingSpaceToSuperView").active
     readonly property real inner: width - 28
 
+    // It places and aligns its texts itself; they would be turned round twice.
+    LayoutMirroring.enabled: false
+    LayoutMirroring.childrenInherit: true
     implicitHeight: Math.max(44, stacked ? key.implicitHeight + value.implicitHeight + 28
                                          : Math.max(key.implicitHeight, value.implicitHeight) + 24)
     Accessible.role: Accessible.ListItem

@@ -6,14 +6,15 @@ import Tessaly
 Interface {
     id: line
 
-    implicitHeight: 78
+    implicitHeight: 96
 
     Rectangle {
         anchors.fill: parent
         gradient: Gradient {
             GradientStop { position: 0; color: "transparent" }
-            GradientStop { position: 0.45; color: "#66000000" }
-            GradientStop { position: 1; color: "#c4000000" }
+            GradientStop { position: 0.35; color: "#73000000" }
+            GradientStop { position: 0.6; color: "#b0000000" }
+            GradientStop { position: 1; color: "#d0000000" }
         }
     }
 

@@ -46,12 +46,8 @@ TEST_F(Pages, AreTurnedByFingerAndByKeyboard) {
     EXPECT_EQ(title(), names().at(0));
     swipe(-300);
     EXPECT_TRUE(arrivesAt(1)) << "swiped";
-    swipe(-60);
-    EXPECT_TRUE(
-        waitFor([&] { return !detail->collectionView->isDragging() && !detail->collectionView->isDecelerating(); }));
     swipe(300);
-    EXPECT_TRUE(arrivesAt(0) || arrivesAt(1)) << title();
-    turnTo(names().at(0));
+    EXPECT_TRUE(arrivesAt(0)) << "and back";
     swipe(300);
     EXPECT_TRUE(arrivesAt(0)) << "there is none before the first";
     struct Case {
@@ -106,7 +102,7 @@ TEST_F(Pages, AreMadeWhenTheyAreSeen) {
     for (const Qt::Key key : {Qt::Key_Home, Qt::Key_Right, Qt::Key_End}) {
         press(key);
         const std::size_t wanted = key == Qt::Key_Home ? 0 : key == Qt::Key_Right ? 1 : kManyPages - 1;
-        EXPECT_TRUE(arrivesAt(wanted)) << wanted << ": " << title();
+        EXPECT_TRUE(arrivesAt(wanted)) << wanted << ": " << title() << " at " << page();
         EXPECT_LT(detail->collectionView->visibleCells().size(), 5U);
         EXPECT_LT(itemsOf(root(), "ExifPhotoAndLocationValueCollectionViewCell").size(), 5U);
         EXPECT_LT(itemsInAll(), few * 3);
@@ -135,7 +131,7 @@ TEST_F(Pages, EndWithTheRequest) {
 
 TEST_F(Pages, OfAnEmptyRequestSayThatThereIsNothing) {
     open({folder.write("notes.txt", "a text")});
-    EXPECT_TRUE(waitFor([this] { return textReading(root(), "EXIF data is not available"); }));
+    EXPECT_TRUE(waitFor([this] { return textReading(root(), "No photos to show"); }));
     tap(buttonNamed(root(), "Share"));
     press(Qt::Key_Right);
     press(Qt::Key_End);
@@ -149,7 +145,7 @@ TEST_F(Pages, OfFilesThatVanishSaySo) {
     for (const std::string& name : names()) std::filesystem::remove(folder.path() / name);
     press(Qt::Key_End);
     ASSERT_TRUE(arrivesAt(3));
-    EXPECT_TRUE(waitFor([&] { return header() && textReading(*header(), "Not available"); }))
+    EXPECT_TRUE(waitFor([&] { return header() && textReading(*header(), "This picture cannot be shown"); }))
         << "instead of its picture";
     EXPECT_FALSE(rows().empty()) << "what was read is still known";
     tap(buttonNamed(root(), "Share"));

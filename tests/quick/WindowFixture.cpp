@@ -19,7 +19,7 @@
 namespace tessaly::test {
 namespace {
 
-constexpr int kPatience = 20'000;
+constexpr int kPatience = 6'000;
 constexpr int kSteps = 8;
 constexpr int kLooksAtRest = 3;
 
@@ -108,8 +108,10 @@ void WindowTest::open(const std::vector<std::string>& paths, QSize size) {
     show(detail, size);
     ASSERT_TRUE(waitFor([this] { return !window_->host().hud()->isShown(); })) << "loaded";
     ASSERT_TRUE(waitFor([&] { return detail->dataSource->exifDataItemsArray.empty() || !title().empty(); }));
-    if (!detail->dataSource->exifDataItemsArray.empty())
-        ASSERT_TRUE(waitFor([this] { return !rows().empty(); })) << "the first page's rows";
+    ASSERT_TRUE(waitFor([this] { return names().empty() || !rows().empty(); })) << "the first page's rows";
+    ASSERT_TRUE(waitFor([this] {
+        return names().empty() || (header() && textReading(*header(), QString::fromStdString(title())));
+    })) << "and its header";
 }
 
 void WindowTest::show(const UIViewControllerRef& controller, QSize size) {
@@ -151,8 +153,9 @@ void WindowTest::turnTo(const std::string& name) {
     const auto at = std::ranges::find(all, name);
     ASSERT_NE(at, all.end()) << name;
     const auto index = static_cast<std::size_t>(at - all.begin());
-    detail->collectionView->scrollToItemAtIndexPath({index, 0}, false);
-    ASSERT_TRUE(waitFor([&] { return page() == index && title() == name && !rows().empty(); })) << name;
+    detail->collectionView->scrollToItemAtIndexPath({index, 0}, true);
+    ASSERT_TRUE(waitFor([&] { return page() == index && title() == name && header(); })) << name << ", not " << title();
+    waitForRest(*header());
 }
 
 std::shared_ptr<UICollectionView> WindowTest::list() const {
@@ -176,7 +179,6 @@ Row WindowTest::rowNamed(const QString& key) {
     const double height = list()->boundsSize().height;
     for (double y = 0; y < list()->contentSize().height; y += height / 2) {
         list()->setContentOffset({0, std::min(y, list()->contentSize().height - height)}, false);
-        QTest::qWaitFor([] { return true; });
         Row found;
         const auto isThere = [&] {
             for (const Row& row : rows()) {

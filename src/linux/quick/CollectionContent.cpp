@@ -3,6 +3,11 @@
 #include "linux/quick/Interfaces.h"
 
 namespace tessaly::quick {
+namespace {
+
+constexpr double kSliver = 2;  // Points.
+
+}  // namespace
 
 CollectionContent::CollectionContent(QQuickItem* parent) : QQuickItem(parent) {}
 
@@ -45,9 +50,12 @@ QQuickItem* CollectionContent::itemFor(const std::shared_ptr<UICollectionReusabl
 }
 
 void CollectionContent::place(QQuickItem& item, const CGRect& frame) const {
-    const double x = mirrored_ ? width() - frame.origin.x - frame.size.width : frame.origin.x;
+    // What is meant to be as wide as the list is told to be a point or two narrower; drawn, that would be a sliver.
+    const double missing = width() - frame.size.width;
+    const double across = frame.origin.x == 0 && missing > 0 && missing <= kSliver ? width() : frame.size.width;
+    const double x = mirrored_ ? width() - frame.origin.x - across : frame.origin.x;
     item.setPosition({x, frame.origin.y});
-    item.setSize({frame.size.width, frame.size.height});
+    item.setSize({across, frame.size.height});
 }
 
 void CollectionContent::updatePolish() {

@@ -54,11 +54,13 @@ ViewerWindow::ViewerWindow() {
                                                                       if (host_->controller())
                                                                           host_->controller()->reloadInterface();
                                                                   });
-    traits_ = UITraitCollection::currentTraitCollection().observe(
-        [this, category = UITraitCollection::currentTraitCollection().preferredContentSizeCategory()]() mutable {
-            const auto now = UITraitCollection::currentTraitCollection().preferredContentSizeCategory();
-            if (std::exchange(category, now) != now && host_->controller()) host_->controller()->reloadInterface();
-        });
+    const UITraitCollection& traits = UITraitCollection::currentTraitCollection();
+    // Outside the block: whoever observes runs a copy of it.
+    const auto category = std::make_shared<UIContentSizeCategory>(traits.preferredContentSizeCategory());
+    traits_ = traits.observe([this, &traits, category] {
+        const auto now = traits.preferredContentSizeCategory();
+        if (std::exchange(*category, now) != now && host_->controller()) host_->controller()->reloadInterface();
+    });
 }
 
 ViewerWindow::~ViewerWindow() {

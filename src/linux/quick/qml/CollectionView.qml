@@ -62,6 +62,8 @@ Flickable {
             onLongPressed: list.outlet.longPressed(point.position)
         }
         TapHandler {
+            // A finger has no buttons: it would pass for any.
+            acceptedDevices: PointerDevice.Mouse | PointerDevice.TouchPad
             acceptedButtons: Qt.RightButton
             onTapped: eventPoint => list.outlet.longPressed(eventPoint.position)
         }

@@ -77,6 +77,7 @@ Rectangle {
         color: Theme.text
         TapHandler { onLongPressed: bar.navigation.titleHeld() }
         TapHandler {
+            acceptedDevices: PointerDevice.Mouse | PointerDevice.TouchPad
             acceptedButtons: Qt.RightButton
             onTapped: bar.navigation.titleHeld()
         }

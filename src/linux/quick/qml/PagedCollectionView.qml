@@ -27,6 +27,8 @@ ListView {
     property bool jumping: false
     // The list below moves by itself when its width changes, and only finds its place with the next frame.
     property bool resizing: false
+    // Where it was sent meanwhile; -1 for nowhere.
+    property int awaited: -1
     readonly property int wanted: outlet.itemCount
 
     // Nor does it keep its place when the number of pages changes.
@@ -52,8 +54,12 @@ ListView {
         settle();
     }
     function resettle(): void {
+        const sent = awaited;
         resizing = false;
-        jump(outlet.page);
+        awaited = -1;
+        jump(sent < 0 ? outlet.page : sent);
+        if (sent >= 0)
+            outlet.movementEnded();
     }
     function settle(): void { outlet.scrolledTo(contentX - originX, 0); }
 
@@ -75,8 +81,10 @@ ListView {
         target: pages.outlet
         function onScrollRequested(x: real, y: real, animated: bool): void {
             const index = Math.round(x / pages.width);
-            if (pages.resizing)
+            if (pages.resizing) {
+                pages.awaited = animated ? index : -1;
                 return;
+            }
             if (animated && Theme.duration > 0) {
                 pages.currentIndex = index;
                 arrival.restart();
@@ -97,6 +105,9 @@ ListView {
         id: arrival
         interval: Theme.duration + 30
         onTriggered: {
+            // The animation waits where frames take long.
+            if (Math.abs(pages.contentX - pages.originX - pages.currentIndex * pages.width) > 0.5)
+                return pages.dragging ? undefined : restart();
             pages.outlet.animationEnded();
             pages.outlet.movementEnded();
         }

@@ -1,0 +1,117 @@
+#include <QAccessible>
+#include <algorithm>
+#include <map>
+
+#include "WindowFixture.h"
+
+/// What screen readers are told.
+namespace tessaly::test {
+namespace {
+
+struct Told {
+    QAccessible::Role role;
+    QString name, text;
+    QRect rect;
+    QObject* object;
+};
+
+class Accessibility : public WindowTest {
+protected:
+    Accessibility() { QAccessible::setActive(true); }
+    ~Accessibility() override { QAccessible::setActive(false); }
+
+    /// All that is in sight, from the window down.
+    [[nodiscard]] std::vector<Told> told() const {
+        std::vector<Told> found;
+        collect(QAccessible::queryAccessibleInterface(&window()), found);
+        return found;
+    }
+    [[nodiscard]] std::vector<Told> told(QAccessible::Role role) const {
+        auto found = told();
+        std::erase_if(found, [role](const Told& one) { return one.role != role; });
+        return found;
+    }
+
+private:
+    void collect(QAccessibleInterface* element, std::vector<Told>& found) const {
+        if (!element || element->state().invisible) return;
+        const QRect rect = element->rect();
+        const QRect seen(window().mapToGlobal(QPoint()), window().size());
+        if (element->object() != &window() && element->role() != QAccessible::Client && seen.intersects(rect))
+            found.push_back({element->role(), element->text(QAccessible::Name), element->text(QAccessible::Description),
+                             rect, element->object()});
+        for (int i = 0; i < element->childCount(); ++i) collect(element->child(i), found);
+    }
+};
+
+TEST_F(Accessibility, TellsEveryRowOnce) {
+    open({photo()});
+    const Row make = rowNamed("Make");
+    ASSERT_TRUE(make.item);
+    std::map<QString, QString> wanted;
+    for (const Row& row : rows())
+        if (sceneRect(*row.item).bottom() > 0 && sceneRect(*row.item).top() < window().height())
+            wanted[row.key()] = row.value();
+    std::map<QString, QString> heard;
+    for (const Told& one : told(QAccessible::ListItem))
+        EXPECT_TRUE(heard.emplace(one.name, one.text).second) << one.name.toStdString() << ": twice";
+    for (const auto& [key, value] : wanted) {
+        ASSERT_TRUE(heard.contains(key)) << key.toStdString();
+        EXPECT_EQ(heard[key], value) << key.toStdString();
+    }
+    for (const Told& one : told()) {
+        const bool isLabel = one.object->inherits("QQuickText");
+        for (const Row& row : rows())
+            EXPECT_FALSE(isLabel && row.item->isAncestorOf(qobject_cast<QQuickItem*>(one.object)))
+                << one.name.toStdString();
+    }
+}
+
+TEST_F(Accessibility, NamesAllThatCanBePressed) {
+    open({photo(), screenshot()});
+    const auto names = [this] {
+        QStringList all;
+        for (const Told& one : told(QAccessible::Button)) {
+            EXPECT_FALSE(one.name.isEmpty())
+                << one.object->metaObject()->className() << " at " << one.rect.x() << ", " << one.rect.y();
+            all.append(one.name);
+        }
+        return all;
+    };
+    QStringList bar = names();
+    for (const char* name : {"Done", "Share", "Open in EXIF App"}) EXPECT_TRUE(bar.removeOne(name)) << name;
+    EXPECT_FALSE(bar.contains("Delete Photo") || bar.contains("Remove EXIF")) << "there is no action bar";
+    tap(buttonNamed(root(), "Share"));
+    ASSERT_TRUE(waitFor([this] { return buttonNamed(layer(), "Share without EXIF"); }));
+    waitForRest(*buttonNamed(layer(), "Share without EXIF"));
+    for (const char* name : {"Share 2 Photos without EXIF", "Share without EXIF", "Share with EXIF",
+                             "Copy EXIF data to clipboard", "Cancel"})
+        EXPECT_EQ(names().count(name), 1) << name;
+    EXPECT_EQ(told(QAccessible::Dialog).size(), 1U);
+}
+
+TEST_F(Accessibility, TellsNothingThatIsHidden) {
+    open({screenshot()});
+    for (const Told& one : told()) {
+        const auto* const item = qobject_cast<QQuickItem*>(one.object);
+        EXPECT_TRUE(item && isSeen(*item)) << one.name.toStdString();
+        EXPECT_NE(one.role, QAccessible::ProgressBar) << "nothing is being loaded";
+        EXPECT_NE(one.role, QAccessible::AlertMessage) << "there is no banner";
+    }
+    EXPECT_EQ(std::ranges::count(told(), "Play", [](const Told& one) { return one.name; }), 0) << "this is no movie";
+}
+
+TEST_F(Accessibility, IsAnsweredByPressing) {
+    open({photo()});
+    for (const Told& one : told(QAccessible::Button)) {
+        if (one.name != "Done") continue;
+        auto* const element = QAccessible::queryAccessibleInterface(one.object);
+        ASSERT_TRUE(element && element->actionInterface());
+        element->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+        break;
+    }
+    EXPECT_EQ(ended, 1);
+}
+
+}  // namespace
+}  // namespace tessaly::test

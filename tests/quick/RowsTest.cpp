@@ -1,0 +1,193 @@
+#include <QClipboard>
+#include <QFont>
+#include <QGuiApplication>
+#include <QTest>
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <set>
+
+#include "WindowFixture.h"
+#include "platform/Foundation/NSBundle.h"
+#include "platform/Foundation/NSNotificationCenter.h"
+#include "platform/UIKit/UITraitCollection.h"
+#include "platform/UIKit/UIViewAppearance.h"
+#include "settings/LanguageManager.h"
+
+/// The rows of a page: what touching them does, and how they are laid out.
+namespace tessaly::test {
+namespace {
+
+QString text(const char* key) { return QString::fromStdString(localized(key)); }
+
+class Rows : public WindowTest {
+protected:
+    ~Rows() override {
+        UIViewAppearance::appearance().semanticContentAttribute = UISemanticContentAttribute::unspecified;
+    }
+    using Values = std::map<QString, QString>;
+    [[nodiscard]] Values values() const {
+        Values values;
+        for (const Row& row : rows()) values[row.key()] = row.value();
+        return values;
+    }
+    /// Scrolls through the list and looks at every row and every text.
+    void expectThatAllFits(const std::string& why) {
+        const double end = list()->contentSize().height - list()->boundsSize().height;
+        const double step = list()->boundsSize().height / 2;
+        for (double y = 0; y < end + step; y += step) {
+            list()->setContentOffset({0, std::clamp(y, 0.0, std::max(0.0, end))}, false);
+            ASSERT_FALSE(window().grabWindow().isNull());  // Lays out.
+            for (const Row& row : rows()) expectThatItFits(row, why);
+            for (const QQuickItem* const item : textsBelow(root())) {
+                const QRectF rect = sceneRect(*item);
+                if (rect.right() < 1 || rect.left() > window().width() - 1) continue;  // Of the pages beside this one.
+                EXPECT_GE(rect.left(), -0.5) << why << ": " << item->property("text").toString().toStdString();
+                EXPECT_LE(rect.right(), window().width() + 0.5)
+                    << why << ": " << item->property("text").toString().toStdString();
+            }
+        }
+        list()->setContentOffset({0, 0}, false);
+    }
+    static int pixelsOf(const Row& row) { return row.valueText->property("font").value<QFont>().pixelSize(); }
+    static void expectThatItFits(const Row& row, const std::string& why) {
+        const std::string which = why + ": " + (row.key() + " = " + row.value()).toStdString();
+        const QRectF whole = sceneRect(*row.item).adjusted(-0.5, -0.5, 0.5, 0.5);
+        EXPECT_FALSE(row.keyText->property("truncated").toBool() || row.valueText->property("truncated").toBool())
+            << which;
+        EXPECT_TRUE(whole.contains(sceneRect(*row.keyText))) << which;
+        EXPECT_TRUE(row.value().isEmpty() || whole.contains(sceneRect(*row.valueText))) << which;
+        EXPECT_TRUE(row.value().isEmpty() || !lettersRect(*row.keyText).intersects(lettersRect(*row.valueText)))
+            << which << ": one over the other";
+        EXPECT_GE(row.item->height(), 20) << which;
+    }
+    [[nodiscard]] std::set<int> columns() const {
+        std::set<int> columns;
+        for (const Row& row : rows()) columns.insert(static_cast<int>(sceneRect(*row.item).left()));
+        return columns;
+    }
+};
+
+TEST_F(Rows, OfThePlaceChangesItsFormatWhenItIsTouched) {
+    open({photo()});
+    const QString gps = text("GPS");
+    for (const bool byMouse : {false, true}) {
+        const Row row = rowNamed(gps);
+        ASSERT_TRUE(row.item);
+        const Values before = values();
+        byMouse ? click(row.item) : tap(row.item);
+        EXPECT_TRUE(waitFor([&] { return values().at(gps) != before.at(gps); })) << "the other format";
+        Values now = values();
+        now[gps] = before.at(gps);
+        EXPECT_EQ(now, before) << "and of no other row";
+    }
+    const Row other = rowNamed(text("Make"));
+    ASSERT_TRUE(other.item);
+    const Values before = values();
+    tap(other.item);
+    window().grabWindow();
+    EXPECT_EQ(values(), before);
+    EXPECT_TRUE(layer().childItems().isEmpty());
+}
+
+TEST_F(Rows, AreCopiedByALongPress) {
+    struct Case {
+        const char* key;
+        bool withName;
+        bool byMouse;
+    };
+    open({photo()});
+    for (const auto& [key, withName, byMouse] :
+         {Case{"Make", true, false}, Case{"GPS", false, false}, Case{"Model", true, true}}) {
+        QGuiApplication::clipboard()->clear();
+        const Row row = rowNamed(text(key));
+        ASSERT_TRUE(row.item) << key;
+        const QString copied = withName ? row.key() + u' ' + row.value() : row.value();
+        const QString answer = "Copy '" + copied + "' to clipboard";
+        const auto isAsked = [&] { return buttonNamed(layer(), answer) != nullptr; };
+        if (byMouse) {
+            waitForRest(*row.item);
+            QTest::mouseClick(&window(), Qt::RightButton, {}, sceneRect(*row.item).center().toPoint());
+            ASSERT_TRUE(waitFor(isAsked)) << key;
+        } else {
+            pressLong(row.item, isAsked);
+        }
+        EXPECT_EQ(buttonNames(layer()), QStringList({answer, "Cancel"}));
+        tap(buttonNamed(layer(), answer));
+        EXPECT_TRUE(waitFor([&] { return QGuiApplication::clipboard()->text() == copied; }))
+            << QGuiApplication::clipboard()->text().toStdString();
+        EXPECT_TRUE(waitUntilAlone());
+    }
+}
+
+TEST_F(Rows, FitWhateverTheWindowIs) {
+    open(photos(3));
+    press(Qt::Key_Right);
+    ASSERT_TRUE(waitFor([this] { return page() == 1; }));
+    const std::string name = title();
+    struct Case {
+        QSize size;
+        std::size_t columns;
+        double header;
+    };
+    const Case cases[] = {{kPhone, 1, 281},     {{320, 600}, 1, 281},  {kTablet, 2, 500}, {{600, 900}, 2, 500},
+                          {{599, 900}, 1, 281}, {{1600, 900}, 2, 500}, {kPhone, 1, 281}};
+    for (const auto& [size, wanted, height] : cases) {
+        const std::string why = std::to_string(size.width()) + " wide";
+        resize(size);
+        EXPECT_TRUE(waitFor([&, wanted = wanted] { return columns().size() == wanted; }))
+            << why << ": " << columns().size();
+        ASSERT_TRUE(header()) << why;
+        EXPECT_DOUBLE_EQ(header()->height(), height) << why;
+        EXPECT_EQ(page(), 1U) << why << ": the same page";
+        EXPECT_EQ(title(), name) << why;
+        EXPECT_TRUE(waitFor([&] { return header() && qAbs(sceneRect(*header()).left()) < 3; })) << why << ": all of it";
+        expectThatAllFits(why);
+    }
+}
+
+TEST_F(Rows, FitWhateverTheLettersAre) {
+    open({photo()});
+    for (const std::size_t category : {0U, 6U, 9U, 11U, 3U}) {
+        const std::string why(kContentSizeCategories[category]);
+        UITraitCollection::currentTraitCollection().setPreferredContentSizeCategory(&kContentSizeCategories[category]);
+        const int pixels = static_cast<int>(std::lround(14 * bodyTextScale(&kContentSizeCategories[category])));
+        EXPECT_TRUE(waitFor([&] { return !rows().empty() && pixelsOf(rows().at(0)) == pixels; }))
+            << why << ": " << pixelsOf(rows().at(0)) << " and not " << pixels;
+        expectThatAllFits(why);
+        const Row row = rowNamed(text("Make"));
+        ASSERT_TRUE(row.item) << why;
+        const bool stacked = sceneRect(*row.valueText).top() >= sceneRect(*row.keyText).bottom();
+        EXPECT_EQ(stacked, category > 8) << why << ": one above the other from AccessibilityXL on";
+        list()->setContentOffset({0, 0}, false);
+    }
+}
+
+TEST_F(Rows, FitWhateverTheLanguageIs) {
+    open({photo()}, {320, 640});
+    for (std::size_t i = 0; i < LanguageManager::languages().size(); ++i) {
+        LanguageManager::saveLanguageByIndex(i);
+        NSNotificationCenter::defaultCenter().postNotificationName(LanguageManagerDidChangeLanguageNotification);
+        const std::string code(LanguageManager::languages()[i].code);
+        const QString key = text("ISO Sensitivity");
+        EXPECT_TRUE(waitFor([&] { return values().contains(key); })) << code << ": no " << key.toStdString();
+        expectThatAllFits(code);
+    }
+}
+
+TEST_F(Rows, RunFromTheRightWhereTheLanguageDoes) {
+    UIViewAppearance::appearance().semanticContentAttribute = UISemanticContentAttribute::forceRightToLeft;
+    NSNotificationCenter::defaultCenter().postNotificationName(LanguageManagerDidChangeLanguageNotification);
+    open({photo()});
+    for (const Row& row : rows()) {
+        EXPECT_GT(lettersRect(*row.keyText).center().x(), window().width() / 2.0) << row.key().toStdString();
+        EXPECT_GT(lettersRect(*row.keyText).right(), window().width() - 20) << row.key().toStdString();
+        EXPECT_LT(lettersRect(*row.valueText).left(), window().width() / 2.0) << row.value().toStdString();
+    }
+    EXPECT_GT(sceneRect(*buttonNamed(root(), "Done")).center().x(), window().width() / 2.0);
+    EXPECT_LT(sceneRect(*buttonNamed(root(), "Share")).center().x(), window().width() / 2.0);
+    expectThatAllFits("from the right");
+}
+
+}  // namespace
+}  // namespace tessaly::test

@@ -1,0 +1,179 @@
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QImage>
+#include <QTest>
+
+#include "WindowFixture.h"
+#include "platform/AVFoundation/AVPlayerViewController.h"
+#include "platform/ImageIO/MetadataRewrite.h"
+#include "platform/UIKit/UIActivityViewController.h"
+#include "platform/UIKit/UIAlertController.h"
+
+/// What rises over the screen: menus, the share sheet, the player, the banner.
+namespace tessaly::test {
+namespace {
+
+using testing::IsEmpty;
+
+const QColor kSuccess(61, 136, 43);
+const QString kCopied =
+    QStringLiteral("Exif text has been copied to Clipboard. Now you can paste it in any Text fields on other Apps");
+
+class Sheets : public WindowTest {
+protected:
+    void openMenu() {
+        tap(buttonNamed(root(), "Share"));
+        ASSERT_TRUE(waitFor([this] { return presented<UIAlertController>() && !buttonsBelow(layer()).empty(); }));
+        waitForRest(*buttonsBelow(layer()).back());
+    }
+    void choose(const QString& answer) {
+        openMenu();
+        tap(buttonNamed(layer(), answer));
+    }
+    /// Of the share sheet that rises; answers what is asked before.
+    [[nodiscard]] std::vector<UIActivityItem> sharedItems() {
+        const auto isThere = [this] { return presented<UIActivityViewController>() != nullptr; };
+        const QString clean = QStringLiteral("Remove this too");
+        EXPECT_TRUE(waitFor([&] { return isThere() || buttonNamed(layer(), clean); }));
+        if (!isThere()) tap(buttonNamed(layer(), clean));
+        EXPECT_TRUE(waitFor(isThere));
+        return isThere() ? presented<UIActivityViewController>()->activityItems() : std::vector<UIActivityItem>();
+    }
+    [[nodiscard]] QQuickItem* banner() const {
+        QQuickItem* const message = textReading(root(), kCopied);
+        return message ? message->parentItem() : nullptr;
+    }
+};
+
+TEST_F(Sheets, MenuOffersWhatCanBeDone) {
+    struct Case {
+        std::vector<std::string> files;
+        QStringList answers;
+    };
+    const QStringList one{"Share without EXIF", "Share with EXIF", "Copy EXIF data to clipboard", "Cancel"};
+    const QStringList two = QStringList{"Share 2 Photos without EXIF"} + one;
+    for (const auto& [files, answers] : {Case{{photo()}, one}, Case{{photo(), screenshot()}, two},
+                                         Case{{movie()}, {"Copy EXIF data to clipboard", "Cancel"}}}) {
+        open(files);
+        openMenu();
+        EXPECT_EQ(buttonNames(layer()), answers);
+        for (const QString& answer : answers) {
+            ASSERT_TRUE(textReading(layer(), answer)) << answer.toStdString();
+            EXPECT_TRUE(window().contentItem()->contains(sceneRect(*buttonNamed(layer(), answer)).bottomRight()));
+        }
+        tap(buttonNamed(layer(), "Cancel"));
+        EXPECT_TRUE(waitUntilAlone());
+    }
+    EXPECT_EQ(ended, 0);
+}
+
+TEST_F(Sheets, MenuGoesWithoutAnAnswer) {
+    open({photo()});
+    for (const QSize size : {kPhone, kTablet}) {
+        resize(size);
+        struct Case {
+            const char* why;
+            std::function<void()> leave;
+        };
+        const Case cases[] = {{"Escape", [this] { press(Qt::Key_Escape); }}, {"a touch beside it", [this] {
+                                                                                  tapAt({20, 120});
+                                                                              }}};
+        for (const auto& [why, leave] : cases) {
+            openMenu();
+            leave();
+            EXPECT_TRUE(waitUntilAlone()) << why << ", " << size.width();
+            EXPECT_FALSE(detail->presentedViewController()) << why;
+        }
+    }
+    EXPECT_EQ(ended, 0) << "none of them leaves the screen";
+    press(Qt::Key_Escape);
+    EXPECT_EQ(ended, 1) << "the keyboard is back at the screen";
+}
+
+TEST_F(Sheets, MenuIsWorkedByKeyboard) {
+    open(photos(2));
+    QGuiApplication::clipboard()->clear();
+    openMenu();
+    const auto focused = [this] {
+        return window().activeFocusItem() ? window().activeFocusItem()->property("name").toString() : QString();
+    };
+    const QStringList answers = buttonNames(layer());
+    for (int turns = 0; turns < answers.size() && focused() != "Copy EXIF data to clipboard"; ++turns) {
+        press(Qt::Key_Down);
+        EXPECT_TRUE(answers.contains(focused())) << "stays in the sheet: " << focused().toStdString();
+    }
+    ASSERT_EQ(focused(), "Copy EXIF data to clipboard");
+    press(Qt::Key_Left);
+    press(Qt::Key_Return);
+    EXPECT_TRUE(waitFor([] { return !QGuiApplication::clipboard()->text().isEmpty(); }));
+    EXPECT_TRUE(waitUntilAlone());
+    EXPECT_EQ(page(), 0U) << "what is under the sheet stays as it is";
+}
+
+TEST_F(Sheets, SharingWithoutMetadataLeavesThePixelsOnly) {
+    open({photo(), screenshot()});
+    turnTo("lake.jpg");
+    choose("Share without EXIF");
+    const auto items = sharedItems();
+    ASSERT_EQ(items.size(), 1U);
+    EXPECT_EQ(items[0].suggestedName, "lake.jpg");
+    const Data* const data = std::get_if<Data>(&items[0].content);
+    ASSERT_TRUE(data && *data);
+    const TemporaryFolder out;
+    const std::string path =
+        out.write("out.jpg", std::string_view(reinterpret_cast<const char*>((*data)->data()), (*data)->size()));
+    const auto left = metadataLeft(path, {.removal = MetadataChange::Removal::everything, .removes = {}, .values = {}});
+    ASSERT_TRUE(left);
+    EXPECT_THAT(*left, IsEmpty());
+    const QImage before(QString::fromUtf8(TESSALY_SAMPLE)), after(QString::fromStdString(path));
+    ASSERT_FALSE(after.isNull());
+    EXPECT_EQ(after.convertToFormat(QImage::Format_RGB32), before.convertToFormat(QImage::Format_RGB32));
+    EXPECT_TRUE(waitFor([this] { return textReading(layer(), "lake.jpg"); })) << "the sheet names the file";
+    press(Qt::Key_Escape);
+    EXPECT_TRUE(waitUntilAlone());
+    EXPECT_EQ(ended, 0);
+    EXPECT_EQ(contentOf(folder.path() / "lake.jpg"), contentOf(TESSALY_SAMPLE)) << "the file itself";
+}
+
+TEST_F(Sheets, CopyingIsToldByTheBanner) {
+    open({photo()});
+    QGuiApplication::clipboard()->clear();
+    EXPECT_FALSE(banner());
+    choose("Copy EXIF data to clipboard");
+    ASSERT_TRUE(waitFor([this] { return banner() != nullptr; }));
+    const QQuickItem* const shown = banner();
+    double highest = window().height();
+    EXPECT_TRUE(waitFor([&] {
+        highest = std::min(highest, sceneRect(*shown).top());
+        return qAbs(sceneRect(*shown).bottom() - window().height()) < 0.5;
+    })) << "moves in to the lower edge";
+    EXPECT_EQ(shown->property("color").value<QColor>(), kSuccess);
+    EXPECT_EQ(sceneRect(*shown).width(), window().width());
+    EXPECT_EQ(QGuiApplication::clipboard()->text().toStdString(), detail->currentRecord()->shortExifStringsForShare());
+    EXPECT_TRUE(waitFor([&] { return !isSeen(*shown); })) << "and out again";
+    EXPECT_GE(sceneRect(*shown).top(), window().height() - 0.5);
+}
+
+TEST_F(Sheets, MovieIsPlayedInAScreenOfItsOwn) {
+    open({movie()});
+    const auto playSymbol = [this] {
+        for (const QQuickItem* const icon : itemsOf(*header(), "tessaly::quick::IconItem"))
+            if (icon->property("name") == QVariant("play")) return true;
+        return false;
+    };
+    EXPECT_TRUE(waitFor(playSymbol));
+    tapAt(sceneRect(*header()).center() - QPointF(0, 60));
+    ASSERT_TRUE(waitFor([this] { return presented<AVPlayerViewController>() != nullptr; }));
+    EXPECT_TRUE(waitFor([this] { return buttonNamed(layer(), "Done") != nullptr; }));
+    EXPECT_TRUE(waitFor([this] { return !itemsOf(layer(), "PlayerScreen").empty(); }));
+    press(Qt::Key_Escape);
+    EXPECT_TRUE(waitUntilAlone());
+    EXPECT_EQ(ended, 0) << "back to the page";
+    open({photo()});
+    EXPECT_FALSE(playSymbol());
+    tapAt(sceneRect(*header()).center());
+    EXPECT_FALSE(detail->presentedViewController());
+}
+
+}  // namespace
+}  // namespace tessaly::test
