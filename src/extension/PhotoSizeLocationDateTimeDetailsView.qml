@@ -28,6 +28,8 @@ Interface {
         id: toggle
         required property ButtonOutlet outlet
         name: outlet.accessibleLabel
+        // Without a text there is nothing to change, and nothing to tell.
+        visible: toggle.name.length > 0
         onTouched: outlet.touched()
     }
 

@@ -13,6 +13,8 @@
 #include "platform/UIKit/UITraitCollection.h"
 #include "platform/UIKit/UIViewAppearance.h"
 #include "settings/LanguageManager.h"
+#include "support/Containers.h"
+#include "support/TiffBuilder.h"
 
 /// The rows of a page: what touching them does, and how they are laid out.
 namespace tessaly::test {
@@ -47,6 +49,12 @@ protected:
                     << why << ": " << item->property("text").toString().toStdString();
             }
         }
+        for (const QQuickItem* const item : itemsOf(root(), "CollectionView")) {
+            const double middle = sceneRect(*item).center().x();
+            if (middle < 0 || middle > window().width()) continue;
+            EXPECT_DOUBLE_EQ(item->property("contentHeight").toDouble(), list()->contentSize().height)
+                << why << ": the end is within reach";
+        }
         list()->setContentOffset({0, 0}, false);
     }
     static int pixelsOf(const Row& row) { return row.valueText->property("font").value<QFont>().pixelSize(); }
@@ -80,6 +88,7 @@ TEST_F(Rows, OfThePlaceChangesItsFormatWhenItIsTouched) {
         Values now = values();
         now[gps] = before.at(gps);
         EXPECT_EQ(now, before) << "and of no other row";
+        EXPECT_TRUE(layer().childItems().isEmpty()) << "a touch is no long press";
     }
     const Row other = rowNamed(text("Make"));
     ASSERT_TRUE(other.item);
@@ -160,6 +169,26 @@ TEST_F(Rows, FitWhateverTheLettersAre) {
         const bool stacked = sceneRect(*row.valueText).top() >= sceneRect(*row.keyText).bottom();
         EXPECT_EQ(stacked, category > 8) << why << ": one above the other from AccessibilityXL on";
         list()->setContentOffset({0, 0}, false);
+    }
+}
+
+TEST_F(Rows, FitWhateverTheirValuesAre) {
+    const std::string word(300, 'w');
+    std::string words, lines;
+    for (int i = 0; i < 60; ++i) words += "word ";
+    for (int i = 0; i < 6; ++i) lines += "line\n";
+    const auto tiff = TiffBuilder()
+                          .text(TiffBuilder::first, 0x013B, word)
+                          .text(TiffBuilder::first, 0x8298, words)
+                          .text(TiffBuilder::first, 0x0131, lines)
+                          .text(TiffBuilder::first, 0x010F, "<b>not bold</b>");
+    open({folder.write("long.jpg", jpegWithExif(tiff.build()))});
+    for (const QSize size : {QSize(320, 600), kTablet, kPhone, kTablet}) {
+        list()->setContentOffset({0, list()->contentSize().height - list()->boundsSize().height}, false);
+        resize(size);
+        expectThatAllFits(std::to_string(size.width()) + " wide");
+        EXPECT_EQ(rowNamed(text("Artist")).value().size(), 300);
+        EXPECT_EQ(rowNamed(text("Make")).value(), "<b>not bold</b>");
     }
 }
 

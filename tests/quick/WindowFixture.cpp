@@ -5,7 +5,9 @@
 #include <QPointingDevice>
 #include <QTest>
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
+#include <utility>
 
 #include "platform/UIKit/UITraitCollection.h"
 #include "platform/UIKit/UIViewAppearance.h"
@@ -19,7 +21,7 @@
 namespace tessaly::test {
 namespace {
 
-constexpr int kPatience = 6'000;
+constexpr int kPatience = 20'000;
 constexpr int kSteps = 8;
 constexpr int kLooksAtRest = 3;
 
@@ -54,8 +56,10 @@ WindowTest::WindowTest() {
 
 WindowTest::~WindowTest() {
     window().contentItem()->removeEventFilter(keys_.get());
-    detail = nullptr;
+    const std::weak_ptr<ExifPhotoDetailViewController> screen = std::exchange(detail, nullptr);
     window_ = nullptr;
+    EXPECT_TRUE(DispatchQueue::pumpMainQueueUntil([&] { return screen.expired(); }, std::chrono::seconds(5)))
+        << "somebody keeps the screen";
     while (DispatchQueue::pumpMainQueue()) continue;
     resetSurroundings();
 }
@@ -128,8 +132,8 @@ void WindowTest::resize(QSize size) {
     const double bar = itemsOf(root(), "NavigationBar").at(0)->height();
     ASSERT_TRUE(waitFor([&] {
         const CGRect frame = detail->collectionView->frame();
-        return frame.size == CGSize{double(size.width()), size.height() - bar} && header() &&
-               header()->width() > size.width() - 2;
+        return frame.size == CGSize{double(size.width()), size.height() - bar} && list() &&
+               list()->boundsSize() == frame.size && (!header() || header()->width() > size.width() - 2);
     })) << "laid out";
 }
 

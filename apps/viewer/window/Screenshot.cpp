@@ -19,7 +19,9 @@ constexpr qint64 kLongest = 20'000;
 bool lacksPictures(const QQuickItem& item) {
     if (!item.isVisible()) return false;
     const auto* const picture = qobject_cast<const quick::PictureItem*>(&item);
-    if (picture && picture->width() > 0 && !picture->isReady()) return true;
+    // An image view with an icon waits for no picture.
+    const bool waits = picture && picture->outlet() && picture->outlet()->imageName().isEmpty();
+    if (waits && picture->width() > 0 && !picture->isReady()) return true;
     const auto children = item.childItems();
     return std::ranges::any_of(children, [](const QQuickItem* child) { return lacksPictures(*child); });
 }

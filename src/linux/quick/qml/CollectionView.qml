@@ -8,7 +8,6 @@ Flickable {
     required property CollectionViewOutlet outlet
 
     contentWidth: width
-    contentHeight: outlet.contentHeight
     interactive: outlet.scrollEnabled
     clip: true
     flickableDirection: Flickable.VerticalFlick
@@ -21,13 +20,19 @@ Flickable {
     }
     onWidthChanged: report()
     onHeightChanged: report()
-    Component.onCompleted: report()
+    // Not a binding: a list that becomes shorter moves, is laid out anew on that account, and has another height again.
+    function fit(): void { contentHeight = outlet.contentHeight; }
+    Component.onCompleted: {
+        report();
+        fit();
+    }
     onContentYChanged: outlet.scrolledTo(0, contentY)
     onDraggingChanged: dragging ? outlet.dragBegan() : outlet.dragEnded(moving)
     onMovementEnded: outlet.movementEnded()
 
     Connections {
         target: list.outlet
+        function onChanged(): void { list.fit(); }
         function onScrollRequested(x: real, y: real, animated: bool): void {
             glide.stop();
             list.cancelFlick();

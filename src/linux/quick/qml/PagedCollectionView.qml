@@ -105,9 +105,14 @@ ListView {
         id: arrival
         interval: Theme.duration + 30
         onTriggered: {
-            // The animation waits where frames take long.
-            if (Math.abs(pages.contentX - pages.originX - pages.currentIndex * pages.width) > 0.5)
-                return pages.dragging ? undefined : restart();
+            // A finger that came in between ends with a report of its own.
+            if (pages.dragging)
+                return;
+            // The animation takes longer where frames do.
+            if (Math.abs(pages.contentX - pages.originX - pages.currentIndex * pages.width) > 0.5) {
+                restart();
+                return;
+            }
             pages.outlet.animationEnded();
             pages.outlet.movementEnded();
         }
