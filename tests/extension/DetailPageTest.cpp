@@ -225,6 +225,7 @@ TEST_F(DetailPageTest, FillsItsHeaderOnceItHasItsSize) {
 
 TEST_F(DetailPageTest, FlipsTheCoordinateOnATapAndKeepsItSo) {
     setKeys({"Make", "GPS"});
+    PersistanceManager::sharedInstance().setShouldShowGPSInDecimalValues(false);
     showPage(placedRecord());
     const std::string before = row<ExifValueCollectionViewCell>(1)->exifValueLabel->text();
     list().userSelected({0, 0});

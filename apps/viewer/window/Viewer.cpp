@@ -24,6 +24,8 @@ const auto kStart = std::chrono::steady_clock::now();
 
 constexpr const char* kInTheTerminal = "'tessaly show FILE' prints the page in the terminal";
 
+QtMessageHandler toolkitHandler = nullptr;
+
 int displayIsMissing(const std::string& what) {
     complain(what);
     complain(kInTheTerminal);
@@ -38,6 +40,12 @@ void platformMessage(QtMsgType type, const QMessageLogContext&, const QString& t
     if (last.isEmpty()) last = text;
 }
 
+/// What the toolkit says while it runs, but for its remark on every text in a script that the face lacks: another face
+/// draws that, and the person need not know.
+void remark(QtMsgType type, const QMessageLogContext& context, const QString& text) {
+    if (!text.contains(QStringLiteral("OpenType support missing"))) toolkitHandler(type, context, text);
+}
+
 std::unique_ptr<QGuiApplication> makeApplication() {
     static int count = 1;
     static char name[] = "tessaly-viewer";
@@ -46,6 +54,7 @@ std::unique_ptr<QGuiApplication> makeApplication() {
     const QtMessageHandler before = qInstallMessageHandler(platformMessage);
     auto application = std::make_unique<QGuiApplication>(count, arguments);
     qInstallMessageHandler(before);
+    toolkitHandler = qInstallMessageHandler(remark);
     return application;
 }
 
