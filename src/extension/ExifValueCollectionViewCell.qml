@@ -26,7 +26,8 @@ Interface {
         anchors.fill: parent
         color: row.holder.backgroundColor
     }
-    // What the texts take in one line; asking the texts themselves would run in a circle with their widths.
+    // What the texts take in one line; asking the texts themselves would run in a circle with their widths. Some faces
+    // are drawn a little wider than they are measured.
     TextMetrics {
         id: keyLine
         font: row.keyText.font
@@ -43,8 +44,8 @@ Interface {
         y: row.stacked ? 12 : (row.height - height) / 2
         // Up to half the row, or what the value leaves of it.
         width: row.stacked ? row.inner
-                           : Math.min(Math.ceil(keyLine.advanceWidth) + 1,
-                                    Math.max(row.inner / 2, row.inner - 16 - valueLine.advanceWidth))
+                           : Math.min(Math.ceil(keyLine.advanceWidth * 1.05) + 4,
+                                    Math.max(row.inner / 2, row.inner - 18 - valueLine.advanceWidth * 1.02))
         wrapMode: Text.Wrap
         text: row.keyText.text
         textFormat: Text.PlainText
