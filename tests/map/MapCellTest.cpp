@@ -160,8 +160,8 @@ TEST_F(MapCell, HandsThePlaceToAMapsProgram) {
     choose(1);
     EXPECT_EQ(application.opened, std::vector<std::string>{"geo:48.858400,2.294500"});
     choose(2);
-    EXPECT_EQ(screen->opened, std::vector<std::string>{
-                                  "comgooglemaps://?center=48.858400,2.294500&q=48.858400,2.294500"});
+    EXPECT_EQ(screen->opened,
+              std::vector<std::string>{"comgooglemaps://?center=48.858400,2.294500&q=48.858400,2.294500"});
 }
 
 }  // namespace

@@ -124,7 +124,11 @@ TEST_F(CollectionView, PutsOneItemALineOnAPhoneAndTwoOnATablet) {
     const Case cases[] = {
         {390, 390, {{0, 144}, {390, 44}}, {{0, 188}, {390, 44}}, "a phone"},
         {820, 410, {{410, 100}, {410, 44}}, {{0, 144}, {410, 44}}, "a tablet"},
-        {821, 410, {{410.5, 100}, {410.5, 44}}, {{0, 144}, {410.5, 44}}, "an odd width leaves no gap, nor the last line"},
+        {821,
+         410,
+         {{410.5, 100}, {410.5, 44}},
+         {{0, 144}, {410.5, 44}},
+         "an odd width leaves no gap, nor the last line"},
         {820, 300, {{300, 100}, {300, 44}}, {{0, 144}, {300, 44}}, "two items that do not fill the line stay as wide"},
     };
     list->counts = {3};
