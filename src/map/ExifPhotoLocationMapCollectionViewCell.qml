@@ -50,6 +50,7 @@ Interface {
                 id: open
                 anchors { right: parent.right; rightMargin: 6; verticalCenter: title.verticalCenter }
                 LayoutMirroring.enabled: Theme.mirrored
+                width: Math.min(implicitWidth, row.width * 0.6)
                 outlet: row.openButton
                 fontSize: 14
             }

@@ -31,6 +31,8 @@ Touchable {
     Text {
         id: title
         anchors.centerIn: parent
+        width: Math.min(implicitWidth, button.width - 8)
+        elide: Text.ElideRight
         visible: button.outlet.imageName.length === 0
         text: button.outlet.title
         textFormat: Text.PlainText
