@@ -180,9 +180,9 @@ private:
     }
     PHAssetChangeRequest requestForResult() {
         if (output_) return PHAssetChangeRequest::changeRequestForAsset(*asset_);
-        const auto request = stripped_ ? PHAssetChangeRequest::creationRequestForAssetWithData(
-                                             stripped_, input_->fullSizeImageURL.lastPathComponent())
-                                       : PHAssetChangeRequest::creationRequestForAssetFromVideoAtFileURL(exported_);
+        auto request = stripped_ ? PHAssetChangeRequest::creationRequestForAssetWithData(
+                                       stripped_, input_->fullSizeImageURL.lastPathComponent())
+                                 : PHAssetChangeRequest::creationRequestForAssetFromVideoAtFileURL(exported_);
         created_ = request.placeholderForCreatedAsset().localIdentifier;
         return request;
     }

@@ -34,8 +34,8 @@ public:
     ContentViewerDestination(const ContentViewerDestination&) = delete;
     ContentViewerDestination& operator=(const ContentViewerDestination&) = delete;
     virtual ~ContentViewerDestination() = default;
-    virtual void takeOver(ContentViewerHandover) {}
-    virtual void takeOver(ImageFullScreenHandover) {}
+    virtual void takeOver(const ContentViewerHandover&) {}
+    virtual void takeOver(const ImageFullScreenHandover&) {}
 };
 
 }  // namespace tessaly

@@ -312,8 +312,8 @@ TEST_F(DetailScreenTest, PlaysAVideo) {
 struct Viewer : UIViewController, ContentViewerDestination {
     std::optional<ContentViewerHandover> content;
     std::optional<ImageFullScreenHandover> fullScreen;
-    void takeOver(ContentViewerHandover handover) override { content = std::move(handover); }
-    void takeOver(ImageFullScreenHandover handover) override { fullScreen = std::move(handover); }
+    void takeOver(const ContentViewerHandover& handover) override { content = handover; }
+    void takeOver(const ImageFullScreenHandover& handover) override { fullScreen = handover; }
 };
 
 TEST_F(DetailScreenTest, HandsThePictureOverToTheViewers) {
