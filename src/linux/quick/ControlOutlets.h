@@ -20,7 +20,8 @@ class LabelOutlet : public tessaly::quick::ViewOutlet {
     Q_PROPERTY(bool centered READ centered NOTIFY changed)
 
 public:
-    LabelOutlet(std::shared_ptr<UILabel> label, QObject* parent) : ViewOutlet(label, parent), label_(label.get()) {}
+    LabelOutlet(const std::shared_ptr<UILabel>& label, QObject* parent)
+        : ViewOutlet(label, parent), label_(label.get()) {}
     [[nodiscard]] QString text() const { return toQt(label_->text()); }
     [[nodiscard]] QFont font() const { return toQt(label_->font()); }
     [[nodiscard]] QColor color() const { return toQt(label_->textColor()); }
@@ -39,7 +40,8 @@ class ImageOutlet : public tessaly::quick::ViewOutlet {
     Q_PROPERTY(bool hasPicture READ hasPicture NOTIFY changed)
 
 public:
-    ImageOutlet(std::shared_ptr<UIImageView> image, QObject* parent) : ViewOutlet(image, parent), image_(image.get()) {}
+    ImageOutlet(const std::shared_ptr<UIImageView>& image, QObject* parent)
+        : ViewOutlet(image, parent), image_(image.get()) {}
     [[nodiscard]] QString imageName() const { return toQt(image_->imageName()); }
     [[nodiscard]] bool hasPicture() const { return image_->image() != nullptr; }
     [[nodiscard]] const UIImageView& imageView() const { return *image_; }
@@ -78,7 +80,7 @@ class ButtonOutlet : public tessaly::quick::ControlOutlet {
     Q_PROPERTY(QString imageName READ imageName NOTIFY changed)
 
 public:
-    ButtonOutlet(std::shared_ptr<UIButton> button, QObject* parent)
+    ButtonOutlet(const std::shared_ptr<UIButton>& button, QObject* parent)
         : ControlOutlet(button, parent), button_(button.get()) {}
     [[nodiscard]] QString title() const { return toQt(button_->title()); }
     [[nodiscard]] QColor titleColor() const { return toQt(button_->titleColor()); }
@@ -95,7 +97,7 @@ class SwitchOutlet : public tessaly::quick::ControlOutlet {
     Q_PROPERTY(bool on READ isOn NOTIFY changed)
 
 public:
-    SwitchOutlet(std::shared_ptr<UISwitch> control, QObject* parent)
+    SwitchOutlet(const std::shared_ptr<UISwitch>& control, QObject* parent)
         : ControlOutlet(control, parent), switch_(control.get()) {}
     [[nodiscard]] bool isOn() const { return switch_->isOn(); }
     Q_INVOKABLE void moved(bool on) { switch_->userSet(on); }
@@ -111,7 +113,8 @@ class ProgressOutlet : public tessaly::quick::ViewOutlet {
     Q_PROPERTY(qreal progress READ progress NOTIFY changed)
 
 public:
-    ProgressOutlet(std::shared_ptr<UIProgressView> bar, QObject* parent) : ViewOutlet(bar, parent), bar_(bar.get()) {}
+    ProgressOutlet(const std::shared_ptr<UIProgressView>& bar, QObject* parent)
+        : ViewOutlet(bar, parent), bar_(bar.get()) {}
     [[nodiscard]] qreal progress() const { return bar_->progress(); }
 
 private:
@@ -125,7 +128,7 @@ class IndicatorOutlet : public tessaly::quick::ViewOutlet {
     Q_PROPERTY(bool animating READ animating NOTIFY changed)
 
 public:
-    IndicatorOutlet(std::shared_ptr<UIActivityIndicatorView> indicator, QObject* parent)
+    IndicatorOutlet(const std::shared_ptr<UIActivityIndicatorView>& indicator, QObject* parent)
         : ViewOutlet(indicator, parent), indicator_(indicator.get()) {}
     [[nodiscard]] bool animating() const { return indicator_->isAnimating(); }
 
