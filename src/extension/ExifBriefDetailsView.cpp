@@ -1,5 +1,6 @@
 #include "extension/ExifBriefDetailsView.h"
 
+#include "extension/DetailRecord.h"
 #include "platform/Foundation/Format.h"
 #include "platform/Foundation/NSBundle.h"
 #include "settings/Apperance.h"
@@ -10,8 +11,6 @@ namespace {
 
 constexpr double kValueSize = 14;  // Points. The view has no room to grow with the preferred text size.
 constexpr double kMessageSize = 12;
-
-bool isVideo(const ExifInformation& record) { return record.mediaType() == PHAssetMediaTypeVideo; }
 
 /// Why a record has no metadata, as far as that can be told.
 std::string longMessage(const ExifInformation& record) {

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "acquisition/LocalImageFiles.h"
+#include "extension/DetailRecord.h"
 #include "extension/ExifPhotoDetailViewController.h"
 #include "platform/Foundation/NSBundle.h"
 #include "platform/UIKit/UIGestureRecognizer.h"
@@ -23,8 +23,6 @@ constexpr double kSmallPicture = 1024;
 constexpr const char* kInCloud = "cloud";
 constexpr const char* kBroken = "broken";
 
-bool isVideo(const ExifInformation& record) { return record.mediaType() == PHAssetMediaTypeVideo; }
-
 bool isSmall(const UIImageRef& image) {
     if (!image) return false;
     const CGSize size = image->size();
@@ -34,12 +32,6 @@ bool isSmall(const UIImageRef& image) {
 UIImageRef smallPicture(const ExifInformation& record) {
     if (isSmall(record.cachedThumbNailImage)) return record.cachedThumbNailImage;
     return isSmall(record.thumbNailImage) ? record.thumbNailImage : nullptr;
-}
-
-std::string fileName(const ExifInformation& record) {
-    std::string name = record.fileNameCached();
-    if (name.empty() && record.phAsset) name = LocalImageFiles::fileNameForPHAsset(record.phAsset, {});
-    return name.empty() ? record.imageFilePathURL.lastPathComponent() : name;
 }
 
 /// A movie's picture is one of its frames, which the record makes when somebody looks at it.

@@ -7,6 +7,7 @@
 
 #include "acquisition/ExifManager.h"
 #include "acquisition/LocalImageFiles.h"
+#include "extension/DetailRecord.h"
 #include "extension/ExifPhotoDetailViewController.h"
 #include "extension/MBProgressHUD.h"
 #include "platform/AVFoundation/AVAssetExportSession.h"
@@ -290,8 +291,7 @@ void ExifPhotoDetailViewController::deletePhotoButtonTapped() {
     const ExifInformationRef record = currentRecord();
     if (!record) return;
     const std::string title = localized("Delete Photo");
-    const auto alert = std::make_shared<UIAlertController>(
-        title, LocalImageFiles::fileNameForPHAsset(record->phAsset, {}), UIAlertControllerStyle::alert);
+    const auto alert = std::make_shared<UIAlertController>(title, fileName(*record), UIAlertControllerStyle::alert);
     alert->addAction({localized("Cancel"), UIAlertActionStyle::cancel, nullptr});
     alert->addAction({title, UIAlertActionStyle::destructive, [weak = weakSelf(), record] {
                           if (const Screen screen = weak.lock()) deletePhoto(screen, record);

@@ -3,6 +3,7 @@
 #include "acquisition/ExifManager.h"
 #include "acquisition/LocalImageFiles.h"
 #include "acquisition/TemporaryImageFile.h"
+#include "extension/DetailRecord.h"
 #include "extension/ExifPhotoDetailViewController.h"
 #include "extension/IdentifyingLeftovers.h"
 #include "extension/MBProgressHUD.h"
@@ -25,11 +26,8 @@ using WeakScreen = std::weak_ptr<ExifPhotoDetailViewController>;
 constexpr std::string_view kNameless = "Image.JPG";
 constexpr std::size_t kSeveral = 2;
 
-bool isVideo(const ExifInformation& record) { return record.mediaType() == PHAssetMediaTypeVideo; }
-
-std::string fileName(const ExifInformation& record) {
-    std::string name = record.fileNameCached();
-    if (name.empty()) name = record.correctedImageFilePathURL().lastPathComponent();
+std::string sharedName(const ExifInformation& record) {
+    const std::string name = fileName(record);
     return name.empty() ? std::string(kNameless) : name;
 }
 
@@ -42,10 +40,10 @@ struct Photo {
 };
 
 Photo handedOver(const ExifInformation& record) {
-    return {nullptr, record.imageFilePathURL, record.imageData, fileName(record)};
+    return {nullptr, record.imageFilePathURL, record.imageData, sharedName(record)};
 }
 
-Photo inLibrary(const ExifInformation& record) { return {record.phAsset, {}, nullptr, fileName(record)}; }
+Photo inLibrary(const ExifInformation& record) { return {record.phAsset, {}, nullptr, sharedName(record)}; }
 
 /// Waits for the photo library: not for the main thread. Null when there are none.
 Data bytesOf(const PHAssetRef& asset, bool networkAccessAllowed) {

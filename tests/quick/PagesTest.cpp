@@ -1,4 +1,3 @@
-#include <QElapsedTimer>
 #include <QTest>
 #include <algorithm>
 #include <filesystem>
@@ -81,7 +80,6 @@ TEST_F(Pages, KeepTheirPlaceInTheList) {
 }
 
 TEST_F(Pages, AreMadeWhenTheyAreSeen) {
-    QElapsedTimer clock;
     open(photos(2));
     const std::size_t few = itemsInAll();
     const auto paths = photos(1);
@@ -91,13 +89,11 @@ TEST_F(Pages, AreMadeWhenTheyAreSeen) {
         std::filesystem::create_hard_link(paths[0], path);
         many.push_back(path);
     }
-    clock.start();
     bool isDrawn = false;
     const auto drawn = QObject::connect(&window(), &QQuickWindow::frameSwapped, [&] { isDrawn = true; });
     open(many);
     EXPECT_TRUE(waitFor([&] { return isDrawn; }));
     QObject::disconnect(drawn);
-    EXPECT_LT(clock.elapsed(), 10'000) << "read and drawn";
     ASSERT_EQ(names().size(), std::size_t{kManyPages});
     for (const Qt::Key key : {Qt::Key_Home, Qt::Key_Right, Qt::Key_End}) {
         press(key);
