@@ -4,12 +4,11 @@ import Tessaly
 
 /// A few answers to choose from: a sheet at the bottom of a phone with the way out apart, a popover at its button on a
 /// tablet, an alert in the middle of either.
-FocusScope {
+SheetScope {
     id: sheet
 
     required property AlertOutlet alert
     property rect anchor
-    property bool opened: false
     readonly property bool popover: Theme.wide && !alert.isAlert
     readonly property int cancelIndex: alert.cancelIndex
     readonly property real margin: 8
@@ -24,22 +23,6 @@ FocusScope {
     }
 
     Keys.onEscapePressed: alert.cancelled()
-    function holds(item: Item): bool {
-        for (let above = item; above; above = above.parent)
-            if (above === sheet)
-                return item !== sheet;
-        return false;
-    }
-    /// To the answer after, or before, the one that the keyboard is at.
-    function step(forward: bool): void {
-        let next = Window.activeFocusItem.nextItemInFocusChain(forward);
-        // From the ends the way leads around through the rest of the window.
-        for (let i = 0; i < 500 && !holds(next); ++i)
-            next = next.nextItemInFocusChain(forward);
-        if (holds(next))
-            next.forceActiveFocus(forward ? Qt.TabFocusReason : Qt.BacktabFocusReason);
-    }
-    onActiveFocusChanged: if (!activeFocus && opened && Window.active) forceActiveFocus()
     Keys.onDownPressed: step(true)
     Keys.onUpPressed: step(false)
     Keys.onTabPressed: step(true)

@@ -4,12 +4,11 @@ import Tessaly
 
 /// What is shared, and where it can go: a sheet at the bottom of a phone with the way out apart, a popover at its
 /// button on a tablet. What came of saving is told in it before it goes.
-FocusScope {
+SheetScope {
     id: sheet
 
     required property ShareOutlet share
     property rect anchor
-    property bool opened: false
     readonly property bool popover: Theme.wide
     readonly property bool told: share.outcome.length > 0
     readonly property bool isList: !told && share.targets.length > 0
@@ -23,23 +22,6 @@ FocusScope {
         enabled = false;
         destroy(Theme.duration + 20);
     }
-    function holds(item: Item): bool {
-        for (let above = item; above; above = above.parent)
-            if (above === sheet)
-                return item !== sheet;
-        return false;
-    }
-    /// To the line after, or before, the one that the keyboard is at.
-    function step(forward: bool): void {
-        let next = Window.activeFocusItem.nextItemInFocusChain(forward);
-        // From the ends the way leads around through the rest of the window.
-        for (let i = 0; i < 500 && !holds(next); ++i)
-            next = next.nextItemInFocusChain(forward);
-        if (holds(next))
-            next.forceActiveFocus(forward ? Qt.TabFocusReason : Qt.BacktabFocusReason);
-    }
-    // The keyboard stays within the sheet as long as it is there.
-    onActiveFocusChanged: if (!activeFocus && opened && Window.active) forceActiveFocus()
     onToldChanged: if (told) (popover ? within : out).forceActiveFocus()
 
     Keys.onEscapePressed: share.closed()
