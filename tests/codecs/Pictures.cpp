@@ -31,7 +31,7 @@ CGImageRef bitmap(std::size_t width, std::size_t height, const std::function<Pix
     image->height = height;
     image->alphaInfo = alphaInfo;
     image->bitsPerComponent = bits;
-    image->pixels = std::make_unique<std::byte[]>(image->bytesPerRow() * height);
+    image->pixels = PixelBuffer::allocate(image->bytesPerRow() * height);
     for (std::size_t y = 0; y < height; ++y)
         for (std::size_t x = 0; x < width; ++x) {
             Pixel pixel = fill(x, y);

@@ -31,7 +31,7 @@ inline CGImageRef twoColours(std::size_t width, std::size_t height) {
     auto image = std::make_shared<CGImage>();
     image->width = width;
     image->height = height;
-    image->pixels = std::make_unique<std::byte[]>(image->bytesPerRow() * height);
+    image->pixels = PixelBuffer::allocate(image->bytesPerRow() * height);
     for (std::size_t y = 0; y < height; ++y)
         for (std::size_t x = 0; x < width; ++x) image->row(y)[4 * x + (x < width / 2 ? 0 : 2)] = std::byte{255};
     return image;

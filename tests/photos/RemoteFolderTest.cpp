@@ -38,7 +38,7 @@ std::string jpegOf(std::size_t width, std::size_t height, int mark = 0) {
     auto image = std::make_shared<CGImage>();
     image->width = height;
     image->height = width;
-    image->pixels = std::make_unique<std::byte[]>(image->bytesPerRow() * image->height);
+    image->pixels = PixelBuffer::allocate(image->bytesPerRow() * image->height);
     for (std::size_t y = 0; y < image->height; ++y)
         for (std::size_t x = 0; x < image->width; ++x) image->row(y)[4 * x] = static_cast<std::byte>(y * 7 + x);
     const Data plain = UIImageJPEGRepresentation(UIImage::imageWithCGImage(image), 0.9);
@@ -53,7 +53,7 @@ std::string jpegOf(std::size_t width, std::size_t height, int mark = 0) {
 bool canDecode() {
     auto image = std::make_shared<CGImage>();
     image->width = image->height = 8;
-    image->pixels = std::make_unique<std::byte[]>(image->bytesPerRow() * image->height);
+    image->pixels = PixelBuffer::allocate(image->bytesPerRow() * image->height);
     return UIImageJPEGRepresentation(UIImage::imageWithCGImage(image), 0.9) != nullptr;
 }
 

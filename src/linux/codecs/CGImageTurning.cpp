@@ -2,7 +2,6 @@
 
 #include <array>
 #include <limits>
-#include <new>
 
 namespace tessaly {
 namespace {
@@ -13,7 +12,7 @@ std::shared_ptr<CGImage> canvas(std::size_t width, std::size_t height, unsigned 
     image->height = height;
     image->bitsPerComponent = bits;
     image->alphaInfo = alphaInfo;
-    image->pixels.reset(new (std::nothrow) std::byte[image->bytesPerRow() * height]());
+    image->pixels = PixelBuffer::allocate(image->bytesPerRow() * height);
     return image->pixels ? image : nullptr;
 }
 

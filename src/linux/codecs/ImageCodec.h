@@ -20,8 +20,22 @@ public:
     [[nodiscard]] virtual std::uint64_t size() const = 0;
     /// Copies bytes from `offset` on. @return how many there were: fewer at the end.
     virtual std::size_t read(std::uint64_t offset, std::span<std::byte> target) = 0;
+    /// All of the bytes, where they lie in memory as they are; else empty. They stay the input's own.
+    [[nodiscard]] virtual std::span<const std::byte> view() const { return {}; }
     /// The descriptor of a file, -1 of memory. It stays the input's own.
     [[nodiscard]] virtual int descriptor() const { return -1; }
+};
+
+/// Where the pixels of the picture that is answered lie: in memory that is handed over without a copy, or in a file
+/// for what is too large for memory.
+class PixelMemory {
+public:
+    PixelMemory() = default;
+    PixelMemory(const PixelMemory&) = delete;
+    PixelMemory& operator=(const PixelMemory&) = delete;
+    virtual ~PixelMemory() = default;
+    /// Zeroes; empty when there is no room for so many.
+    [[nodiscard]] virtual PixelBuffer allocate(std::size_t size) = 0;
 };
 
 struct DecodeRequest {
@@ -32,6 +46,13 @@ struct DecodeRequest {
     std::size_t longerSide = 0;
     /// More pixels than that are refused before memory is asked for.
     std::uint64_t pixelLimit = 0;
+    /// Bytes that decoding may take at once, the pixels and all that the codec keeps beside them; 0 for no limit.
+    std::uint64_t memoryLimit = 0;
+    /// Bytes of pixels that may lie in a file in place of memory, where they do not count against `memoryLimit`; 0
+    /// when there is no such file. `memory` gives out the file's then.
+    std::uint64_t fileLimit = 0;
+    /// Gives the memory for the picture that is answered; null for the heap.
+    PixelMemory* memory = nullptr;
 };
 
 enum class DecodeFault : std::uint8_t { none, damaged, tooLarge, unsupported, outOfMemory };

@@ -1,7 +1,6 @@
 #include "platform/UIKit/UIGraphicsImageContext.h"
 
 #include <cmath>
-#include <new>
 
 #include "linux/codecs/Pixels.h"
 #include "platform/CoreGraphics/CGImageTurning.h"
@@ -18,7 +17,7 @@ std::shared_ptr<CGImage> canvasOf(CGSize size, double scale) {
     canvas->width = static_cast<std::size_t>(width);
     canvas->height = static_cast<std::size_t>(height);
     canvas->alphaInfo = CGImageAlphaInfo::premultipliedLast;
-    canvas->pixels.reset(new (std::nothrow) std::byte[canvas->bytesPerRow() * canvas->height]());
+    canvas->pixels = PixelBuffer::allocate(canvas->bytesPerRow() * canvas->height);
     return canvas->pixels ? canvas : nullptr;
 }
 

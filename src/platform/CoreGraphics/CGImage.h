@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <memory>
 
+#include "platform/CoreGraphics/PixelBuffer.h"
+
 namespace tessaly {
 
 /// Where a pixel keeps its alpha, and whether its colours are multiplied by it.
@@ -25,7 +27,7 @@ struct CGImage {
     std::size_t height = 0;
     unsigned bitsPerComponent = 8;
     CGImageAlphaInfo alphaInfo = CGImageAlphaInfo::noneSkipLast;
-    std::unique_ptr<std::byte[]> pixels;
+    PixelBuffer pixels;
 
     [[nodiscard]] std::size_t bytesPerPixel() const noexcept { return kComponents * bitsPerComponent / 8; }
     [[nodiscard]] std::size_t bytesPerRow() const noexcept { return width * bytesPerPixel(); }

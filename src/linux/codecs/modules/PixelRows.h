@@ -1,6 +1,5 @@
 #pragma once
 #include <algorithm>
-#include <new>
 #include <vector>
 
 #include "linux/codecs/ImageCodec.h"
@@ -8,14 +7,17 @@
 /// For decoders that deliver rows from the top.
 namespace tessaly::codecs {
 
-/// Memory for the pixels, all of it opaque black or transparent; outOfMemory when there is none.
+/// Memory for the pixels, all of it opaque black or transparent; outOfMemory when there is none. `memory` gives it
+/// where it is not null: for the picture that is answered, and for no other one.
 [[nodiscard]] inline DecodeFault allocate(CGImage& image, std::size_t width, std::size_t height,
-                                          unsigned bitsPerComponent, CGImageAlphaInfo alphaInfo) {
+                                          unsigned bitsPerComponent, CGImageAlphaInfo alphaInfo,
+                                          PixelMemory* memory = nullptr) {
     image.width = width;
     image.height = height;
     image.bitsPerComponent = bitsPerComponent;
     image.alphaInfo = alphaInfo;
-    image.pixels.reset(new (std::nothrow) std::byte[image.bytesPerRow() * height]());
+    const std::size_t size = image.bytesPerRow() * height;
+    image.pixels = memory ? memory->allocate(size) : PixelBuffer::allocate(size);
     return image.pixels ? DecodeFault::none : DecodeFault::outOfMemory;
 }
 
@@ -38,7 +40,7 @@ public:
         if (width == 0 || height == 0) return DecodeFault::damaged;
         if (request.pixelLimit != 0 && targetWidth > request.pixelLimit / targetHeight) return DecodeFault::tooLarge;
         width_ = width;
-        if (const auto fault = allocate(image, targetWidth, targetHeight, bitsPerComponent, alphaInfo);
+        if (const auto fault = allocate(image, targetWidth, targetHeight, bitsPerComponent, alphaInfo, request.memory);
             fault != DecodeFault::none || factor_ == 1)
             return fault;
         row_.resize(width * image.bytesPerPixel());

@@ -252,7 +252,8 @@ private:
         const auto orientation = orientationOf(*stream_, *picture_);
         const auto width = static_cast<std::size_t>(orientation.isSwapped ? size.height : size.width);
         const auto height = static_cast<std::size_t>(orientation.isSwapped ? size.width : size.height);
-        if (const auto fault = allocate(decoded_.image, width, height, 8, CGImageAlphaInfo::noneSkipLast);
+        if (const auto fault =
+                allocate(decoded_.image, width, height, 8, CGImageAlphaInfo::noneSkipLast, request_.memory);
             fault != DecodeFault::none)
             return fault;
         copyTurned(*scaled, orientation, decoded_.image);

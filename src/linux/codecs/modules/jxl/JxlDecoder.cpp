@@ -176,7 +176,9 @@ private:
     [[nodiscard]] DecodeFault giveMemory() {
         const auto format = pixelFormat();
         std::size_t size = 0;
-        if (const auto fault = allocate(image_, info_.xsize, info_.ysize, bits(), alpha()); fault != DecodeFault::none)
+        PixelMemory* const memory = reduction(info_.xsize, info_.ysize, request_) == 1 ? request_.memory : nullptr;
+        if (const auto fault = allocate(image_, info_.xsize, info_.ysize, bits(), alpha(), memory);
+            fault != DecodeFault::none)
             return fault;
         if (JxlDecoderImageOutBufferSize(decoder_.get(), &format, &size) != JXL_DEC_SUCCESS ||
             size != image_.bytesPerRow() * image_.height)

@@ -38,7 +38,8 @@ pixman_format_code_t formatOf(const CGImage& image) {
 PixmanImage view(const CGImage& image) {
     return PixmanImage(pixman_image_create_bits_no_clear(
         formatOf(image), static_cast<int>(image.width), static_cast<int>(image.height),
-        reinterpret_cast<std::uint32_t*>(image.pixels.get()), static_cast<int>(image.bytesPerRow())));
+        reinterpret_cast<std::uint32_t*>(const_cast<std::byte*>(image.pixels.get())),
+        static_cast<int>(image.bytesPerRow())));
 }
 
 /// pixman asks where a pixel of the target comes from.

@@ -53,7 +53,7 @@ DecodeFault decodeStill(std::span<const std::uint8_t> bytes, const DecodeRequest
     const auto fault =
         allocate(decoded.image, static_cast<std::size_t>(scales ? config.options.scaled_width : config.input.width),
                  static_cast<std::size_t>(scales ? config.options.scaled_height : config.input.height), 8,
-                 config.input.has_alpha ? CGImageAlphaInfo::last : CGImageAlphaInfo::noneSkipLast);
+                 config.input.has_alpha ? CGImageAlphaInfo::last : CGImageAlphaInfo::noneSkipLast, request.memory);
     if (fault != DecodeFault::none) return fault;
     config.output.colorspace = MODE_RGBA;
     config.output.is_external_memory = 1;
