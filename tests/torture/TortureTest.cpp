@@ -1,0 +1,76 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
+
+#include "KilledChild.h"
+#include "Torture.h"
+#include "support/TemporaryFolder.h"
+
+// The photo library against everything that can happen to files, and against being killed between any two system calls.
+namespace tessaly::test {
+namespace {
+
+/// In memory, where there is room: the disk is not what is tested. TESSALY_TORTURE_FOLDER names another.
+class Disk {
+public:
+    Disk() {
+        const char* wanted = std::getenv("TESSALY_TORTURE_FOLDER");
+        std::string name = std::string(wanted ? wanted : "/dev/shm") + "/tessaly-torture-XXXXXX";
+        path_ = ::mkdtemp(name.data()) ? name : folder_.path().string();
+    }
+    Disk(const Disk&) = delete;
+    Disk& operator=(const Disk&) = delete;
+    ~Disk() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path_, ignored);
+    }
+    [[nodiscard]] const std::string& path() const { return path_; }
+
+private:
+    TemporaryFolder folder_;
+    std::string path_;
+};
+
+std::string account(std::uint64_t seed, const std::string& loss, const Torture& torture) {
+    std::string text = "seed " + std::to_string(seed) + ": " + loss + "\n";
+    for (const std::string& step : torture.steps()) text += "  " + step + "\n";
+    return text;
+}
+
+/// Runs the seeds from `first` on. @return how many of them lost something.
+std::size_t runSeeds(std::uint64_t first, std::size_t count, std::size_t mostAccounts) {
+    const Disk disk;
+    std::size_t losses = 0;
+    for (std::uint64_t seed = first; seed < first + count; ++seed) {
+        Torture torture(disk.path(), seed);
+        const std::string loss = torture.run();
+        if (loss.empty()) continue;
+        if (++losses <= mostAccounts) ADD_FAILURE() << account(seed, loss, torture);
+    }
+    return losses;
+}
+
+class TortureTest : public testing::Test {
+protected:
+    void SetUp() override {
+        if (!canTraceChildren()) GTEST_SKIP() << "this system does not let a child be traced";
+    }
+};
+
+/// TESSALY_TORTURE="COUNT SEED" runs that many sequences; scripts/torture sets it.
+TEST_F(TortureTest, AsLongAsAsked) {
+    const char* wanted = std::getenv("TESSALY_TORTURE");
+    if (!wanted) GTEST_SKIP() << "TESSALY_TORTURE is not set";
+    char* rest = nullptr;
+    const std::size_t count = std::strtoull(wanted, &rest, 10);
+    const std::uint64_t first = *rest != '\0' ? std::strtoull(rest, nullptr, 10) : 1;
+    constexpr std::size_t kMostAccounts = 10;
+    const std::size_t losses = runSeeds(first, count, kMostAccounts);
+    std::cout << count << " sequences from seed " << first << ": " << losses << " with a loss\n";
+    EXPECT_EQ(losses, 0U);
+}
+
+}  // namespace
+}  // namespace tessaly::test
