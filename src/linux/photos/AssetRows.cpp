@@ -27,11 +27,17 @@ constexpr std::array kAssetColumns{
     SqlColumn{"favorite", "favorite", number},
     SqlColumn{"isFavorite", "favorite", number},
     SqlColumn{"hasAdjustments", "EXISTS (SELECT 1 FROM edits WHERE asset = assets.id)", number},
+    SqlColumn{"presence", "presence", number},
+    SqlColumn{"isAway", "(presence = 1)", number},
+    SqlColumn{"isGone", "(presence = 2)", number},
 };
+
+/// As the indexes have it: what is gone is remembered, but not shown.
+constexpr std::string_view kIsShown = "presence < 2";
 
 constexpr std::string_view kAssetFields =
     "local_identifier, media_type, subtypes, created, modified, latitude, longitude, altitude, course, speed, width, "
-    "height, duration, favorite, EXISTS (SELECT 1 FROM edits WHERE asset = assets.id)";
+    "height, duration, favorite, EXISTS (SELECT 1 FROM edits WHERE asset = assets.id), presence";
 
 std::optional<NSDate> dateAt(const Statement& row, int column) {
     return row.isNull(column) ? std::nullopt : std::optional(NSDate{row.real(column)});
@@ -57,6 +63,7 @@ PHAssetRef assetOf(const Statement& row) {
     asset->duration = row.real(12);
     asset->favorite = row.integer(13) != 0;
     asset->hasAdjustments = row.integer(14) != 0;
+    asset->presence = static_cast<PHAssetPresence>(row.integer(15));
     return asset;
 }
 
@@ -73,6 +80,9 @@ Value valueOf(const PHAsset& asset, std::string_view key) {
     if (key == "duration") return asset.duration;
     if (key == "favorite" || key == "isFavorite") return asset.favorite;
     if (key == "hasAdjustments") return asset.hasAdjustments;
+    if (key == "presence") return static_cast<std::int64_t>(asset.presence);
+    if (key == "isAway") return asset.presence == PHAssetPresence::away;
+    if (key == "isGone") return asset.presence == PHAssetPresence::gone;
     return {};
 }
 
@@ -153,6 +163,7 @@ PHFetchResult<PHAsset> fetch(std::shared_ptr<LibraryStore> store, Query query, c
         }
         query.order = *order;
     }
+    if (!options.includesGoneAssets) query.require(kIsShown);
     std::optional<SqlCondition> condition;
     if (options.predicate) {
         if (!knowsKeys(options.predicate->root(), kAssetColumns)) {
@@ -203,7 +214,8 @@ std::vector<PHAssetCollectionRef> smartAlbums(const Database& database) {
         album->assetCollectionType = PHAssetCollectionTypeSmartAlbum;
         album->assetCollectionSubtype = known.subtype;
         album->estimatedAssetCount = static_cast<std::size_t>(
-            database.integer("SELECT COUNT(*) FROM assets WHERE " + std::string(known.condition)).value_or(0));
+            database.integer("SELECT COUNT(*) FROM assets WHERE presence < 2 AND " + std::string(known.condition))
+                .value_or(0));
         albums.push_back(std::move(album));
     }
     return albums;
@@ -212,7 +224,8 @@ std::vector<PHAssetCollectionRef> smartAlbums(const Database& database) {
 std::vector<PHAssetCollectionRef> userAlbums(const Database& database) {
     std::vector<PHAssetCollectionRef> albums;
     Statement rows = database.prepare(
-        "SELECT local_identifier, title, (SELECT COUNT(*) FROM album_assets WHERE album = albums.id) FROM albums "
+        "SELECT local_identifier, title, (SELECT COUNT(*) FROM album_assets JOIN assets ON assets.id = asset WHERE "
+        "album = albums.id AND presence < 2) FROM albums "
         "ORDER BY created, id");
     while (rows.step()) {
         auto album = std::make_shared<PHAssetCollection>();

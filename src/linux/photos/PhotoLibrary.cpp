@@ -7,6 +7,7 @@
 #include "linux/photos/FileChanges.h"
 #include "linux/photos/FolderWatcher.h"
 #include "linux/photos/LibraryChanges.h"
+#include "linux/photos/Originals.h"
 #include "linux/photos/RemoteFolder.h"
 #include "linux/photos/Renditions.h"
 #include "platform/Foundation/Dispatch.h"
@@ -150,20 +151,8 @@ std::string PhotoLibrary::removeFolder(const std::string& path) {
 }
 
 std::optional<std::string> PhotoLibrary::identifierOfFile(const std::string& path) const {
-    std::string ignored;
-    const std::string file = canonical(path, false, ignored);
-    std::optional<std::string> identifier;
-    static_cast<void>(guarded([&] {
-        store_->read([&](const Database& database) {
-            const FolderPath place = folderOf(database, file);
-            identifier = database.text(
-                "SELECT local_identifier FROM assets JOIN files ON files.asset = assets.id WHERE folder = ? AND path = "
-                "?",
-                place.folder, place.path);
-        });
-        return std::string();
-    }));
-    return identifier;
+    const PHAssetRef asset = assetAtPath(path);
+    return asset ? std::optional(asset->localIdentifier) : std::nullopt;
 }
 
 ScanResult PhotoLibrary::scan(const std::function<bool(std::size_t read)>& progress) {
@@ -361,6 +350,58 @@ std::optional<PHPhotoLibrary::Original> PhotoLibrary::original(const std::string
         return std::string();
     }));
     return original;
+}
+
+std::vector<PHPhotoLibrary::KeptOriginal> PhotoLibrary::keptOriginals() const {
+    std::vector<KeptOriginal> kept;
+    static_cast<void>(guarded([&] {
+        kept = photos::keptOriginals(*store_);
+        return std::string();
+    }));
+    return kept;
+}
+
+std::string PhotoLibrary::exportOriginal(const std::string& original, const std::string& target) const {
+    return guarded([&] { return photos::exportOriginal(*store_, original, target); });
+}
+
+std::string PhotoLibrary::discardOriginal(const std::string& original) {
+    std::string why = guarded([&] { return photos::discardOriginal(*store_, original); });
+    if (why.empty()) tellObservers();
+    return why;
+}
+
+std::string PhotoLibrary::forgetAssets(std::span<const std::string> identifiers) {
+    std::string why = guarded([&] { return photos::forgetAssets(*store_, identifiers); });
+    if (why.empty()) {
+        sweepRenditions(*store_);
+        tellObservers();
+    }
+    return why;
+}
+
+PHAssetRef PhotoLibrary::assetAtPath(const std::string& path) const {
+    std::error_code error;
+    const fs::path absolute = fs::absolute(path, error);
+    std::string ignored;
+    // A link is a photo of the library by its own name; else by what it leads to.
+    const std::string link =
+        canonical(absolute.parent_path().string(), false, ignored) + "/" + absolute.filename().string();
+    for (const std::string& file : {link, canonical(path, false, ignored)}) {
+        std::optional<std::string> identifier;
+        static_cast<void>(guarded([&] {
+            identifier = store_->read([&](const Database& database) {
+                const FolderPath place = folderOf(database, file);
+                return database.text(
+                    "SELECT local_identifier FROM assets JOIN files ON files.asset = assets.id WHERE folder = ? AND "
+                    "path = ?",
+                    place.folder, place.path);
+            });
+            return std::string();
+        }));
+        if (identifier) return assets(std::span(&*identifier, 1), {}).firstObject();
+    }
+    return nullptr;
 }
 
 std::string PhotoLibrary::newPendingFile(const std::string& extension) const {

@@ -65,6 +65,11 @@ public:
                                          const std::function<bool(double)>& progress) const override;
     [[nodiscard]] std::string rendition(const std::string& identifier) const override;
     [[nodiscard]] std::optional<Original> original(const std::string& identifier) const override;
+    [[nodiscard]] std::vector<KeptOriginal> keptOriginals() const override;
+    [[nodiscard]] std::string exportOriginal(const std::string& original, const std::string& target) const override;
+    [[nodiscard]] std::string discardOriginal(const std::string& original) override;
+    [[nodiscard]] std::string forgetAssets(std::span<const std::string> identifiers) override;
+    [[nodiscard]] PHAssetRef assetAtPath(const std::string& path) const override;
     [[nodiscard]] std::string newPendingFile(const std::string& extension) const override;
 
 protected:

@@ -89,6 +89,47 @@ CREATE TABLE journal (
 );
 CREATE TABLE facts (name TEXT PRIMARY KEY, value TEXT) WITHOUT ROWID;
 )sql",
+    R"sql(
+-- 0 here, 1 away with its folder, 2 gone: what is remembered of it waits for the same content to come back.
+ALTER TABLE assets ADD COLUMN presence INTEGER NOT NULL DEFAULT 0;
+DROP INDEX assets_by_creation;
+DROP INDEX assets_by_modification;
+CREATE INDEX assets_by_creation ON assets (created, modified, id) WHERE presence < 2;
+CREATE INDEX assets_by_modification ON assets (modified, created, id) WHERE presence < 2;
+-- By which a file is known again. 0, '' and NULL where it is not known.
+ALTER TABLE files ADD COLUMN device INTEGER NOT NULL DEFAULT 0;
+ALTER TABLE files ADD COLUMN born INTEGER NOT NULL DEFAULT 0;   -- Nanoseconds since 1970; an inode is used again.
+ALTER TABLE files ADD COLUMN print TEXT;   -- Digest of size, beginning and end.
+ALTER TABLE files ADD COLUMN etag TEXT NOT NULL DEFAULT '';   -- Of a file on a server.
+CREATE INDEX files_by_print ON files (print) WHERE print IS NOT NULL;
+-- The files of assets that are gone, as they were.
+CREATE TABLE gone_files (
+    id INTEGER PRIMARY KEY,
+    folder INTEGER REFERENCES folders (id) ON DELETE SET NULL,
+    place TEXT NOT NULL,         -- Absolute.
+    asset INTEGER NOT NULL REFERENCES assets (id) ON DELETE CASCADE,
+    type INTEGER NOT NULL,
+    type_identifier TEXT NOT NULL,
+    size INTEGER NOT NULL,
+    changed INTEGER NOT NULL,
+    inode INTEGER NOT NULL,
+    device INTEGER NOT NULL,
+    born INTEGER NOT NULL,
+    head INTEGER NOT NULL,
+    print TEXT,
+    etag TEXT NOT NULL,
+    embedded_at INTEGER
+);
+CREATE INDEX gone_files_by_asset ON gone_files (asset);
+CREATE INDEX gone_files_by_size ON gone_files (size);
+-- What the library itself wrote: whatever else is at the place of an edited photo is not the library's to throw away.
+ALTER TABLE edits ADD COLUMN digest TEXT;
+ALTER TABLE edits ADD COLUMN original_print TEXT;   -- By which a copy of the unedited file is known.
+-- What is replaced, and what takes its place, by digest: who plays the journal touches no other file.
+ALTER TABLE journal ADD COLUMN before TEXT NOT NULL DEFAULT '';
+ALTER TABLE journal ADD COLUMN after TEXT NOT NULL DEFAULT '';
+ALTER TABLE journal ADD COLUMN discards INTEGER NOT NULL DEFAULT 0;   -- What is replaced is the library's own.
+)sql",
 };
 
 }  // namespace

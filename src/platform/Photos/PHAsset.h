@@ -21,6 +21,13 @@ inline constexpr std::int64_t PHAssetSourceTypeUserLibrary = 1;
 struct PHAssetCollection;
 struct PHFetchOptions;
 
+/// Whether the file of an asset is where it was.
+enum class PHAssetPresence : std::uint8_t {
+    here = 0,
+    away = 1,  ///< Its folder, disk or server is not there now. Back again, everything is.
+    gone = 2,  ///< Its file was removed; what the library remembers of it waits for the same content to come back.
+};
+
 /// What the photo library knows of one of its items without opening it. A copy of a row: it does not change when the
 /// library does.
 struct PHAsset {
@@ -35,6 +42,7 @@ struct PHAsset {
     double duration = 0;  ///< Seconds.
     bool favorite = false;
     bool hasAdjustments = false;  ///< It was edited, and can be reverted.
+    PHAssetPresence presence = PHAssetPresence::here;
 
     // Of the shared library. Null options mean all, in no particular order.
     [[nodiscard]] static PHFetchResult<PHAsset> fetchAssetsWithOptions(const PHFetchOptions& options);

@@ -20,6 +20,7 @@ struct PHFetchOptions {
     std::vector<NSSortDescriptor> sortDescriptors;
     std::uint64_t includeAssetSourceTypes = 0;  ///< Bits; 0 for all.
     std::size_t fetchLimit = 0;                 ///< 0 for no limit.
+    bool includesGoneAssets = false;            ///< Those, too, whose files are gone and that are still remembered.
 };
 
 }  // namespace tessaly

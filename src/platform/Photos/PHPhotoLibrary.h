@@ -135,6 +135,35 @@ public:
         PHAdjustmentData adjustmentData;
     };
     [[nodiscard]] virtual std::optional<Original> original(const std::string& identifier) const = 0;
+    /// An unedited file that the library keeps, also after its photo was deleted or forgotten.
+    struct KeptOriginal {
+        std::string path;   ///< In the library. By it the original is named below.
+        std::string asset;  ///< Local identifier of the photo; of one that was forgotten, what it was.
+        std::string photo;  ///< Where the edited photo is, or was; "" when that is not known any more.
+        std::uint64_t size = 0;
+        PHAssetPresence presence = PHAssetPresence::here;  ///< Of the photo.
+        bool isRemembered = true;  ///< Whether the library still has the photo, and could revert it.
+    };
+    [[nodiscard]] virtual std::vector<KeptOriginal> keptOriginals() const { return {}; }
+    /// Copies a kept original to `target`, a new file or a folder, where it gets its own name, with its times. Nothing
+    /// is replaced. "" or what is wrong.
+    [[nodiscard]] virtual std::string exportOriginal(const std::string& /*original*/,
+                                                     const std::string& /*target*/) const {
+        return "the library keeps no such original";
+    }
+    /// Moves a kept original to the trash. Its photo, where it is still there, stays as it was edited, for good. "" or
+    /// what is wrong.
+    [[nodiscard]] virtual std::string discardOriginal(const std::string& /*original*/) {
+        return "the library keeps no such original";
+    }
+    /// Removes what the library remembers of photos that are away or gone, all of them or none. No file is touched; an
+    /// original that is kept for one stays among the kept originals. "" or what is wrong.
+    [[nodiscard]] virtual std::string forgetAssets(std::span<const std::string> /*identifiers*/) {
+        return "there is no such photo";
+    }
+    /// The asset behind a file of the library, by a path that may be relative or lead through symbolic links; also of
+    /// one that is away. Null for none.
+    [[nodiscard]] virtual PHAssetRef assetAtPath(const std::string& /*path*/) const { return nullptr; }
     /// A new file for an editor's result, on the library's own disk.
     [[nodiscard]] virtual std::string newPendingFile(const std::string& extension) const = 0;
 
