@@ -66,7 +66,7 @@ constexpr std::array kDecoders{
     Decoder{"public.avif", nullptr, "tessaly-heif.so", true},
     Decoder{"public.jpeg-xl", nullptr, "tessaly-jxl.so", true},
     Decoder{"com.compuserve.gif", nullptr, "tessaly-ffmpeg.so"},
-    Decoder{"com.microsoft.bmp", nullptr, "tessaly-ffmpeg.so"},
+    Decoder{"com.microsoft.bmp", &PixelsModule::decodeBmp, {}},
     Decoder{"public.jpeg-2000", nullptr, "tessaly-ffmpeg.so"},
 };
 constexpr Decoder kRawDecoder{"raw-image", nullptr, "tessaly-raw.so", true};

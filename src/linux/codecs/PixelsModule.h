@@ -14,6 +14,7 @@ struct PixelsModule {
     DecodeImage decodePng;
     DecodeImage decodeWebp;
     DecodeImage decodeTiff;
+    DecodeImage decodeBmp;
     /// Quality 0 to 1; what is transparent becomes white. False without memory.
     bool (*encodeJpeg)(const CGImage& image, double quality, std::vector<std::byte>& encoded);
     /// With alpha and 16 bits where the image has them.

@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "linux/codecs/ImageCodec.h"
+#include "linux/codecs/modules/MemoryCount.h"
 
 /// For decoders that deliver rows from the top.
 namespace tessaly::codecs {
@@ -39,6 +39,9 @@ public:
         const std::size_t targetHeight = (height + factor_ - 1) / factor_;
         if (width == 0 || height == 0) return DecodeFault::damaged;
         if (request.pixelLimit != 0 && targetWidth > request.pixelLimit / targetHeight) return DecodeFault::tooLarge;
+        if (const auto fault = MemoryCount().picture(targetWidth, targetHeight, bitsPerComponent).fault(request);
+            fault != DecodeFault::none)
+            return fault;
         width_ = width;
         if (const auto fault = allocate(image, targetWidth, targetHeight, bitsPerComponent, alphaInfo, request.memory);
             fault != DecodeFault::none || factor_ == 1)

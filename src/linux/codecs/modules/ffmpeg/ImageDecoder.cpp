@@ -10,7 +10,7 @@
 #include "linux/codecs/modules/ffmpeg/Ffmpeg.h"
 #include "linux/codecs/modules/ffmpeg/GifFrames.h"
 
-/// Pictures of formats for which there is no small library here: BMP, GIF and JPEG 2000.
+/// Pictures of formats for which there is no small library here: GIF and JPEG 2000.
 namespace tessaly::codecs {
 namespace {
 
@@ -20,7 +20,7 @@ using namespace ffmpeg;
 constexpr std::uint64_t kFileLimit = 512ULL << 20;
 constexpr std::size_t kHeadLimit = std::size_t{1} << 20;
 
-enum class Format : std::uint8_t { unknown, bmp, gif, jpeg2000 };
+enum class Format : std::uint8_t { unknown, gif, jpeg2000 };
 
 /// The first bytes of a file, with numbers in them. Behind the end everything is zero.
 class Head {
@@ -60,7 +60,6 @@ constexpr std::string_view kBoxedJpeg2000("\0\0\0\x0cjP  ", 8);
 constexpr std::string_view kJpeg2000("\xff\x4f\xff\x51", 4);
 
 Format formatOf(const Head& head) {
-    if (head.has(0, "BM")) return Format::bmp;
     if (head.has(0, "GIF8")) return Format::gif;
     return head.has(0, kBoxedJpeg2000) || head.has(0, kJpeg2000) ? Format::jpeg2000 : Format::unknown;
 }
@@ -69,13 +68,6 @@ struct Size {
     std::uint64_t width = 0;
     std::uint64_t height = 0;
 };
-
-Size sizeOfBmp(const Head& head) {
-    constexpr std::uint32_t kOldHeader = 12;
-    if (head.little(14, 4) == kOldHeader) return {head.little(18, 2), head.little(20, 2)};
-    const auto height = static_cast<std::int32_t>(head.little(22, 4));  // negative when rows run from the top
-    return {head.little(18, 4), static_cast<std::uint64_t>(std::abs(std::int64_t{height}))};
-}
 
 /// The picture is a window of a grid that begins at the grid's own origin.
 Size sizeOfJpeg2000(const Head& head) {
@@ -89,8 +81,6 @@ Size sizeOfJpeg2000(const Head& head) {
 
 Size sizeOf(const Head& head, Format format) {
     switch (format) {
-        case Format::bmp:
-            return sizeOfBmp(head);
         case Format::gif:
             return {head.little(6, 2), head.little(8, 2)};
         case Format::jpeg2000:
@@ -186,17 +176,6 @@ DecodeFault decodePacket(const AVCodec& decoder, const AVPacket& packet, int red
     return faultOf(avcodec_receive_frame(codec.get(), frame.get()));
 }
 
-DecodeFault decodeBmp(PixelInput& input, const DecodeRequest& request, DecodedPixels& decoded) {
-    Packet packet;
-    Frame frame;
-    const AVCodec* decoder = avcodec_find_decoder(AV_CODEC_ID_BMP);
-    if (decoder == nullptr) return DecodeFault::unsupported;
-    if (const auto fault = readFile(input, packet); fault != DecodeFault::none) return fault;
-    if (const auto fault = decodePacket(*decoder, *packet, 0, request.pixelLimit, frame); fault != DecodeFault::none)
-        return fault;
-    return finish(*frame, request, decoded);
-}
-
 /// How often a picture may be halved and still be large enough.
 int reductionsOf(const Size& size, const DecodeRequest& request) {
     const auto factor = reduction(static_cast<std::size_t>(size.width), static_cast<std::size_t>(size.height), request);
@@ -265,7 +244,6 @@ DecodeFault decode(PixelInput& input, const DecodeRequest& request, DecodedPixel
     if (exceeds(request.pixelLimit, size.width, size.height)) return DecodeFault::tooLarge;
     if (format == Format::gif) return decodeGif(input, request, decoded);
     if (request.index != 0) return DecodeFault::damaged;
-    if (format == Format::bmp) return decodeBmp(input, request, decoded);
     return decodeJpeg2000(input, head, request, decoded);
 }
 

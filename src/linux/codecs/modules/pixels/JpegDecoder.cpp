@@ -6,6 +6,7 @@
 //
 #include <jerror.h>
 
+#include "linux/codecs/modules/Guarded.h"
 #include "linux/codecs/modules/PixelRows.h"
 #include "linux/codecs/modules/pixels/Pixels.h"
 
@@ -13,6 +14,8 @@ namespace tessaly::codecs {
 namespace {
 
 constexpr std::size_t kBufferSize = std::size_t{64} * 1024;
+/// A block of 8 x 8 pixels takes two bits at least, and a component may have a sixteenth of the picture's pixels.
+constexpr std::uint64_t kPixelsInByte = 256;
 /// A progressive file may have a scan a coefficient and bit; thousands of them only keep a reader busy.
 constexpr int kScanLimit = 500;
 
@@ -107,16 +110,29 @@ public:
 
 private:
     bool prepare() {
-        // A progressive picture's coefficients are all in memory at once: they count, whatever size comes out.
-        if (info_.progressive_mode && request_.pixelLimit != 0 &&
-            info_.image_width > request_.pixelLimit / info_.image_height) {
-            fault_ = DecodeFault::tooLarge;
-            return false;
-        }
+        const std::uint64_t pixels = std::uint64_t{info_.image_width} * info_.image_height;
+        fault_ = isPlausible(input_.input->size(), kPixelsInByte, pixels) ? DecodeFault::none : DecodeFault::damaged;
+        if (fault_ != DecodeFault::none) return false;
         chooseColors();
         chooseScale();
         takeProfile();
-        return true;
+        jpeg_calc_output_dimensions(&info_);
+        fault_ = countMemory();
+        return fault_ == DecodeFault::none;
+    }
+
+    /// A picture of several scans has all of its coefficients in memory at once, whatever size comes out. They are
+    /// counted exactly: 3 bytes a pixel with halved colours. One scan takes no more than its rows (1.02 times the
+    /// bitmap was measured, and 1.77 times for several).
+    [[nodiscard]] DecodeFault countMemory() {
+        const std::size_t part = reduction(info_.output_width, info_.output_height, request_);
+        MemoryCount count;
+        count.picture(info_.output_width / part, info_.output_height / part, 8);
+        for (int i = 0; jpeg_has_multiple_scans(&info_) && i < info_.num_components; ++i) {
+            const jpeg_component_info& component = info_.comp_info[i];
+            count.beside(std::uint64_t{component.width_in_blocks} * component.height_in_blocks, sizeof(JBLOCK));
+        }
+        return count.fault(request_);
     }
 
     void chooseColors() {
@@ -181,7 +197,7 @@ private:
 DecodeFault decodeJpeg(PixelInput& input, const DecodeRequest& request, DecodedPixels& decoded) {
     // Further pictures of a multi-picture file are files of their own, which nobody asks for yet.
     if (request.index > 0) return DecodeFault::unsupported;
-    return std::make_unique<JpegDecoding>(input, request, decoded)->run();
+    return guarded([&] { return std::make_unique<JpegDecoding>(input, request, decoded)->run(); });
 }
 
 }  // namespace tessaly::codecs

@@ -8,6 +8,7 @@ TESSALY_MODULE_SYMBOL PixelsModule tessaly_pixels{
     .decodePng = decodePng,
     .decodeWebp = decodeWebp,
     .decodeTiff = decodeTiff,
+    .decodeBmp = decodeBmp,
     .encodeJpeg = encodeJpeg,
     .encodePng = encodePng,
     .convertToSRGB = convertToSRGB,

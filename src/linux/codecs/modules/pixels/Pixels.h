@@ -6,6 +6,7 @@ namespace tessaly::codecs {
 DecodeFault decodeJpeg(PixelInput& input, const DecodeRequest& request, DecodedPixels& decoded);
 DecodeFault decodePng(PixelInput& input, const DecodeRequest& request, DecodedPixels& decoded);
 DecodeFault decodeWebp(PixelInput& input, const DecodeRequest& request, DecodedPixels& decoded);
+DecodeFault decodeBmp(PixelInput& input, const DecodeRequest& request, DecodedPixels& decoded);
 DecodeFault decodeTiff(PixelInput& input, const DecodeRequest& request, DecodedPixels& decoded);
 bool encodeJpeg(const CGImage& image, double quality, std::vector<std::byte>& encoded);
 bool encodePng(const CGImage& image, std::vector<std::byte>& encoded);

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <utility>
 
+#include "linux/codecs/modules/Guarded.h"
 #include "linux/codecs/modules/PixelRows.h"
 #include "linux/codecs/modules/pixels/Pixels.h"
 
@@ -14,6 +15,8 @@ namespace {
 /// Text and profiles that unpack to more than this are not a picture's.
 constexpr png_alloc_size_t kChunkLimit = std::size_t{16} * 1024 * 1024;
 constexpr png_uint_32 kSideLimit = 1'000'000;
+/// Deflate makes 258 bytes of two bits at the most (RFC 1951).
+constexpr std::uint64_t kLargestRatio = 1032;
 constexpr double kSRGBGamma = 1 / 2.2;
 
 class PngDecoding {
@@ -44,6 +47,7 @@ public:
         png_set_chunk_malloc_max(png_, kChunkLimit);
         png_set_crc_action(png_, PNG_CRC_WARN_USE, PNG_CRC_WARN_USE);
         png_read_info(png_, info_);
+        if (!isPlausible(input_.size(), kLargestRatio, packedSize())) return DecodeFault::damaged;
         takeProfile();
         askForRgba();
         return readRows();
@@ -57,6 +61,11 @@ private:
         if (count == length) return true;
         std::memset(target + count, 0, length - count);
         return !std::exchange(isBehindEnd_, true) && count > 0;
+    }
+
+    /// Of the rows before they were packed.
+    [[nodiscard]] std::uint64_t packedSize() const {
+        return std::uint64_t{png_get_rowbytes(png_, info_)} * png_get_image_height(png_, info_);
     }
 
     void takeProfile() {
@@ -106,13 +115,18 @@ private:
         return DecodeFault::none;
     }
 
-    /// Every pass touches every row: all of them are in memory at once.
+    /// Every pass touches every row: all of them are in memory at once. They are in their place already where the
+    /// picture is not to be reduced.
     DecodeFault readInterlaced(std::size_t width, std::size_t height, unsigned bits, CGImageAlphaInfo alpha) {
-        if (request_.pixelLimit != 0 && width > request_.pixelLimit / height) return DecodeFault::tooLarge;
-        fault_ = allocate(whole_, width, height, bits, alpha);
+        const bool isReduced = reduction(width, height, request_) > 1;
+        if (isReduced) {
+            fault_ = MemoryCount().beside(std::uint64_t{width} * height, bits / 2).fault(request_);
+            if (fault_ == DecodeFault::none) fault_ = allocate(whole_, width, height, bits, alpha);
+        }
+        CGImage& target = isReduced ? whole_ : decoded_.image;
         for (int pass = 0; pass < passes_ && fault_ == DecodeFault::none; ++pass)
             for (std::size_t y = 0; y < height; ++y) {
-                png_read_row(png_, reinterpret_cast<png_bytep>(whole_.row(y)), nullptr);
+                png_read_row(png_, reinterpret_cast<png_bytep>(target.row(y)), nullptr);
                 ++rowsDone_;
             }
         if (fault_ == DecodeFault::none) finish();
@@ -148,7 +162,7 @@ private:
 DecodeFault decodePng(PixelInput& input, const DecodeRequest& request, DecodedPixels& decoded) {
     // libpng knows nothing of animations: it has the picture that every reader shows.
     if (request.index > 0) return DecodeFault::unsupported;
-    return PngDecoding(input, request, decoded).run();
+    return guarded([&] { return PngDecoding(input, request, decoded).run(); });
 }
 
 }  // namespace tessaly::codecs

@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "linux/codecs/modules/Guarded.h"
 #include "linux/codecs/modules/PixelRows.h"
 #include "linux/codecs/modules/pixels/Pixels.h"
 
@@ -11,6 +12,12 @@ namespace {
 
 /// A WebP says its own length in 32 bits; no picture of ours comes near this.
 constexpr std::uint64_t kFileLimit = std::uint64_t{512} * 1024 * 1024;
+
+/// Bytes a pixel beside the picture and the file: lossy pictures have few rows in memory (0.2 were measured), alpha
+/// has a plane of its own, and lossless ones have all of their pixels in memory, whatever size comes out (4.2).
+constexpr double kLossyBytes = 0.3, kAlphaBytes = 1.2, kLosslessBytes = 4.3;
+/// Of an animation: two canvases beside the picture, and a frame (12.4 were measured in all).
+constexpr double kAnimationBytes = 12.5;
 
 struct DemuxerDeleter {
     void operator()(WebPDemuxer* demuxer) const noexcept { WebPDemuxDelete(demuxer); }
@@ -41,6 +48,21 @@ void chooseSize(WebPDecoderConfig& config, const DecodeRequest& request) {
     config.options.scaled_height = static_cast<int>(std::max<std::size_t>(1, height * request.longerSide / longer));
 }
 
+DecodeFault countMemory(const WebPDecoderConfig& config, std::uint64_t fileSize, const DecodeRequest& request) {
+    const auto width = static_cast<std::uint64_t>(config.input.width);
+    const auto height = static_cast<std::uint64_t>(config.input.height);
+    const bool scales = config.options.use_scaling != 0;
+    constexpr int kLossless = 2;  // 0 is a mixture
+    const double bytes = (config.input.format == kLossless ? kLosslessBytes : kLossyBytes) +
+                         (config.input.has_alpha != 0 ? kAlphaBytes : 0);
+    return MemoryCount()
+        .picture(scales ? static_cast<std::uint64_t>(config.options.scaled_width) : width,
+                 scales ? static_cast<std::uint64_t>(config.options.scaled_height) : height, 8)
+        .beside(fileSize)
+        .besideEachPixel(width, height, bytes)
+        .fault(request);
+}
+
 DecodeFault decodeStill(std::span<const std::uint8_t> bytes, const DecodeRequest& request, DecodedPixels& decoded) {
     WebPDecoderConfig config;
     if (!WebPInitDecoderConfig(&config) || WebPGetFeatures(bytes.data(), bytes.size(), &config.input) != VP8_STATUS_OK)
@@ -50,6 +72,7 @@ DecodeFault decodeStill(std::span<const std::uint8_t> bytes, const DecodeRequest
     if (request.pixelLimit != 0 && pixels > request.pixelLimit) return DecodeFault::tooLarge;
     chooseSize(config, request);
     const bool scales = config.options.use_scaling != 0;
+    if (const auto fault = countMemory(config, bytes.size(), request); fault != DecodeFault::none) return fault;
     const auto fault =
         allocate(decoded.image, static_cast<std::size_t>(scales ? config.options.scaled_width : config.input.width),
                  static_cast<std::size_t>(scales ? config.options.scaled_height : config.input.height), 8,
@@ -70,6 +93,16 @@ DecodeFault decodeFrame(const WebPData& data, const DecodeRequest& request, Deco
     WebPAnimDecoderOptions options;
     if (!WebPAnimDecoderOptionsInit(&options)) return DecodeFault::unsupported;
     options.color_mode = MODE_RGBA;
+    WebPBitstreamFeatures canvas;
+    if (WebPGetFeatures(data.bytes, data.size, &canvas) == VP8_STATUS_OK) {
+        const auto fault =
+            MemoryCount()
+                .beside(data.size)
+                .besideEachPixel(static_cast<std::uint64_t>(canvas.width), static_cast<std::uint64_t>(canvas.height),
+                                 kAnimationBytes + CGImage::kComponents)
+                .fault(request);
+        if (fault != DecodeFault::none) return fault;
+    }
     const std::unique_ptr<WebPAnimDecoder, AnimationDeleter> decoder(WebPAnimDecoderNew(&data, &options));
     WebPAnimInfo info;
     if (!decoder || !WebPAnimDecoderGetInfo(decoder.get(), &info)) return DecodeFault::damaged;
@@ -95,9 +128,7 @@ DecodeFault decodeFrame(const WebPData& data, const DecodeRequest& request, Deco
     return DecodeFault::none;
 }
 
-}  // namespace
-
-DecodeFault decodeWebp(PixelInput& input, const DecodeRequest& request, DecodedPixels& decoded) {
+DecodeFault decodeFile(PixelInput& input, const DecodeRequest& request, DecodedPixels& decoded) {
     if (input.size() > kFileLimit) return DecodeFault::tooLarge;
     std::vector<std::uint8_t> bytes(static_cast<std::size_t>(input.size()));
     bytes.resize(input.read(0, std::as_writable_bytes(std::span(bytes))));
@@ -112,6 +143,12 @@ DecodeFault decodeWebp(PixelInput& input, const DecodeRequest& request, DecodedP
     if (request.pixelLimit != 0 && pixels > request.pixelLimit) return DecodeFault::tooLarge;
     if (!isAnimated && request.index > 0) return DecodeFault::damaged;
     return isAnimated ? decodeFrame(data, request, decoded) : decodeStill(bytes, request, decoded);
+}
+
+}  // namespace
+
+DecodeFault decodeWebp(PixelInput& input, const DecodeRequest& request, DecodedPixels& decoded) {
+    return guarded([&] { return decodeFile(input, request, decoded); });
 }
 
 }  // namespace tessaly::codecs
