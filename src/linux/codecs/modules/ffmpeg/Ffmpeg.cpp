@@ -2,6 +2,7 @@
 
 extern "C" {
 #include <libavutil/log.h>
+#include <libavutil/mem.h>
 #include <libavutil/opt.h>
 }
 
@@ -58,6 +59,15 @@ Scaler makeScaler(const AVFrame& source, int width, int height, AVPixelFormat fo
 void beSilent() {
     static std::once_flag once;
     std::call_once(once, [] { av_log_set_level(AV_LOG_QUIET); });
+}
+
+void limitPieces(std::uint64_t bytes) {
+    static std::mutex mutex;
+    static std::uint64_t largest = 0;
+    constexpr std::uint64_t kMost = std::numeric_limits<std::size_t>::max();
+    const std::lock_guard lock(mutex);
+    largest = std::max(largest, bytes == 0 ? kMost : bytes);
+    av_max_alloc(static_cast<std::size_t>(largest));
 }
 
 DecodeFault faultOf(int error) {

@@ -32,6 +32,10 @@ using Scaler = std::unique_ptr<SwsContext, ScalerReleaser>;
 /// The library would write what it thinks of a file into the log of the program.
 void beSilent();
 
+/// The library asks for no piece of memory beyond that; 0 for none. One limit for the process: the largest that was
+/// ever asked for holds.
+void limitPieces(std::uint64_t bytes);
+
 [[nodiscard]] DecodeFault faultOf(int error);
 
 /// Whether there are more pixels than the limit, which is none when it is 0.
