@@ -5,18 +5,16 @@
 #include <cstring>
 #include <filesystem>
 
-#include "acquisition/ExifManager.h"
+#include "acquisition/AssetEditing.h"
 #include "acquisition/LocalImageFiles.h"
 #include "extension/DetailRecord.h"
 #include "extension/ExifPhotoDetailViewController.h"
 #include "extension/MBProgressHUD.h"
-#include "platform/AVFoundation/AVAssetExportSession.h"
 #include "platform/Foundation/Log.h"
 #include "platform/Foundation/NSBundle.h"
 #include "platform/Foundation/NSFileManager.h"
 #include "platform/Photos/PHChangeRequests.h"
 #include "platform/UIKit/UIAlertController.h"
-#include "settings/AppDomain.h"
 #include "settings/PersistanceManager.h"
 
 // What the screen does to the photo library: stripping in place or into a copy, and deleting.
@@ -56,14 +54,6 @@ void tell(const std::weak_ptr<ExifPhotoDetailViewController>& weak, std::string 
     });
 }
 
-/// Marks an edit as ours: others can revert it.
-PHAdjustmentData removalMarker() {
-    static constexpr std::string_view kText = "removedEXIF";
-    const auto bytes = std::as_bytes(std::span(kText));
-    return {std::string(AppDomainPrefix) + ".tessaly.removeExif", "1.0",
-            std::make_shared<const std::vector<std::byte>>(bytes.begin(), bytes.end())};
-}
-
 /// A folder of our own for what is exported: there it can have the name that the copy is to have.
 struct ExportFolder {
     std::string path = NSFileManager::temporaryDirectory() + "/tessaly-XXXXXX";
@@ -77,115 +67,56 @@ struct ExportFolder {
     }
 };
 
-/// The removal from one asset, as it was decided when it began. Runs on platform threads, one after the other; whoever
-/// has the next step keeps it alive.
-class Removal : public std::enable_shared_from_this<Removal> {
+/// "" for a file that cannot be stripped.
+void tellFailure(const std::weak_ptr<ExifPhotoDetailViewController>& screen, const std::string& why) {
+    tell(screen, banner(localizable("Error : %@"), why.empty() ? localized("This file cannot be changed") : why),
+         false);
+}
+
+/// The stripped copy of one asset, as it was decided when it began. Runs on platform threads, one after the other;
+/// whoever has the next step keeps it alive.
+class StrippedCopy : public std::enable_shared_from_this<StrippedCopy> {
 public:
-    Removal(const Screen& screen, PHAssetRef asset, const Banners& banners)
+    StrippedCopy(const Screen& screen, PHAssetRef asset, const Banners& banners)
         : screen_(screen),
           asset_(std::move(asset)),
           banners_(banners),
-          overwrites_(screen->overwriteSwitch->isOn()),
-          deletesOriginal_(!overwrites_ && screen->deleteOriginalPhotoAfterRemovingExifSwitch->isOn()) {}
+          deletesOriginal_(screen->deleteOriginalPhotoAfterRemovingExifSwitch->isOn()) {}
 
-    using Step = void (Removal::*)();
-    void begin(Step step) {
+    void begin() {
         PHContentEditingInputRequestOptions options;
         options.networkAccessAllowed = true;
-        requestContentEditingInputWithOptions(asset_, options,
-                                              [self = shared_from_this(), step](const PHContentEditingInputRef& input) {
-                                                  self->input_ = input;
-                                                  if (input->fullSizeImageURL.empty()) return self->fail(input->error);
-                                                  if (self->overwrites_) {
-                                                      self->output_.emplace(*input);
-                                                      self->output_->adjustmentData = removalMarker();
-                                                  }
-                                                  ((*self).*step)();
-                                              });
-    }
-
-    void removeFromPhoto() {
-        stripped_ = ExifManager::imageDataByRemovingExifAndGeoTagging(
-            NSFileManager::contentsAtPath(input_->fullSizeImageURL.path()));
-        if (!stripped_ || stripped_->empty()) return fail({});
-        if (output_)
-            if (const std::string why = writeDataAtomically(stripped_, output_->renderedContentURL.path());
-                !why.empty())
-                return fail(why);
-        changeLibrary();
-    }
-
-    void removeFromVideo() {
-        PHVideoRequestOptions options;
-        options.networkAccessAllowed = true;
-        options.deliveryMode = PHImageRequestOptionsDeliveryMode::highQualityFormat;
-        options.version = PHImageRequestOptionsVersion::original;
-        PHImageManager::defaultManager().requestAVAssetForVideo(
-            asset_, options,
-            [self = shared_from_this()](const std::shared_ptr<AVAsset>& movie, const Dictionary& info) {
-                if (!movie) return self->fail(std::string(info[PHImageErrorKey].string()));
-                if (self->prepareFile()) self->exportMovie(movie);
+        requestContentEditingInputWithOptions(
+            asset_, options, [self = shared_from_this()](const PHContentEditingInputRef& input) {
+                const NSURL& file = input->fullSizeImageURL;
+                if (file.empty()) return tellFailure(self->screen_, input->error);
+                self->name_ = file.lastPathComponent();
+                self->asset_->mediaType == PHAssetMediaTypeVideo ? self->copyVideo() : self->copyPhoto(file);
             });
     }
 
 private:
-    /// "" for a file that cannot be stripped.
-    void fail(const std::string& why) const {
-        tell(screen_, banner(localizable("Error : %@"), why.empty() ? localized("This file cannot be changed") : why),
-             false);
+    void copyPhoto(const NSURL& file) {
+        stripped_ = photoWithoutMetadata(file);
+        stripped_ && !stripped_->empty() ? changeLibrary() : tellFailure(screen_, {});
     }
 
-    /// Where the movie is exported to.
-    bool prepareFile() {
-        if (output_) {
-            exported_ = output_->renderedContentURL;
-            return true;
-        }
+    void copyVideo() {
         folder_.emplace();
-        if (!folder_->isThere) {
-            fail(std::strerror(errno));
-            return false;
-        }
-        exported_ = NSURL::fileURLWithPath(folder_->path + "/" + input_->fullSizeImageURL.lastPathComponent());
-        return true;
-    }
-
-    void exportMovie(const std::shared_ptr<AVAsset>& movie) {
-        const auto session = std::make_shared<AVAssetExportSession>(movie, AVAssetExportPresetPassthrough);
-        session->outputURL = exported_;
-        session->outputFileType = AVFileTypeQuickTimeMovie;
-        for (const std::string_view key :
-             {AVMetadataCommonKeySoftware, AVMetadataCommonKeyModel, AVMetadataCommonKeyMake})
-            session->metadata.push_back({std::string(key), {}, Value(""), {}});
-        session->exportAsynchronouslyWithCompletionHandler([self = shared_from_this(), exported = session.get()] {
-            switch (exported->status()) {
-                case AVAssetExportSessionStatus::cancelled:
-                    log("Export canceled");
-                    return self->fail(exported->error());
-                case AVAssetExportSessionStatus::failed:
-                    log("Export failed: %@", exported->error());
-                    return self->fail(exported->error());
-                default:
-                    log("Export sucess");
-                    self->changeLibrary();
-            }
+        if (!folder_->isThere) return tellFailure(screen_, std::strerror(errno));
+        exported_ = NSURL::fileURLWithPath(folder_->path + "/" + name_);
+        exportVideoWithoutPlace(asset_, exported_, [self = shared_from_this()](bool success, const std::string& error) {
+            success ? self->changeLibrary() : tellFailure(self->screen_, error);
         });
     }
 
     /// Utters the wishes.
     void change() {
-        const PHAssetChangeRequest request = requestForResult();
+        const auto request = stripped_ ? PHAssetChangeRequest::creationRequestForAssetWithData(stripped_, name_)
+                                       : PHAssetChangeRequest::creationRequestForAssetFromVideoAtFileURL(exported_);
+        created_ = request.placeholderForCreatedAsset().localIdentifier;
         request.setLocation(std::nullopt);
         if (asset_->creationDate) request.setCreationDate(*asset_->creationDate);
-        if (output_) request.setContentEditingOutput(*output_);
-    }
-    PHAssetChangeRequest requestForResult() {
-        if (output_) return PHAssetChangeRequest::changeRequestForAsset(*asset_);
-        auto request = stripped_ ? PHAssetChangeRequest::creationRequestForAssetWithData(
-                                       stripped_, input_->fullSizeImageURL.lastPathComponent())
-                                 : PHAssetChangeRequest::creationRequestForAssetFromVideoAtFileURL(exported_);
-        created_ = request.placeholderForCreatedAsset().localIdentifier;
-        return request;
     }
 
     void changeLibrary() {
@@ -193,10 +124,9 @@ private:
             [self = shared_from_this()] { self->change(); },
             [self = shared_from_this()](bool success, const std::string& error) {
                 self->folder_.reset();
-                if (!success) return self->fail(error);
+                if (!success) return tellFailure(self->screen_, error);
                 if (self->deletesOriginal_) return self->deleteOriginal();
-                self->addToAlbumAndTell(
-                    self->output_ ? banner(self->banners_.overwritten) : banner(self->banners_.copied), true);
+                self->addToAlbumAndTell(banner(self->banners_.copied), true);
             });
     }
 
@@ -213,8 +143,7 @@ private:
     }
 
     void addToAlbumAndTell(const std::string& message, bool success) const {
-        const PHAssetRef copy =
-            created_.empty() ? nullptr : PHAsset::fetchAssetsWithLocalIdentifiers({&created_, 1}, {}).firstObject();
+        const PHAssetRef copy = PHAsset::fetchAssetsWithLocalIdentifiers({&created_, 1}, {}).firstObject();
         if (!copy) return tell(screen_, message, success);
         LocalImageFiles::createPhotosAlbum(
             PersistanceManager::sharedInstance().albumNameAfterRemovingEXIF(), {&copy, 1},
@@ -227,19 +156,22 @@ private:
     std::weak_ptr<ExifPhotoDetailViewController> screen_;
     PHAssetRef asset_;
     const Banners& banners_;
-    bool overwrites_;
     bool deletesOriginal_;
-    PHContentEditingInputRef input_;
-    std::optional<PHContentEditingOutput> output_;  ///< When it overwrites.
-    Data stripped_;                                 ///< Of a photo.
-    std::optional<ExportFolder> folder_;            ///< Of a video's copy.
-    NSURL exported_;                                ///< Of a video.
-    std::string created_;                           ///< The copy's identifier.
+    std::string name_;
+    Data stripped_;                       ///< Of a photo.
+    std::optional<ExportFolder> folder_;  ///< Of a video.
+    NSURL exported_;                      ///< The same.
+    std::string created_;                 ///< The copy's identifier.
 };
 
-void remove(const Screen& screen, const ExifInformation& record, const Banners& banners, Removal::Step step) {
+void remove(const Screen& screen, const ExifInformation& record, const Banners& banners) {
     static_cast<void>(MBProgressHUD::showHUDAddedTo(screen->view(), true));
-    std::make_shared<Removal>(screen, record.phAsset, banners)->begin(step);
+    if (!screen->overwriteSwitch->isOn())
+        return std::make_shared<StrippedCopy>(screen, record.phAsset, banners)->begin();
+    editAsset(record.phAsset, AssetEdit::removal(),
+              [weak = std::weak_ptr(screen), &banners](bool success, const std::string& error) {
+                  success ? tell(weak, banner(banners.overwritten), true) : tellFailure(weak, error);
+              });
 }
 
 /// Takes a deleted photo off the screen.
@@ -279,12 +211,11 @@ void ExifPhotoDetailViewController::removeExifDetailsButtonTapped() {
     const ExifInformationRef record = currentRecord();
     if (!record) return;
     if (record->mediaType() == PHAssetMediaTypeVideo) return removeExifDetailsButtonTappedVideo();
-    remove(self(), *record, kPhotoBanners, &Removal::removeFromPhoto);
+    remove(self(), *record, kPhotoBanners);
 }
 
 void ExifPhotoDetailViewController::removeExifDetailsButtonTappedVideo() {
-    if (const ExifInformationRef record = currentRecord())
-        remove(self(), *record, kVideoBanners, &Removal::removeFromVideo);
+    if (const ExifInformationRef record = currentRecord()) remove(self(), *record, kVideoBanners);
 }
 
 void ExifPhotoDetailViewController::deletePhotoButtonTapped() {
