@@ -14,15 +14,8 @@ struct EditOptions {
 };
 
 int edit(const EditOptions& options) {
-    Dictionary values;
-    for (const std::string& set : options.sets) {
-        const auto equals = set.find('=');
-        if (equals == std::string::npos || equals == 0)
-            throw CLI::ValidationError("--set: '" + set + "' is not of the form Key=Value");
-        const std::string fault = addEditValue(set.substr(0, equals), set.substr(equals + 1), values);
-        if (!fault.empty()) throw CLI::ValidationError("--set: " + fault);
-    }
-    const MetadataChange change{.removal = MetadataChange::Removal::nothing, .removes = {}, .values = values};
+    const MetadataChange change{
+        .removal = MetadataChange::Removal::nothing, .removes = {}, .values = editValues(options.sets)};
     return options.run.run([&](const std::string&) { return std::optional(change); }, "edited");
 }
 
@@ -38,7 +31,7 @@ void addEditCommand(CLI::App& program, int& status) {
         ->required()
         ->allow_extra_args(false)
         ->type_name("KEY=VALUE");
-    command->footer(editKeysHelp());
+    command->footer(editKeysHelp() + " Without -o or --in-place the copy of photo.jpg is photo-edited.jpg.");
     command->callback([options, &status] { status = edit(*options); });
 }
 

@@ -1,5 +1,6 @@
 #include "EditValues.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -199,6 +200,18 @@ std::string addEditValue(std::string_view key, std::string_view text, Dictionary
     return putProperty(key, text, values);
 }
 
+Dictionary editValues(std::span<const std::string> sets) {
+    Dictionary values;
+    for (const std::string& set : sets) {
+        const auto equals = set.find('=');
+        if (equals == std::string::npos || equals == 0)
+            throw CLI::ValidationError("--set: '" + set + "' is not of the form Key=Value");
+        const std::string fault = addEditValue(set.substr(0, equals), set.substr(equals + 1), values);
+        if (!fault.empty()) throw CLI::ValidationError("--set: " + fault);
+    }
+    return values;
+}
+
 std::string editKeysHelp() {
     std::string help = "Keys:\n";
     for (const ShortKey& key : kShortKeys) {
@@ -206,7 +219,7 @@ std::string editKeysHelp() {
     }
     return help +
            "or the name of a property, such as LensModel, City or UserComment.\n"
-           "Exif, IPTC and XMP are written alike. Without -o or --in-place the copy of photo.jpg is photo-edited.jpg.";
+           "Exif, IPTC and XMP are written alike.";
 }
 
 }  // namespace tessaly::cli

@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "Utf8.h"
+
 namespace tessaly::cli {
 namespace {
 
@@ -48,8 +50,8 @@ bool Output::flush() {
 
 void complain(std::string_view path, std::string_view what) {
     std::string line = "tessaly: ";
-    if (!path.empty()) line.append(path).append(": ");
-    line.append(what).append("\n");
+    if (!path.empty()) line.append(escaped(path)).append(": ");
+    line.append(escaped(what)).append("\n");
     writeAll(STDERR_FILENO, line);
 }
 

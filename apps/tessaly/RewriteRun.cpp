@@ -6,6 +6,7 @@
 #include "CommandLine.h"
 #include "FileWalk.h"
 #include "Output.h"
+#include "Utf8.h"
 #include "acquisition/MediaFile.h"
 
 namespace tessaly::cli {
@@ -87,7 +88,7 @@ int RewriteRun::run(const ChangeFor& changeFor, const char* done) const {
             continue;
         }
         ++succeeded;
-        Output::standard() << target + (check ? ": clean\n" : "\n");
+        Output::standard() << escaped(target) + (check ? ": clean\n" : "\n");
     }
     if (named.size() > 1)
         Output::standard() << std::to_string(succeeded) + " of " + std::to_string(named.size()) + " files " + done +

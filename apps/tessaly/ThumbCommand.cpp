@@ -6,6 +6,7 @@
 #include "Commands.h"
 #include "FileWalk.h"
 #include "Output.h"
+#include "Utf8.h"
 #include "acquisition/MediaFile.h"
 #include "platform/AVFoundation/AVAssetImageGenerator.h"
 #include "platform/Foundation/Dispatch.h"
@@ -121,7 +122,7 @@ int thumb(const ThumbOptions& options) {
         progress.advance();
         const std::string target = targetOf(options, path, toFolder);
         if (writeThumbnail(options, path, target, written))
-            Output::standard() << target + "\n";
+            Output::standard() << escaped(target) + "\n";
         else
             failed = true;
     }

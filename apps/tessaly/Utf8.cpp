@@ -58,6 +58,13 @@ void eachCharacter(std::string_view text, Visit visit) {
     }
 }
 
+/// Of ASCII or, in two bytes, of Latin-1.
+bool isControl(std::string_view sequence) {
+    const auto first = static_cast<unsigned char>(sequence.front());
+    return first < 0x20 || first == 0x7F ||
+           (sequence.size() == 2 && first == 0xC2 && static_cast<unsigned char>(sequence[1]) < 0xA0);
+}
+
 }  // namespace
 
 std::size_t displayWidth(std::string_view text) noexcept {
@@ -66,13 +73,30 @@ std::size_t displayWidth(std::string_view text) noexcept {
     return width;
 }
 
+std::string escaped(std::string_view name) {
+    constexpr std::string_view kDigits = "0123456789abcdef";
+    std::string safe;
+    eachCharacter(name, [&](std::string_view sequence, std::size_t) {
+        const bool isNoText = sequence.size() == 1 && static_cast<unsigned char>(sequence.front()) >= 0x80;
+        if (!isNoText && !isControl(sequence)) {
+            safe += sequence;
+        } else if (sequence == "\n" || sequence == "\t" || sequence == "\r") {
+            safe += sequence == "\n" ? "\\n" : sequence == "\t" ? "\\t" : "\\r";
+        } else {
+            for (const char byte : sequence) {
+                const auto number = static_cast<unsigned char>(byte);
+                safe.append("\\x").append(1, kDigits[number >> 4U]).append(1, kDigits[number & 15U]);
+            }
+        }
+    });
+    return safe;
+}
+
 std::string printable(std::string_view text) {
     std::string clean;
     eachCharacter(text, [&](std::string_view sequence, std::size_t) {
         const auto first = static_cast<unsigned char>(sequence.front());
-        const bool control = first < 0x20 || first == 0x7F ||
-                             (sequence.size() == 2 && first == 0xC2 && static_cast<unsigned char>(sequence[1]) < 0xA0);
-        if (control)
+        if (isControl(sequence))
             clean += ' ';
         else if (first >= 0x80 && sequence.size() == 1)
             clean += "\xEF\xBF\xBD";

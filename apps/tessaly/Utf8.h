@@ -13,6 +13,9 @@ namespace tessaly::cli {
 /// The text in lines of at most `width` columns, broken at blanks where there are any. Control characters become
 /// blanks: a file's text never steers the terminal.
 [[nodiscard]] std::vector<std::string> wrapped(std::string_view text, std::size_t width);
+/// A name on a line of its own: what would break the line or steer a terminal, and bytes that are no text, as "\\n" or
+/// "\\x1b". Everything else stays.
+[[nodiscard]] std::string escaped(std::string_view name);
 /// The text without control characters.
 [[nodiscard]] std::string printable(std::string_view text);
 

@@ -8,11 +8,19 @@ _tessaly_albums() {
 _tessaly_library() {
     local current=$1 previous=$2 command=${COMP_WORDS[2]} options=
     if [ "$COMP_CWORD" -eq 2 ]; then
-        mapfile -t COMPREPLY < <(compgen -W "add remove folders scan list info evict albums album favorite revert trash --help" -- "$current")
+        mapfile -t COMPREPLY < <(compgen -W "add remove folders scan list info evict albums album favorite strip edit revert trash originals forget --help" -- "$current")
         return
     fi
     case $previous in
         --remote | --where | --limit) return ;;
+        --set)
+            mapfile -t COMPREPLY < <(compgen -S = -W "date title caption keywords rating artist copyright gps altitude" -- "$current")
+            return
+            ;;
+        -o | --output)
+            mapfile -t COMPREPLY < <(compgen -d -- "$current")
+            return
+            ;;
         --sort)
             mapfile -t COMPREPLY < <(compgen -W "created modified" -- "$current")
             return
@@ -25,11 +33,14 @@ _tessaly_library() {
     case $command in
         add) options="--remote" ;;
         folders) options="--json" ;;
-        list) options="--album --favorites --where --sort --newest --limit --json" ;;
+        list) options="--album --favorites --where --sort --newest --limit --gone --json" ;;
         info) options="--fetch" ;;
         album) options="--remove" ;;
         favorite) options="--off" ;;
-        trash) options="--yes" ;;
+        trash | forget) options="--yes" ;;
+        strip) options="--location" ;;
+        edit) options="--set" ;;
+        originals) options="--json --output" ;;
     esac
     if [[ $current == -* ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$options --help" -- "$current")
@@ -44,7 +55,14 @@ _tessaly_library() {
                 mapfile -t COMPREPLY < <(compgen -f -- "$current")
             fi
             ;;
-        info | evict | favorite | revert | trash) mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
+        originals)
+            if [ "$COMP_CWORD" -eq 3 ]; then
+                mapfile -t COMPREPLY < <(compgen -W "export discard" -- "$current")
+            else
+                mapfile -t COMPREPLY < <(compgen -f -- "$current")
+            fi
+            ;;
+        info | evict | favorite | strip | edit | revert | trash | forget) mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
     esac
 }
 

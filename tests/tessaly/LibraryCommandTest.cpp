@@ -1,0 +1,122 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "support/Containers.h"
+#include "support/Process.h"
+#include "support/TemporaryFolder.h"
+#include "support/TiffBuilder.h"
+#include "tessaly/Utf8.h"
+
+// "library" as a person calls it, over a library of its own.
+namespace tessaly::test {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+class LibraryCommand : public testing::Test {
+protected:
+    LibraryCommand() {
+        photo("one.jpg");
+        EXPECT_EQ(run({"add", pictures()}).status, 0);
+    }
+
+    ProcessResult run(std::vector<std::string> arguments) const {
+        arguments.insert(arguments.begin(), {TESSALY_PROGRAM, "library"});
+        return runProcess(std::move(arguments), {"XDG_DATA_HOME=" + (folder_.path() / "data").string(),
+                                                 "XDG_CONFIG_HOME=" + (folder_.path() / "config").string()});
+    }
+    std::string photo(const std::string& name) const {
+        TiffBuilder tiff;
+        tiff.text(TiffBuilder::first, 0x013B, "SECRET artist");
+        tiff.text(TiffBuilder::gps, 1, "N").rationals(TiffBuilder::gps, 2, {{52, 1}, {31, 1}, {0, 1}});
+        tiff.text(TiffBuilder::gps, 3, "E").rationals(TiffBuilder::gps, 4, {{13, 1}, {24, 1}, {0, 1}});
+        return folder_.write("pictures/" + name, jpegWithExif(tiff.build()).text());
+    }
+    [[nodiscard]] std::string pictures() const { return (folder_.path() / "pictures").string(); }
+    [[nodiscard]] std::string path(const std::string& name) const { return pictures() + "/" + name; }
+
+    TemporaryFolder folder_;
+};
+
+TEST_F(LibraryCommand, AnEditIsMadeInPlaceAndTakenBack) {
+    const std::string original = contentOf(path("one.jpg"));
+    const struct {
+        const char* why;
+        std::vector<std::string> command;
+        const char* is;
+        const char* isNot;
+    } cases[] = {
+        {"all of it goes", {"strip", path("one.jpg")}, "edited", "SECRET"},
+        {"only the place goes", {"strip", "--location", path("one.jpg")}, "SECRET", "@  one.jpg"},
+        {"a value is written", {"edit", path("one.jpg"), "--set", "artist=Ada"}, "Ada", "SECRET"},
+    };
+    for (const auto& [why, command, is, isNot] : cases) {
+        const ProcessResult edited = run(command);
+        EXPECT_EQ(edited.status, 0) << why << edited.errors;
+        EXPECT_EQ(edited.output, path("one.jpg") + "\n") << why;
+        EXPECT_NE(contentOf(path("one.jpg")), original) << why;
+        const std::string said = contentOf(path("one.jpg")) + run({"list"}).output + run({"originals"}).output;
+        EXPECT_THAT(said, HasSubstr(is)) << why;
+        EXPECT_THAT(said, Not(HasSubstr(isNot))) << why;
+        EXPECT_EQ(run({"revert", path("one.jpg")}).status, 0) << why;
+        EXPECT_EQ(contentOf(path("one.jpg")), original) << why;
+    }
+}
+
+TEST_F(LibraryCommand, AFileThatCannotBeEditedStopsNoOther) {
+    const ProcessResult result = run({"strip", path("none.jpg"), path("one.jpg")});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.errors, HasSubstr("none.jpg: is not in the library"));
+    EXPECT_EQ(result.output, path("one.jpg") + "\n");
+    const struct {
+        const char* why;
+        std::vector<std::string> command;
+    } wrong[] = {{"nothing to write", {"edit", path("one.jpg")}},
+                 {"no such key", {"edit", path("one.jpg"), "--set", "nonsense=1"}},
+                 {"no photo", {"strip"}},
+                 {"nowhere to", {"originals", "export", path("one.jpg")}}};
+    for (const auto& [why, command] : wrong) EXPECT_EQ(run(command).status, 2) << why;
+}
+
+TEST_F(LibraryCommand, KeptOriginalsAreListedExportedAndDiscardedByName) {
+    const std::string original = contentOf(path("one.jpg"));
+    EXPECT_EQ(run({"originals"}).output, "");
+    EXPECT_EQ(run({"strip", path("one.jpg")}).status, 0);
+    EXPECT_THAT(run({"originals"}).output, HasSubstr("  edited     " + path("one.jpg")));
+    EXPECT_THAT(run({"originals", "--json"}).output, HasSubstr("\"state\":\"edited\""));
+    const std::string out = (folder_.path() / "out").string();
+    EXPECT_EQ(run({"originals", "export", path("one.jpg"), "-o", out}).output, out + "/one.jpg\n");
+    EXPECT_EQ(contentOf(out + "/one.jpg"), original);
+    const ProcessResult again = run({"originals", "export", path("one.jpg"), "-o", out});
+    EXPECT_EQ(again.status, 1) << "nothing is replaced";
+    EXPECT_THAT(again.errors, HasSubstr(out + "/one.jpg"));
+    EXPECT_EQ(run({"originals", "discard", path("other.jpg")}).status, 1);
+    EXPECT_EQ(run({"originals", "discard", path("one.jpg")}).status, 0);
+    EXPECT_EQ(run({"originals"}).output, "");
+    EXPECT_EQ(contentOf(folder_.path() / "data/Trash/files/one.jpg"), original) << "even this is in the trash";
+    EXPECT_EQ(run({"revert", path("one.jpg")}).status, 1);
+}
+
+TEST_F(LibraryCommand, APathMayLeadThroughALink) {
+    fs::create_directory_symlink(pictures(), folder_.path() / "link");
+    for (const std::string& name : {(folder_.path() / "link/one.jpg").string(), pictures() + "/../pictures/one.jpg"})
+        EXPECT_THAT(run({"info", name}).output, HasSubstr("\"name\":\"one.jpg\"")) << name;
+}
+
+TEST_F(LibraryCommand, NamesDoNotBreakLinesOrSteerTheTerminal) {
+    photo("a\nb\x1b[31m.jpg");
+    EXPECT_EQ(run({"scan"}).status, 0);
+    EXPECT_THAT(run({"list"}).output, HasSubstr("  a\\nb\\x1b[31m.jpg\n"));
+    EXPECT_THAT(run({"strip", path("a\nb\x1b[31m.jpg")}).output, EndsWith("/a\\nb\\x1b[31m.jpg\n"));
+    EXPECT_THAT(run({"info", "no\nne"}).errors, StartsWith("tessaly: no\\nne: is not"));
+    EXPECT_EQ(cli::escaped("Zo\u00EB \xFF\u0085\t"), "Zo\u00EB \\xff\\xc2\\x85\\t");
+}
+
+}  // namespace
+}  // namespace tessaly::test
