@@ -29,7 +29,7 @@ tessaly_module(remote ${CMAKE_SOURCE_DIR}/src/linux/remote/modules libcurl)
 target_sources(tessaly-remote PRIVATE ${CMAKE_SOURCE_DIR}/src/linux/foundation/AtomicFile.cpp)
 
 file(RELATIVE_PATH TESSALY_MODULES_FROM_PROGRAM ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR}/tessaly)
-target_compile_definitions(libtessaly PRIVATE
-  TESSALY_MODULES_FROM_PROGRAM="${TESSALY_MODULES_FROM_PROGRAM}"
-  TESSALY_MODULES_INSTALLED="${CMAKE_INSTALL_FULL_LIBDIR}/tessaly")
+set(TESSALY_MODULE_PLACES TESSALY_MODULES_FROM_PROGRAM="${TESSALY_MODULES_FROM_PROGRAM}"
+    TESSALY_MODULES_INSTALLED="${CMAKE_INSTALL_FULL_LIBDIR}/tessaly")
+target_compile_definitions(libtessaly PRIVATE ${TESSALY_MODULE_PLACES})
 add_dependencies(libtessaly tessaly-modules)

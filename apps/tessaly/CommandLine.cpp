@@ -9,6 +9,7 @@
 #include "Commands.h"
 #include "Output.h"
 #include "Suggestion.h"
+#include "platform/ImageIO/DecoderIsolation.h"
 
 namespace tessaly::cli {
 namespace {
@@ -81,7 +82,8 @@ int usageError(const CLI::App& program, const CLI::ParseError& error, const std:
 int run(std::vector<std::string> arguments) {
     CLI::App program{kDescription, "tessaly"};
     program.footer(kFooter);
-    program.set_version_flag("-V,--version", "tessaly " TESSALY_VERSION);
+    program.set_version_flag("-V,--version",
+                             [] { return "tessaly " TESSALY_VERSION "\nDecoders: " + decoderIsolation().description; });
     program.require_subcommand(0, 1);
     program.get_formatter()->column_width(32);
     int status = kSuccess;

@@ -8,6 +8,7 @@
 #include "../tessaly/Suggestion.h"
 #include "AppURL.h"
 #include "Messages.h"
+#include "platform/ImageIO/DecoderIsolation.h"
 #include "settings/LanguageManager.h"
 
 namespace tessaly::viewer {
@@ -132,7 +133,9 @@ std::variant<Arguments, int> parseArguments(std::vector<std::string> arguments) 
     std::string size;
     CLI::App program{kDescription, "tessaly-viewer"};
     program.footer(kFooter);
-    program.set_version_flag("-V,--version", "tessaly-viewer " TESSALY_VERSION);
+    program.set_version_flag("-V,--version", [] {
+        return "tessaly-viewer " TESSALY_VERSION "\nDecoders: " + decoderIsolation().description;
+    });
     program.get_formatter()->column_width(32);
     addOptions(program, parsed, size);
     try {

@@ -3,8 +3,6 @@
 #include <algorithm>
 
 #include "linux/codecs/Pixels.h"
-#include "linux/codecs/VideoCodec.h"
-#include "linux/foundation/Module.h"
 #include "platform/CoreGraphics/CGImageTurning.h"
 #include "platform/Foundation/Dispatch.h"
 
@@ -24,16 +22,12 @@ std::optional<imageio::ByteSource> bytesOf(const AVAsset& asset) {
 
 /// `longerSide` 0 for the movie's own size.
 Frame frameOf(const AVAsset& asset, double seconds, std::size_t longerSide, int turnedBack) {
-    const auto* decode = moduleTable<codecs::DecodeVideoFrame>("tessaly-ffmpeg.so", "tessaly_decode_video");
-    if (!decode) return {nullptr, std::string(describe(CGImageFault::unsupported))};
     auto bytes = bytesOf(asset);
     if (!bytes) return {nullptr, "the movie cannot be opened"};
-    codecs::SourceInput input(*bytes);
-    codecs::DecodedPixels decoded;
-    const auto fault =
-        (*decode)(input, seconds, {.index = 0, .longerSide = longerSide, .pixelLimit = codecs::kPixelLimit}, decoded);
-    if (fault != codecs::DecodeFault::none) return {nullptr, std::string(describe(codecs::faultOf(fault)))};
-    CGImageRef image = codecs::reducedTo(codecs::finished(std::move(decoded)), longerSide);
+    CGImageFault fault{};
+    const CGImageRef image =
+        codecs::decodePicture({"ffmpeg", codecs::Codec::movie}, *bytes, 0, longerSide, fault, seconds);
+    if (!image) return {nullptr, std::string(describe(fault))};
     return {CGImageCreateTurned(image, turnedBack), ""};
 }
 

@@ -1,3 +1,6 @@
+#include <unistd.h>
+
+#include <algorithm>
 #include <array>
 
 #include "linux/codecs/Pixels.h"
@@ -31,45 +34,43 @@ CGImageFault faultOf(DecodeFault fault) noexcept {
     return CGImageFault::damaged;
 }
 
-CGImageRef finished(DecodedPixels&& decoded) {
-    if (const PixelsModule* module = pixelsModule()) module->convertToSRGB(decoded);
-    return std::make_shared<CGImage>(std::move(decoded.image));
+std::uint64_t memoryLimit() noexcept {
+    constexpr std::uint64_t kMost = std::uint64_t{2} << 30;
+    const auto pages = static_cast<std::uint64_t>(std::max(0L, ::sysconf(_SC_PHYS_PAGES)));
+    return std::min(kMost, pages * static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE)) / 4);
 }
 
-CGImageRef reducedTo(CGImageRef image, std::size_t limit) {
-    const std::size_t longer = std::max(image->width, image->height);
-    if (longer <= limit || limit == 0) return image;
-    const auto part = [&](std::size_t side) { return std::max<std::size_t>(1, (side * limit + longer / 2) / longer); };
-    auto scaled = std::make_shared<CGImage>();
-    const PixelsModule* module = pixelsModule();
-    if (!module || !module->scale(*image, part(image->width), part(image->height), *scaled)) return nullptr;
-    return scaled;
+CGImageRef decodePicture(const CodecOfFamily& codec, imageio::ByteSource& source, std::size_t index,
+                         std::size_t longerSide, CGImageFault& fault, double time) {
+    const DecodeRequest request{
+        .index = index, .longerSide = longerSide, .pixelLimit = kPixelLimit, .memoryLimit = memoryLimit()};
+    CGImage image = decodeIsolated(codec, source, request, fault, time);
+    return image.pixels ? std::make_shared<const CGImage>(std::move(image)) : nullptr;
 }
 
 namespace {
 
-/// Who decodes a type: a function of the small module, or the one function of a module of its own.
+/// Who decodes a type.
 struct Decoder {
     std::string_view typeIdentifier;
-    DecodeImage PixelsModule::*small = nullptr;
-    std::string_view module;
+    CodecOfFamily codec;
     bool isUpright = false;  ///< The library turns what it decodes.
 };
 
 constexpr std::array kDecoders{
-    Decoder{"public.jpeg", &PixelsModule::decodeJpeg, {}},
-    Decoder{"public.png", &PixelsModule::decodePng, {}},
-    Decoder{"org.webmproject.webp", &PixelsModule::decodeWebp, {}},
-    Decoder{"public.tiff", &PixelsModule::decodeTiff, {}},
-    Decoder{"public.heic", nullptr, "tessaly-heif.so", true},
-    Decoder{"public.heif", nullptr, "tessaly-heif.so", true},
-    Decoder{"public.avif", nullptr, "tessaly-heif.so", true},
-    Decoder{"public.jpeg-xl", nullptr, "tessaly-jxl.so", true},
-    Decoder{"com.compuserve.gif", nullptr, "tessaly-ffmpeg.so"},
-    Decoder{"com.microsoft.bmp", &PixelsModule::decodeBmp, {}},
-    Decoder{"public.jpeg-2000", nullptr, "tessaly-ffmpeg.so"},
+    Decoder{"public.jpeg", {"pixels", Codec::jpeg}},
+    Decoder{"public.png", {"pixels", Codec::png}},
+    Decoder{"org.webmproject.webp", {"pixels", Codec::webp}},
+    Decoder{"public.tiff", {"pixels", Codec::tiff}},
+    Decoder{"public.heic", {"heif"}, true},
+    Decoder{"public.heif", {"heif"}, true},
+    Decoder{"public.avif", {"heif"}, true},
+    Decoder{"public.jpeg-xl", {"jxl"}, true},
+    Decoder{"com.compuserve.gif", {"ffmpeg"}},
+    Decoder{"com.microsoft.bmp", {"pixels", Codec::bmp}},
+    Decoder{"public.jpeg-2000", {"ffmpeg"}},
 };
-constexpr Decoder kRawDecoder{"raw-image", nullptr, "tessaly-raw.so", true};
+constexpr Decoder kRawDecoder{"raw-image", {"raw"}, true};
 
 const Decoder* decoderOf(std::string_view typeIdentifier) {
     for (const Decoder& decoder : kDecoders)
@@ -77,31 +78,17 @@ const Decoder* decoderOf(std::string_view typeIdentifier) {
     return typeIdentifier.ends_with(kRawDecoder.typeIdentifier) ? &kRawDecoder : nullptr;
 }
 
-DecodeImage functionOf(const Decoder& decoder) {
-    if (decoder.small) {
-        const PixelsModule* module = pixelsModule();
-        return module ? module->*decoder.small : nullptr;
-    }
-    const auto* function = moduleTable<DecodeImage>(decoder.module, "tessaly_decode");
-    return function ? *function : nullptr;
-}
-
-CGImageRef decode(const CGImageSourceRef& source, const DecodeRequest& request, CGImageFault& fault) {
+CGImageRef decode(const CGImageSourceRef& source, std::size_t index, std::size_t longerSide, CGImageFault& fault) {
     const Decoder* decoder = source ? decoderOf(CGImageSourceGetType(source)) : nullptr;
-    const DecodeImage function = decoder ? functionOf(*decoder) : nullptr;
-    if (!function) {
+    if (!decoder) {
         fault = CGImageFault::unsupported;
         return nullptr;
     }
-    if (request.index > 0 && request.index >= CGImageSourceGetCount(source)) {
+    if (index > 0 && index >= CGImageSourceGetCount(source)) {
         fault = CGImageFault::damaged;
         return nullptr;
     }
-    SourceInput input(imageio::bytesOf(source));
-    DecodedPixels decoded;
-    fault = faultOf(function(input, request, decoded));
-    if (fault != CGImageFault::none) return nullptr;
-    return finished(std::move(decoded));
+    return decodePicture(decoder->codec, imageio::bytesOf(source), index, longerSide, fault);
 }
 
 int orientationOf(const CGImageSourceRef& source) {
@@ -124,6 +111,8 @@ std::string_view describe(CGImageFault fault) noexcept {
             return "no decoder for this kind of picture";
         case CGImageFault::outOfMemory:
             return "not enough memory";
+        case CGImageFault::noDecoder:
+            return "tessaly-decoder is not installed or does not run";
     }
     return "";
 }
@@ -131,8 +120,7 @@ std::string_view describe(CGImageFault fault) noexcept {
 CGImageRef CGImageSourceCreateImageAtIndex(const CGImageSourceRef& source, std::size_t index, const Dictionary&,
                                            CGImageFault* fault) {
     CGImageFault ignored{};
-    return codecs::decode(source, {.index = index, .longerSide = 0, .pixelLimit = codecs::kPixelLimit},
-                          fault ? *fault : ignored);
+    return codecs::decode(source, index, 0, fault ? *fault : ignored);
 }
 
 CGImageRef CGImageSourceCreateThumbnailAtIndex(const CGImageSourceRef& source, std::size_t index,
@@ -141,11 +129,9 @@ CGImageRef CGImageSourceCreateThumbnailAtIndex(const CGImageSourceRef& source, s
     CGImageFault& reason = fault ? *fault : ignored;
     const auto limit = options[kCGImageSourceThumbnailMaxPixelSize].integerValue();
     const std::size_t longerSide = limit > 0 ? static_cast<std::size_t>(limit) : 0;
-    CGImageRef image =
-        codecs::decode(source, {.index = index, .longerSide = longerSide, .pixelLimit = codecs::kPixelLimit}, reason);
+    CGImageRef image = codecs::decode(source, index, longerSide, reason);
     if (!image) return nullptr;
-    image = codecs::reducedTo(std::move(image), longerSide);
-    if (image && options[kCGImageSourceCreateThumbnailWithTransform].boolValue() && !CGImageSourceIsUpright(source))
+    if (options[kCGImageSourceCreateThumbnailWithTransform].boolValue() && !CGImageSourceIsUpright(source))
         image = CGImageCreateTurned(image, codecs::orientationOf(source));
     if (!image) reason = CGImageFault::outOfMemory;
     return image;

@@ -1,5 +1,6 @@
 #pragma once
 #include "linux/codecs/PixelsModule.h"
+#include "linux/codecs/isolation/IsolatedDecoding.h"
 #include "linux/imageio/ByteSource.h"
 #include "platform/ImageIO/CGImageSource.h"
 
@@ -11,24 +12,14 @@ inline constexpr std::uint64_t kPixelLimit = std::uint64_t{256} * 1024 * 1024;
 /// The module of the small libraries; null when it is not installed.
 [[nodiscard]] const PixelsModule* pixelsModule();
 
-/// A decoder's view of a source.
-class SourceInput final : public PixelInput {
-public:
-    explicit SourceInput(imageio::ByteSource& source) : source_(source) {}
-    [[nodiscard]] std::uint64_t size() const override { return source_.size(); }
-    std::size_t read(std::uint64_t offset, std::span<std::byte> target) override {
-        return source_.copyTo(offset, target);
-    }
-    [[nodiscard]] int descriptor() const override { return source_.descriptor(); }
+/// What one decode may take of this machine's memory: a quarter of it, and no more than two gigabytes.
+[[nodiscard]] std::uint64_t memoryLimit() noexcept;
 
-private:
-    imageio::ByteSource& source_;
-};
-
-/// Length of the longer side at most `limit`, proportions kept, never larger than it is. Null without memory.
-[[nodiscard]] CGImageRef reducedTo(CGImageRef image, std::size_t limit);
 [[nodiscard]] CGImageFault faultOf(DecodeFault fault) noexcept;
-/// In sRGB, shared.
-[[nodiscard]] CGImageRef finished(DecodedPixels&& decoded);
+
+/// The picture of an open source by whoever decodes its type, in sRGB, stored as it is, no longer than `longerSide`
+/// (0 for its own size). Null with the reason in `fault`.
+[[nodiscard]] CGImageRef decodePicture(const CodecOfFamily& codec, imageio::ByteSource& source, std::size_t index,
+                                       std::size_t longerSide, CGImageFault& fault, double time = 0);
 
 }  // namespace tessaly::codecs

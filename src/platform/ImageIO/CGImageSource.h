@@ -56,6 +56,7 @@ enum class CGImageFault : std::uint8_t {
     tooLarge,     ///< More pixels than memory should be asked for.
     unsupported,  ///< No decoder of this format, or none installed.
     outOfMemory,
+    noDecoder,  ///< The program that decodes is not installed, or does not run.
 };
 
 /// The fault in words, as they stand behind a path: "the picture is damaged"; "" for none.

@@ -1,0 +1,153 @@
+#include "linux/codecs/isolation/IsolatedDecoding.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+
+#include <algorithm>
+#include <array>
+#include <csignal>
+
+#include "linux/codecs/Pixels.h"
+#include "linux/codecs/isolation/Answers.h"
+#include "linux/codecs/isolation/DecoderProcess.h"
+#include "platform/Foundation/Log.h"
+
+namespace tessaly::codecs {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+constexpr seconds kShortestLimit{20};
+constexpr seconds kLongestLimit{120};
+constexpr std::uint64_t kBytesASecond = std::uint64_t{2} << 20;
+/// From an answer to the end of who gave it.
+constexpr seconds kEndLimit{5};
+constexpr int kAttempts = 3;
+
+enum class Outcome : std::uint8_t { answered, failed, lost };
+
+/// Memory that a program can share: only what is closed is no file any more.
+Descriptor memoryFile(const char* name) { return Descriptor(::memfd_create(name, MFD_CLOEXEC | MFD_ALLOW_SEALING)); }
+
+/// The source as a file that nobody can change: its own where it is one, else a copy of the memory.
+Descriptor sealedCopy(imageio::ByteSource& source) {
+    Descriptor copy = memoryFile("tessaly-input");
+    std::array<std::byte, 64 * 1024> piece;
+    for (std::uint64_t offset = 0; copy && offset < source.size();) {
+        const std::size_t count = source.copyTo(offset, piece);
+        if (count == 0 ||
+            ::pwrite(copy.get(), piece.data(), count, static_cast<off_t>(offset)) != static_cast<ssize_t>(count))
+            return {};
+        offset += count;
+    }
+    constexpr int kSeals = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE | F_SEAL_SEAL;
+    if (copy && ::fcntl(copy.get(), F_ADD_SEALS, kSeals) != 0) return {};
+    return copy;
+}
+
+/// One picture, asked for once.
+class Attempt {
+public:
+    Attempt(const Order& order, int input, int file) : order_(order), input_(input), file_(file) {}
+
+    [[nodiscard]] Outcome run(const DecoderProcess& process, CGImage& image, CGImageFault& fault) {
+        Channel channel = Channel::open();
+        memory_ = memoryFile("tessaly-pixels");
+        if (!channel.one || !memory_) return fail(fault, CGImageFault::outOfMemory);
+        const std::array sent{channel.other.get(), input_, memory_.get(), file_};
+        if (!process.order(order_, std::span(sent).first(file_ >= 0 ? 4 : 3))) return Outcome::lost;
+        channel.other.close();
+        if (!waitFor(channel.one.get(), timeLimit(order_.inputSize))) {
+            // Closing our end is what ends the decoder.
+            log("tessaly-decoder: a picture took too long");
+            return fail(fault, CGImageFault::damaged);
+        }
+        Answer answer;
+        if (receive(channel.one.get(), answer) != Received::message) return Outcome::lost;
+        if (answer.kind == Answer::Kind::ended) return ended(answer, fault);
+        return take(answer, channel.one.get(), image, fault);
+    }
+
+private:
+    static Outcome fail(CGImageFault& fault, CGImageFault why) {
+        fault = why;
+        return Outcome::failed;
+    }
+
+    /// Nobody but the decoder's own faults gives these signals; whoever killed it meant the process, not the picture.
+    static Outcome ended(const Answer& answer, CGImageFault& fault) {
+        log("tessaly-decoder: a picture ended it, signal %ld", static_cast<long>(answer.signal));
+        const bool isFromOutside = answer.signal == SIGKILL || answer.signal == SIGTERM || answer.signal == SIGINT;
+        return isFromOutside ? Outcome::lost : fail(fault, CGImageFault::damaged);
+    }
+
+    Outcome take(const Answer& answer, int channel, CGImage& image, CGImageFault& fault) {
+        if (answer.kind != Answer::Kind::decoded || answer.fault > DecodeFault::outOfMemory)
+            return fail(fault, CGImageFault::damaged);
+        if (answer.fault != DecodeFault::none) return fail(fault, faultOf(answer.fault));
+        if (!isSound(answer, order_) || (answer.isInFile && !hasEnded(channel))) {
+            log("tessaly-decoder: an answer that cannot be");
+            return fail(fault, CGImageFault::damaged);
+        }
+        image = answer.isInFile ? takeFromFile(answer, Descriptor(::fcntl(file_, F_DUPFD_CLOEXEC, 0)))
+                                : takeFromMemory(answer, memory_);
+        return image.pixels ? Outcome::answered : fail(fault, CGImageFault::damaged);
+    }
+
+    /// A file cannot be sealed: it is trusted when the process that could write to it is gone.
+    static bool hasEnded(int channel) {
+        Answer end;
+        return waitFor(channel, kEndLimit) && receive(channel, end) == Received::message &&
+               end.kind == Answer::Kind::ended;
+    }
+
+    const Order& order_;
+    int input_;
+    int file_;
+    Descriptor memory_;
+};
+
+Order orderOf(Codec codec, const imageio::ByteSource& source, const DecodeRequest& request, double time, int file) {
+    const auto limit = std::chrono::duration_cast<seconds>(timeLimit(source.size()));
+    return {.codec = codec,
+            .inputSize = source.size(),
+            .index = request.index,
+            .longerSide = request.longerSide,
+            .pixelLimit = request.pixelLimit,
+            .memoryLimit = request.memoryLimit,
+            .fileLimit = file >= 0 ? request.fileLimit : 0,
+            .time = time,
+            .cpuSeconds = static_cast<std::uint32_t>(2 * limit.count())};
+}
+
+}  // namespace
+
+milliseconds timeLimit(std::uint64_t bytes) noexcept {
+    const auto needed = kShortestLimit + seconds(std::min<std::uint64_t>(bytes / kBytesASecond, 1000));
+    return std::min<seconds>(needed, kLongestLimit);
+}
+
+CGImage decodeIsolated(const CodecOfFamily& codec, imageio::ByteSource& source, const DecodeRequest& request,
+                       CGImageFault& fault, double time, int file) {
+    fault = CGImageFault::none;
+    Descriptor copy;
+    if (source.descriptor() < 0) copy = sealedCopy(source);
+    const int input = copy ? copy.get() : source.descriptor();
+    if (input < 0) {
+        fault = CGImageFault::outOfMemory;
+        return {};
+    }
+    const Order order = orderOf(codec.codec, source, request, time, file);
+    CGImage image;
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+        const auto process = DecoderProcess::running(codec.family);
+        fault = process ? CGImageFault::outOfMemory : CGImageFault::noDecoder;
+        if (!process || Attempt(order, input, file).run(*process, image, fault) != Outcome::lost) return image;
+        // Who ends processes from outside will hardly have meant one of its children alone.
+        process->forget();
+    }
+    return {};
+}
+
+}  // namespace tessaly::codecs
