@@ -8,6 +8,8 @@ namespace tessaly::bench {
 void registerReading();
 /// From the properties to the record, and from the record to every item's text.
 void registerFormatting();
+/// Thumbnails by isolated decoders, against the same libraries in the process itself.
+void registerDecoding();
 /// Opening a library of 100,000 photos, against SQLite by itself, and looking for some of them.
 void registerLibrary();
 

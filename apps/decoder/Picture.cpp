@@ -84,7 +84,8 @@ private:
         isInFile_ = commission_.order.fileLimit != 0 && commission_.file;
         const int target = isInFile_ ? commission_.file.get() : commission_.memory.get();
         if (::ftruncate(target, 0) != 0 || ::ftruncate(target, static_cast<off_t>(size)) != 0) return {};
-        void* const bytes = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, target, 0);
+        void* const bytes =
+            ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED | (isInFile_ ? 0 : MAP_POPULATE), target, 0);
         if (bytes == MAP_FAILED) return {};
         isTaken_ = true;
         bytes_ = static_cast<std::byte*>(bytes);

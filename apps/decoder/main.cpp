@@ -37,6 +37,7 @@ int main(int argc, char** argv) {
     closeOthers();
     decoder::Warden warden{codecs::Descriptor(kOrders)};
     const codecs::FamilyDecoder family(argv[1]);
+    family.warmUp();
     const codecs::Isolation isolation = decoder::shutDoor();
     warden.serve(family, isolation);
 }

@@ -9,8 +9,8 @@
 #include <fstream>
 #include <string>
 
-#include "platform/AVFoundation/AVAssetImageGenerator.h"
-#include "platform/Foundation/Dispatch.h"
+#include "linux/codecs/Pixels.h"
+#include "linux/codecs/isolation/DecodingInProcess.h"
 #include "platform/ImageIO/CGImageSource.h"
 
 // What decoding takes: for every file one line with its bitmap, the largest memory of a fresh process above what it
@@ -31,30 +31,20 @@ std::uint64_t status(const char* key) {
 
 void resetPeak() { std::ofstream("/proc/self/clear_refs") << "5"; }
 
-CGImageRef frameOf(const std::string& path, double side, std::string& why) {
-    AVAssetImageGenerator generator(AVAsset::assetWithURL(path));
-    generator.appliesPreferredTrackTransform = true;
-    if (side > 0) generator.maximumSize = {side, side};
-    CGImageRef frame;
-    DispatchSemaphore done;
-    generator.generateCGImageAsynchronouslyForTime(0, [&](const CGImageRef& image, const std::string& error) {
-        frame = image;
-        why = error;
-        done.signal();
-    });
-    done.wait();
-    return frame;
-}
-
+/// In this process, which is the one that is looked at.
 CGImageRef decoded(const std::string& path, std::int64_t side, std::string& why) {
-    const auto source = CGImageSourceCreateWithURL(path);
-    if (!source) return frameOf(path, static_cast<double>(side), why);
+    FileFault unopened{};
     CGImageFault fault{};
-    CGImageRef image =
-        side > 0 ? CGImageSourceCreateThumbnailAtIndex(source, 0, {{kCGImageSourceThumbnailMaxPixelSize, side}}, &fault)
-                 : CGImageSourceCreateImageAtIndex(source, 0, {}, &fault);
+    auto bytes = imageio::ByteSource::openFile(path, unopened);
+    const auto type = CGImageSourceGetType(CGImageSourceCreateWithURL(path));
+    const auto codec =
+        type.empty() ? std::optional<codecs::CodecOfFamily>({"ffmpeg", codecs::Codec::movie}) : codecs::codecOf(type);
+    if (!bytes || !codec) return nullptr;
+    const codecs::DecodeRequest request{.longerSide = static_cast<std::size_t>(side),
+                                        .pixelLimit = codecs::kPixelLimit};
+    CGImage image = codecs::decodeInProcess(*codec, *bytes, request, fault);
     why = describe(fault);
-    return image;
+    return image.pixels ? std::make_shared<const CGImage>(std::move(image)) : nullptr;
 }
 
 void measure(const std::string& path, std::int64_t side) {

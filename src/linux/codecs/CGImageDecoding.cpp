@@ -97,6 +97,12 @@ int orientationOf(const CGImageSourceRef& source) {
 }
 
 }  // namespace
+
+std::optional<CodecOfFamily> codecOf(std::string_view typeIdentifier) {
+    const Decoder* decoder = decoderOf(typeIdentifier);
+    return decoder ? std::optional(decoder->codec) : std::nullopt;
+}
+
 }  // namespace codecs
 
 std::string_view describe(CGImageFault fault) noexcept {

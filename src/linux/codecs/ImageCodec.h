@@ -51,6 +51,8 @@ struct DecodeRequest {
     /// Bytes of pixels that may lie in a file in place of memory, where they do not count against `memoryLimit`; 0
     /// when there is no such file. `memory` gives out the file's then.
     std::uint64_t fileLimit = 0;
+    /// Seconds that it may take; 0 for as many as a file of its size may need.
+    std::uint32_t timeLimit = 0;
     /// Gives the memory for the picture that is answered; null for the heap.
     PixelMemory* memory = nullptr;
 };

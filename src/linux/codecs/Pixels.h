@@ -1,4 +1,6 @@
 #pragma once
+#include <optional>
+
 #include "linux/codecs/PixelsModule.h"
 #include "linux/codecs/isolation/IsolatedDecoding.h"
 #include "linux/imageio/ByteSource.h"
@@ -16,6 +18,9 @@ inline constexpr std::uint64_t kPixelLimit = std::uint64_t{256} * 1024 * 1024;
 [[nodiscard]] std::uint64_t memoryLimit() noexcept;
 
 [[nodiscard]] CGImageFault faultOf(DecodeFault fault) noexcept;
+
+/// Who decodes files of a type.
+[[nodiscard]] std::optional<CodecOfFamily> codecOf(std::string_view typeIdentifier);
 
 /// The picture of an open source by whoever decodes its type, in sRGB, stored as it is, no longer than `longerSide`
 /// (0 for its own size). Null with the reason in `fault`.

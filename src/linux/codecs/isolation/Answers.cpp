@@ -10,8 +10,9 @@
 namespace tessaly::codecs {
 namespace {
 
-/// Copying as much takes no longer than mapping it, and thousands of mappings would be too many for a process.
-constexpr std::size_t kCopiedSize = std::size_t{1} << 20;
+/// Copying as much takes no longer than mapping it, and a mapping for every small picture of a library would be too
+/// many for a process.
+constexpr std::size_t kCopiedSize = std::size_t{256} << 10;
 /// No codec knows longer sides.
 constexpr std::uint64_t kLongestSide = std::uint64_t{1} << 30;
 
@@ -29,9 +30,8 @@ PixelBuffer copied(int file, std::size_t size) {
 
 /// Private, as kernels before 6.7 share nothing that is sealed; the pages are the file's all the same.
 PixelBuffer mapped(int file, std::size_t size) {
-    void* const bytes = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE, file, 0);
+    void* const bytes = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE | MAP_POPULATE, file, 0);
     if (bytes == MAP_FAILED) return {};
-    ::madvise(bytes, size, MADV_WILLNEED);
     return {static_cast<std::byte*>(bytes), size, unmap};
 }
 

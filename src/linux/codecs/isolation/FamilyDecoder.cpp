@@ -59,6 +59,18 @@ DecodeFault FamilyDecoder::decodePixels(Codec codec, PixelInput& input, const De
     return DecodeFault::unsupported;
 }
 
+void FamilyDecoder::warmUp() const {
+    if (!pixels_) return;
+    constexpr std::size_t kSide = 64;
+    DecodedPixels decoded;
+    decoded.image.width = decoded.image.height = kSide;
+    decoded.image.pixels = PixelBuffer::allocate(decoded.image.bytesPerRow() * kSide);
+    decoded.colors = {.primaries = 9, .transfer = 16};
+    if (!decoded.image.pixels) return;
+    pixels_->convertToSRGB(decoded);
+    [[maybe_unused]] const auto fault = reduce(*pixels_, kSide / 2, decoded.image);
+}
+
 DecodeFault FamilyDecoder::decode(Codec codec, PixelInput& input, const DecodeRequest& request, double time,
                                   CGImage& image) const {
     if (!pixels_) return DecodeFault::unsupported;

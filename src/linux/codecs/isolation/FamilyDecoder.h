@@ -18,6 +18,9 @@ public:
     [[nodiscard]] DecodeFault decode(Codec codec, PixelInput& input, const DecodeRequest& request, double time,
                                      CGImage& image) const;
 
+    /// Has the libraries make what they make on first use: copies of this process then have it already.
+    void warmUp() const;
+
 private:
     [[nodiscard]] DecodeFault decodePixels(Codec codec, PixelInput& input, const DecodeRequest& request, double time,
                                            DecodedPixels& decoded) const;

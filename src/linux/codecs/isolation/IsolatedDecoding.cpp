@@ -23,9 +23,15 @@ constexpr seconds kLongestLimit{120};
 constexpr std::uint64_t kBytesASecond = std::uint64_t{2} << 20;
 /// From an answer to the end of who gave it.
 constexpr seconds kEndLimit{5};
-constexpr int kAttempts = 3;
+constexpr int kMostLost = 5;
+constexpr int kMostKilled = 2;
 
-enum class Outcome : std::uint8_t { answered, failed, lost };
+enum class Outcome : std::uint8_t {
+    answered,
+    failed,
+    killed,  ///< The copy that decoded it, from outside: by a person, or by the kernel for want of memory.
+    lost,    ///< With the whole process.
+};
 
 /// Memory that a program can share: only what is closed is no file any more.
 Descriptor memoryFile(const char* name) { return Descriptor(::memfd_create(name, MFD_CLOEXEC | MFD_ALLOW_SEALING)); }
@@ -49,7 +55,8 @@ Descriptor sealedCopy(imageio::ByteSource& source) {
 /// One picture, asked for once.
 class Attempt {
 public:
-    Attempt(const Order& order, int input, int file) : order_(order), input_(input), file_(file) {}
+    Attempt(const Order& order, milliseconds time, int input, int file)
+        : order_(order), time_(time), input_(input), file_(file) {}
 
     [[nodiscard]] Outcome run(const DecoderProcess& process, CGImage& image, CGImageFault& fault) {
         Channel channel = Channel::open();
@@ -58,7 +65,7 @@ public:
         const std::array sent{channel.other.get(), input_, memory_.get(), file_};
         if (!process.order(order_, std::span(sent).first(file_ >= 0 ? 4 : 3))) return Outcome::lost;
         channel.other.close();
-        if (!waitFor(channel.one.get(), timeLimit(order_.inputSize))) {
+        if (!waitFor(channel.one.get(), time_)) {
             // Closing our end is what ends the decoder.
             log("tessaly-decoder: a picture took too long");
             return fail(fault, CGImageFault::damaged);
@@ -75,11 +82,11 @@ private:
         return Outcome::failed;
     }
 
-    /// Nobody but the decoder's own faults gives these signals; whoever killed it meant the process, not the picture.
+    /// A picture's own faults end with other signals than these.
     static Outcome ended(const Answer& answer, CGImageFault& fault) {
         log("tessaly-decoder: a picture ended it, signal %ld", static_cast<long>(answer.signal));
         const bool isFromOutside = answer.signal == SIGKILL || answer.signal == SIGTERM || answer.signal == SIGINT;
-        return isFromOutside ? Outcome::lost : fail(fault, CGImageFault::damaged);
+        return isFromOutside ? Outcome::killed : fail(fault, CGImageFault::damaged);
     }
 
     Outcome take(const Answer& answer, int channel, CGImage& image, CGImageFault& fault) {
@@ -92,7 +99,9 @@ private:
         }
         image = answer.isInFile ? takeFromFile(answer, Descriptor(::fcntl(file_, F_DUPFD_CLOEXEC, 0)))
                                 : takeFromMemory(answer, memory_);
-        return image.pixels ? Outcome::answered : fail(fault, CGImageFault::damaged);
+        if (!image.pixels) return fail(fault, CGImageFault::damaged);
+        fault = CGImageFault::none;
+        return Outcome::answered;
     }
 
     /// A file cannot be sealed: it is trusted when the process that could write to it is gone.
@@ -103,13 +112,14 @@ private:
     }
 
     const Order& order_;
+    milliseconds time_;
     int input_;
     int file_;
     Descriptor memory_;
 };
 
-Order orderOf(Codec codec, const imageio::ByteSource& source, const DecodeRequest& request, double time, int file) {
-    const auto limit = std::chrono::duration_cast<seconds>(timeLimit(source.size()));
+Order orderOf(Codec codec, const imageio::ByteSource& source, const DecodeRequest& request, seconds limit, double time,
+              int file) {
     return {.codec = codec,
             .inputSize = source.size(),
             .index = request.index,
@@ -123,7 +133,7 @@ Order orderOf(Codec codec, const imageio::ByteSource& source, const DecodeReques
 
 }  // namespace
 
-milliseconds timeLimit(std::uint64_t bytes) noexcept {
+seconds timeLimit(std::uint64_t bytes) noexcept {
     const auto needed = kShortestLimit + seconds(std::min<std::uint64_t>(bytes / kBytesASecond, 1000));
     return std::min<seconds>(needed, kLongestLimit);
 }
@@ -138,16 +148,21 @@ CGImage decodeIsolated(const CodecOfFamily& codec, imageio::ByteSource& source, 
         fault = CGImageFault::outOfMemory;
         return {};
     }
-    const Order order = orderOf(codec.codec, source, request, time, file);
+    const seconds limit = request.timeLimit != 0 ? seconds(request.timeLimit) : timeLimit(source.size());
+    const Order order = orderOf(codec.codec, source, request, limit, time, file);
     CGImage image;
-    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    int lost = 0;
+    int killed = 0;
+    while (lost < kMostLost && killed < kMostKilled) {
         const auto process = DecoderProcess::running(codec.family);
-        fault = process ? CGImageFault::outOfMemory : CGImageFault::noDecoder;
-        if (!process || Attempt(order, input, file).run(*process, image, fault) != Outcome::lost) return image;
-        // Who ends processes from outside will hardly have meant one of its children alone.
-        process->forget();
+        if (!process) break;
+        const Outcome outcome = Attempt(order, limit, input, file).run(*process, image, fault);
+        if (outcome == Outcome::answered || outcome == Outcome::failed) return image;
+        if (outcome == Outcome::lost) process->forget();
+        ++(outcome == Outcome::lost ? lost : killed);
     }
-    return {};
+    fault = killed == kMostKilled ? CGImageFault::outOfMemory : CGImageFault::noDecoder;
+    return image;
 }
 
 }  // namespace tessaly::codecs

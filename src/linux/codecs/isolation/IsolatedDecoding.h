@@ -16,7 +16,7 @@ struct CodecOfFamily {
 };
 
 /// How long a picture of a file of `bytes` may take: slow machines develop large raws, hostile files never end.
-[[nodiscard]] std::chrono::milliseconds timeLimit(std::uint64_t bytes) noexcept;
+[[nodiscard]] std::chrono::seconds timeLimit(std::uint64_t bytes) noexcept;
 
 /// The picture, in sRGB and no longer than `request.longerSide`; without pixels where `fault` is not none. Waits for
 /// it. `request.memory` does not count: the memory is the decoder's.
