@@ -394,8 +394,8 @@ TEST_F(LibraryChanges, DoesAllOrNothing) {
         {"the editor wrote nothing",
          [&] {
              wishEdit("c.jpg", editedPhoto(1));
-             for (const auto& entry : fs::directory_iterator(own() + "/pending"))
-                 if (contentOf(entry.path()) == editedPhoto(1).text()) fs::remove(entry.path());
+             for (const std::string& file : pendingFiles())
+                 if (contentOf(file) == editedPhoto(1).text()) fs::remove(file);
          }},
         {"edited and deleted",
          [&] {

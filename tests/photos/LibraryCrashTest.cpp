@@ -228,7 +228,8 @@ TEST_F(LibraryCrash, TheNextOpenFinishesWhatWasBegun) {
         else if (kind != FileChange::Kind::trash)
             prepare();
         const std::string identifier = asset("a.jpg").localIdentifier;
-        static_cast<void>(photos::writeJournal(database(photos::Database::Mode::readWrite), {made}));
+        std::vector<FileChange> journal{made};
+        static_cast<void>(photos::writeJournal(database(photos::Database::Mode::readWrite), journal));
         until(made);
         reopen();
         if (std::string_view(why) == "edit: the file was deleted since") library_->scan();
@@ -257,7 +258,8 @@ TEST_F(LibraryCrash, WhatCannotBeFinishedWaits) {
     made.current = made.result = path("a.jpg");
     made.content = folder_.write("library/pending/content.jpg", editedPhoto(5).text());
     made.original = own() + "/originals/" + made.asset.substr(0, made.asset.find('/')) + "/a.jpg";
-    static_cast<void>(photos::writeJournal(database(photos::Database::Mode::readWrite), {made}));
+    std::vector<FileChange> journal{made};
+    static_cast<void>(photos::writeJournal(database(photos::Database::Mode::readWrite), journal));
     const std::string aside = (folder_.path() / "aside").string();
     fs::rename(photos(), aside);
     reopen();

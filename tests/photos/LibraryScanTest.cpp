@@ -75,11 +75,11 @@ TEST_F(LibraryScan, SeesWhatIsNewChangedAndGone) {
     fs::last_write_time(path("notes.txt"), time - 2h);
     EXPECT_EQ(library_->scan().added, 1U) << "what was no photo became one";
     fs::remove(path("b.jpg"));
-    fs::remove_all(path("deep"));
+    write("deep/er/stays.txt", "words");
+    fs::remove(path("deep/er/c.jpg"));
     EXPECT_EQ(library_->scan().removed, 2U);
     EXPECT_THAT(names(), ElementsAre("a.jpg", "notes.txt"));
-    EXPECT_EQ(count("album_assets"), 0);
-    EXPECT_EQ(count("files"), 2);
+    EXPECT_EQ(count("assets"), 3) << "what has no mark is not remembered";
     write("a.jpg", "a photo no more");
     EXPECT_EQ(library_->scan().removed, 1U);
     EXPECT_THAT(names(), ElementsAre("notes.txt"));
@@ -170,8 +170,10 @@ TEST_F(LibraryScan, KeepsWhatIsNotMounted) {
     expectMarked("a.jpg", "empty");
     fs::remove(photos());
     fs::rename(away, photos());
-    EXPECT_FALSE(library_->scan().changedAnything());
+    EXPECT_EQ(asset("a.jpg").presence, PHAssetPresence::away);
+    EXPECT_EQ(library_->scan().returned, 1U);
     expectMarked("a.jpg", "back again");
+    EXPECT_EQ(asset("a.jpg").presence, PHAssetPresence::here);
 }
 
 // As somebody who may not read everything: a photo stays one while nobody may look at it.
@@ -283,6 +285,9 @@ TEST_F(LibraryScan, JoinsLivePhotos) {
                 fs::remove(path("other.jpg"));
                 write("other.txt", "");
                 library_->scan();
+                std::vector<std::string> away;
+                for (const PHAssetRef& each : objects(library_->assets({}))) away.push_back(each->localIdentifier);
+                EXPECT_EQ(library_->forgetAssets(away), "") << "the last of a folder: " << why;
                 ASSERT_EQ(count("assets"), 0) << why;
             }
         }
@@ -308,30 +313,89 @@ TEST_F(LibraryScan, JoinsEachCopyOfALivePhotoForItself) {
     EXPECT_THAT(names(), ElementsAre("a.jpg", "a.jpg", "a.mov"));
 }
 
+ByteString littleEndian(std::uint32_t value) {
+    ByteString bytes;
+    for (int shift = 0; shift < 32; shift += 8) bytes.u8(value >> shift & 0xFFU);
+    return bytes;
+}
+
+/// The trailer of a maker: one entry, and the table that says how far before it the entry is.
+ByteString trailer(const ByteString& movie) {
+    const std::string_view name = "MotionPhoto_Data";
+    ByteString entry("\0\0\x30\x0a"_z);
+    entry.add(littleEndian(static_cast<std::uint32_t>(name.size()))).add(name).add(movie);
+    ByteString table("SEFH\x6b\0\0\0"_z);
+    table.add(littleEndian(1)).add("\0\0\x30\x0a"_z);
+    table.add(littleEndian(static_cast<std::uint32_t>(entry.size())));
+    table.add(littleEndian(static_cast<std::uint32_t>(entry.size())));
+    return entry.add(table).add(littleEndian(static_cast<std::uint32_t>(table.size()))).add("SEFT");
+}
+
+// By what the photo says of itself; a movie's brand somewhere in the bytes says nothing.
 TEST_F(LibraryScan, FindsTheMovieInAMotionPhoto) {
-    const auto xmpSegment = [](const std::string& value) {
+    const auto xmpSegment = [](const std::string& attributes, const std::string& elements = {}) {
         return jpegSegment(0xE1, ByteString("http://ns.adobe.com/xap/1.0/\0"_z)
                                      .add(xmp("xmlns:GCamera=\"http://ns.google.com/photos/1.0/camera/\" "
-                                              "GCamera:MotionPhoto=\"" +
-                                              value + "\"")));
+                                              "xmlns:Container=\"http://ns.google.com/photos/1.0/container/\" "
+                                              "xmlns:Item=\"http://ns.google.com/photos/1.0/container/item/\" " +
+                                                  attributes,
+                                              elements)));
     };
-    const ByteString still = jpeg({xmpSegment("1")});
-    write("motion.jpg", ByteString(still).add(movie(2, "", "mp42")));
-    write("still.jpg", still);
-    write("no.jpg", jpeg({xmpSegment("0")}).add(movie(2, "", "mp42")));
+    const ByteString film = movie(2, "", "mp42");
+    const std::string length = std::to_string(film.size());
+    const auto directory = [&](const std::string& items) {
+        return xmpSegment("GCamera:MotionPhoto=\"1\"",
+                          "<Container:Directory><rdf:Seq><rdf:li "
+                          "rdf:parseType=\"Resource\"><Container:Item "
+                          "Item:Semantic=\"Primary\" Item:Length=\"0\"/></rdf:li>" +
+                              items + "</rdf:Seq></Container:Directory>");
+    };
+    const auto item = [](const std::string& semantic, const std::string& bytes) {
+        return "<rdf:li rdf:parseType=\"Resource\"><Container:Item Item:Semantic=\"" + semantic + "\" Item:Length=\"" +
+               bytes + "\"/></rdf:li>";
+    };
+    const std::string offset = "GCamera:MicroVideo=\"1\" GCamera:MicroVideoOffset=\"" + length + "\"";
+    const TiffBuilder samsung = TiffBuilder().text(first, 0x010F, "samsung");
+    struct Case {
+        const char* why;
+        ByteString still;
+        ByteString before, after;  ///< Around the movie.
+        bool isFound;
+    };
+    const ByteString packed = trailer(film);
+    const std::size_t filmInTrailer = 8 + 16;
+    const ByteString head = ByteString(packed.text().substr(0, filmInTrailer));
+    const ByteString tail = ByteString(packed.text().substr(filmInTrailer + film.size()));
+    const Case cases[] = {
+        {"offset", jpeg({xmpSegment(offset)}), "", "", true},
+        {"offset, another movie before", jpeg({xmpSegment(offset)}), film, "", true},
+        {"offset to elsewhere", jpeg({xmpSegment(offset)}), "", "more", false},
+        {"not so", jpeg({xmpSegment("GCamera:MicroVideo=\"0\" GCamera:MicroVideoOffset=\"" + length + "\"")}), "", "",
+         false},
+        {"says nothing", jpeg({}), "", "", false},
+        {"no offset", jpeg({xmpSegment("GCamera:MotionPhoto=\"1\"")}), "", "", false},
+        {"directory", jpeg({directory(item("MotionPhoto", length))}), "", "", true},
+        {"behind a gain map", jpeg({directory(item("GainMap", "5") + item("MotionPhoto", length))}), "12345", "", true},
+        {"before another item", jpeg({directory(item("MotionPhoto", length) + item("Depth", "3"))}), "", "123", true},
+        {"a directory that lies", jpeg({directory(item("MotionPhoto", "99999999"))}), "", "", false},
+        {"trailer", photo(1, samsung), head, tail, true},
+        {"a trailer that is cut", photo(1, samsung), head, ByteString(tail.text().substr(0, tail.size() - 1)), false},
+    };
+    int number = 0;
+    for (const auto& [why, still, before, after, isFound] : cases) {
+        const std::string name = std::to_string(number++) + ".jpg";
+        write(name, ByteString(still).add(before).add(film).add(after));
+        library_->scan();
+        const PHAsset motion = asset(name);
+        EXPECT_EQ(motion.mediaSubtypes, isFound ? PHAssetMediaSubtypePhotoLive : 0U) << why;
+        const auto content = library_->content(motion.localIdentifier, PHAssetResourceTypePairedVideo, false, {});
+        EXPECT_EQ(content.path, isFound ? path(name) : "") << why;
+        EXPECT_EQ(content.offset, isFound ? still.size() + before.size() : 0U) << why;
+        EXPECT_EQ(library_->resources(motion.localIdentifier).size(), isFound ? 2U : 1U) << why;
+    }
+    write("0.jpg", jpeg({}));
     library_->scan();
-    const PHAsset motion = asset("motion.jpg");
-    EXPECT_EQ(motion.mediaSubtypes, PHAssetMediaSubtypePhotoLive);
-    const auto content = library_->content(motion.localIdentifier, PHAssetResourceTypePairedVideo, false, {});
-    EXPECT_EQ(content.path, path("motion.jpg"));
-    EXPECT_EQ(content.offset, still.size());
-    EXPECT_EQ(content.typeIdentifier, "public.mpeg-4");
-    ASSERT_EQ(library_->resources(motion.localIdentifier).size(), 2U);
-    EXPECT_EQ(library_->content(motion.localIdentifier, PHAssetResourceTypePhoto, false, {}).offset, 0U);
-    for (const char* name : {"still.jpg", "no.jpg"}) EXPECT_EQ(asset(name).mediaSubtypes, 0U) << name;
-    write("motion.jpg", still);
-    library_->scan();
-    EXPECT_EQ(asset("motion.jpg").mediaSubtypes, 0U);
+    EXPECT_EQ(asset("0.jpg").mediaSubtypes, 0U) << "not any more";
 }
 
 TEST_F(LibraryScan, KnowsScreenshots) {
@@ -495,6 +559,7 @@ TEST_F(LibraryScan, WatchesItsFolders) {
     folder_.write("aside/deep/c.jpg", photo(3).text());
     fs::rename(aside, path("in"));
     expectSoon("a folder that was moved in", {"a.jpg", "b.jpg", "c.jpg"});
+    write("in/deep/er/notes.txt", "words");
     write("in/deep/er/d.jpg", photo(4));
     expectSoon("a new folder in it", {"a.jpg", "b.jpg", "c.jpg", "d.jpg"});
     fs::remove(path("in/deep/er/d.jpg"));

@@ -1,6 +1,8 @@
 #include "linux/photos/AssetFacts.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 
 #include <algorithm>
 #include <array>
@@ -8,8 +10,8 @@
 #include <filesystem>
 #include <vector>
 
-#include "linux/imageio/ByteSource.h"
 #include "linux/imageio/Text.h"
+#include "linux/photos/MotionPhoto.h"
 #include "platform/AVFoundation/AVAsset.h"
 #include "platform/Foundation/NSDateFormatter.h"
 #include "platform/ImageIO/CGImageProperties.h"
@@ -103,31 +105,6 @@ bool isScreenshot(const Dictionary& properties, const std::string& path) {
            std::ranges::any_of(kMarks, [&](std::string_view mark) { return name.starts_with(mark); });
 }
 
-bool isSet(const Dictionary& xmp, std::string_view name) {
-    const Value& value = xmp[name];
-    return value.integerValue() == 1 || value.string() == "1";
-}
-
-/// Where the movie begins that a phone has appended to a photo.
-std::optional<std::uint64_t> embeddedVideo(const std::string& path) {
-    FileFault fault{};
-    auto source = imageio::ByteSource::openFile(path, fault);
-    if (!source) return std::nullopt;
-    static constexpr std::array kBrands{"mp42"sv, "isom"sv, "mp41"sv, "qt  "sv, "avc1"sv, "iso2"sv};
-    constexpr std::size_t kOverlap = 12;
-    std::vector<std::byte> block(std::size_t{1} << 20);
-    for (std::uint64_t at = 16; at < source->size(); at += block.size() - kOverlap) {
-        const std::size_t count = source->copyTo(at, block);
-        const std::string_view text = imageio::asText(std::span(block).first(count));
-        for (auto found = text.find("ftyp"); found != std::string_view::npos; found = text.find("ftyp", found + 4))
-            if (found >= 4 && found + 8 <= text.size() &&
-                std::ranges::find(kBrands, text.substr(found + 4, 4)) != kBrands.end())
-                return at + found - 4;
-        if (count < block.size()) break;
-    }
-    return std::nullopt;
-}
-
 void readImage(const CGImageSourceRef& source, const std::string& path, AssetFacts& facts) {
     const Dictionary properties = CGImageSourceCopyPropertiesAtIndex(source, 0, {}).value_or(Dictionary());
     facts.mediaType = PHAssetMediaTypeImage;
@@ -141,11 +118,9 @@ void readImage(const CGImageSourceRef& source, const std::string& path, AssetFac
     if (properties[kCGImagePropertyOrientation].integerValue() >= 5) std::swap(facts.width, facts.height);
     facts.contentIdentifier = properties[kCGImagePropertyMakerAppleDictionary].dictionary()["17"].string();
     if (isScreenshot(properties, path)) facts.subtypes |= PHAssetMediaSubtypePhotoScreenshot;
-    const auto xmp = CGImageSourceCopyMetadataAtIndex(source, 0, {});
-    if (xmp && (isSet(*xmp, "GCamera:MotionPhoto") || isSet(*xmp, "GCamera:MicroVideo"))) {
-        facts.embeddedVideoAt = embeddedVideo(path);
-        if (facts.embeddedVideoAt) facts.subtypes |= PHAssetMediaSubtypePhotoLive;
-    }
+    facts.embeddedVideoAt = embeddedMovie(path, CGImageSourceCopyMetadataAtIndex(source, 0, {}).value_or(Dictionary()),
+                                          properties[kCGImagePropertyTIFFDictionary].dictionary()["Make"].string());
+    if (facts.embeddedVideoAt) facts.subtypes |= PHAssetMediaSubtypePhotoLive;
 }
 
 void readMovie(const AVAsset& movie, AssetFacts& facts) {
@@ -168,10 +143,13 @@ void readMovie(const AVAsset& movie, AssetFacts& facts) {
 }  // namespace
 
 std::optional<FileStamp> FileStamp::of(const std::string& path) {
-    struct stat status {};
-    if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
-    return FileStamp{static_cast<std::uint64_t>(status.st_size),
-                     status.st_mtim.tv_sec * kNanoseconds + status.st_mtim.tv_nsec, status.st_ino};
+    struct statx status {};
+    constexpr unsigned kWanted = STATX_TYPE | STATX_SIZE | STATX_MTIME | STATX_INO | STATX_BTIME;
+    if (::statx(AT_FDCWD, path.c_str(), 0, kWanted, &status) != 0 || !S_ISREG(status.stx_mode)) return std::nullopt;
+    const auto nanoseconds = [](const statx_timestamp& time) { return time.tv_sec * kNanoseconds + time.tv_nsec; };
+    return FileStamp{status.stx_size, nanoseconds(status.stx_mtime), status.stx_ino,
+                     makedev(status.stx_dev_major, status.stx_dev_minor),
+                     (status.stx_mask & STATX_BTIME) != 0 ? nanoseconds(status.stx_btime) : 0};
 }
 
 AssetFacts AssetFacts::read(const std::string& path, const FileStamp& stamp) {
@@ -181,20 +159,9 @@ AssetFacts AssetFacts::read(const std::string& path, const FileStamp& stamp) {
     } else if (const auto movie = AVAsset::assetWithURL(path); movie->fault == AVAssetFault::none) {
         readMovie(*movie, facts);
     }
+    facts.isDated = facts.created.has_value();
     if (!facts.created) facts.created = NSDate{static_cast<double>(stamp.changed) / static_cast<double>(kNanoseconds)};
     return facts;
-}
-
-std::int64_t headHash(const std::string& path, std::uint64_t size) {
-    constexpr std::size_t kLength = std::size_t{16} * 1024;
-    FileFault fault{};
-    auto source = imageio::ByteSource::openFile(path, fault);
-    if (!source) return 0;
-    // FNV-1a: not for secrets, only to tell one photo from another of the same size.
-    std::uint64_t hash = 0xCBF29CE484222325U ^ size;
-    for (const std::byte byte : source->bytesUpTo(0, kLength))
-        hash = (hash ^ std::to_integer<std::uint64_t>(byte)) * 0x100000001B3U;
-    return static_cast<std::int64_t>(hash == 0 ? 1 : hash);
 }
 
 }  // namespace tessaly::photos

@@ -9,8 +9,7 @@
 #include <filesystem>
 
 #include "linux/foundation/AtomicFile.h"
-#include "linux/photos/AssetRows.h"
-#include "linux/photos/LibraryScan.h"
+#include "linux/photos/Digest.h"
 #include "platform/Foundation/Log.h"
 
 namespace tessaly::photos {
@@ -87,16 +86,47 @@ std::string holdFile(const std::string& from, const std::string& to) {
     return copyFile(from, to, false);
 }
 
-std::int64_t writeJournal(const Database& database, const std::vector<FileChange>& changes) {
+std::string stampText(const FileStamp& stamp) {
+    return std::to_string(stamp.inode) + ":" + std::to_string(stamp.size) + ":" + std::to_string(stamp.changed);
+}
+
+std::string freePath(const std::string& folder, const std::string& name, const std::vector<FileChange>& changes) {
+    const fs::path wanted(name);
+    for (int number = 1;; ++number) {
+        const std::string suffix = number == 1 ? std::string() : " " + std::to_string(number);
+        const std::string path = folder + "/" + wanted.stem().string() + suffix + wanted.extension().string();
+        const bool isPlanned =
+            std::ranges::any_of(changes, [&](const FileChange& change) { return change.result == path; });
+        std::error_code ignored;
+        if (!isPlanned && !fs::exists(fs::symlink_status(path, ignored))) return path;
+    }
+}
+
+namespace {
+
+void fillIn(FileChange& change) {
+    if (change.kind == FileChange::Kind::trash) {
+        const auto stamp = FileStamp::of(change.current);
+        if (change.before.empty() && stamp) change.before = stampText(*stamp);
+        return;
+    }
+    if (change.before.empty() && !change.current.empty()) change.before = digestOf(change.current);
+    if (change.after.empty()) change.after = digestOf(change.content);
+}
+
+}  // namespace
+
+std::int64_t writeJournal(const Database& database, std::vector<FileChange>& changes) {
+    for (FileChange& change : changes) fillIn(change);
     Transaction transaction(database);
     const std::int64_t number = database.integer("SELECT COALESCE(MAX(change), 0) + 1 FROM journal").value_or(1);
     for (const FileChange& change : changes)
         database.run(
             "INSERT INTO journal (change, kind, asset, current, result, content, original, format_identifier, "
-            "format_version, data) VALUES (?,?,?,?,?,?,?,?,?,?)",
+            "format_version, data, before, after) VALUES (?,?,?,?,?,?,?,?,?,?,?,?)",
             number, static_cast<std::int64_t>(change.kind), change.asset, change.current, change.result, change.content,
             change.original, change.adjustment.formatIdentifier, change.adjustment.formatVersion,
-            change.adjustment.data ? Value(change.adjustment.data) : Value());
+            change.adjustment.data ? Value(change.adjustment.data) : Value(), change.before, change.after);
     transaction.commit();
     return number;
 }
@@ -126,15 +156,21 @@ void FileChangeRun::finish() {
 }
 
 std::string FileChangeRun::apply(const FileChange& change) {
-    switch (change.kind) {
-        case FileChange::Kind::create: {
-            // The name was free when the journal was written: what is there now was done before the crash.
-            if (replays_ && exists(change.result)) return {};
-            std::string why = placeSafely(change.content, change.result, {}, false);
-            if (why.empty())
-                undos_.emplace_back([path = change.result] { return ::unlink(path.c_str()) == 0 || errno == ENOENT; });
-            return why;
+    if (replays_) {
+        switch (replayOf(change)) {
+            case Replay::begin:
+                break;
+            case Replay::done:
+                // An edit that changes nothing looks done before it began.
+                return change.kind == FileChange::Kind::edit && change.before == change.after ? keepOriginal(change)
+                                                                                              : std::string();
+            case Replay::moot:
+                return change.current + ": is another file now";
         }
+    }
+    switch (change.kind) {
+        case FileChange::Kind::create:
+            return create(change);
         case FileChange::Kind::edit:
             if (std::string why = keepOriginal(change); !why.empty()) return why;
             return replace(change);
@@ -143,6 +179,47 @@ std::string FileChangeRun::apply(const FileChange& change) {
         case FileChange::Kind::trash:
             return trash(change);
     }
+    return {};
+}
+
+Replay replayOf(const FileChange& change) {
+    const auto contains = [](const std::string& path, const std::string& digest) {
+        return !digest.empty() && exists(path) && digestOf(path) == digest;
+    };
+    if (change.kind == FileChange::Kind::trash) {
+        const auto stamp = FileStamp::of(change.current);
+        if (!stamp) return Replay::done;
+        // A journal of an earlier version says nothing of the file: it stays.
+        return stampText(*stamp) == change.before ? Replay::begin : Replay::moot;
+    }
+    const bool isPlaced = contains(change.result, change.after);
+    if (change.kind == FileChange::Kind::create) {
+        if (isPlaced) return Replay::done;
+        return exists(change.result) ? Replay::moot : Replay::begin;
+    }
+    const bool isSame = change.current == change.result;
+    const bool isBefore = contains(change.current, change.before);
+    // What was placed is done once the file under the old name is gone.
+    if (isPlaced) return isSame || !isBefore ? Replay::done : Replay::begin;
+    if (!isSame && exists(change.result)) return Replay::moot;
+    if (!exists(change.current)) {
+        // Its disk is not there: this waits.
+        if (!exists(fs::path(change.current).parent_path().string())) return Replay::begin;
+        // What is neither the library's own nor kept went to the trash first; else somebody has removed the file.
+        const bool wentToTrash =
+            !change.before.empty() && change.before != change.own && exists(change.original) &&
+            (change.kind == FileChange::Kind::revert || digestOf(change.original) != change.before);
+        return wentToTrash ? Replay::begin : Replay::moot;
+    }
+    return isBefore || change.before.empty() ? Replay::begin : Replay::moot;
+}
+
+std::string FileChangeRun::create(const FileChange& change) {
+    std::string why = placeSafely(change.content, change.result, {}, false);
+    if (!why.empty()) return why;
+    undos_.emplace_back([path = change.result, placed = FileStamp::of(change.result)] {
+        return FileStamp::of(path) != placed || ::unlink(path.c_str()) == 0 || errno == ENOENT;
+    });
     return {};
 }
 
@@ -164,24 +241,47 @@ std::string FileChangeRun::keepOriginal(const FileChange& change) {
     return {};
 }
 
+/// Sees to it that the bytes at the place are somewhere else, too, or are the library's own to throw away.
+std::string FileChangeRun::makeWay(const FileChange& change, const std::string& backup) {
+    const std::string held = digestOf(backup);
+    if (held.empty()) return fault(backup);
+    if (!replays_ && !change.before.empty() && held != change.before)
+        return change.current + ": was changed by another program just now";
+    if (held == change.own) return {};
+    if (change.kind == FileChange::Kind::edit && digestOf(change.original) == held) return {};
+    return trash(change);
+}
+
 std::string FileChangeRun::replace(const FileChange& change) {
-    // Done before the crash, under another name.
-    if (replays_ && !exists(change.current) && exists(change.result)) return {};
-    const std::string backup = store_.pendingFolder() + "/undo-" + newIdentifier({});
-    if (std::string why = holdFile(change.current, backup); !why.empty()) return why;
-    leftovers_.push_back(backup);
     const bool isSame = change.current == change.result;
     const bool isRevert = change.kind == FileChange::Kind::revert;
-    const std::string& manners = isRevert ? change.content : change.current;
-    std::string why = isSame || replays_
-                          ? place(change.content, change.result, manners, isRevert, AtomicFile::Existing::replaced)
-                          : placeSafely(change.content, change.result, manners, isRevert);
-    if (!why.empty()) return why;
-    undos_.emplace_back([backup, change, isSame] {
-        if (!restore(backup, change.current)) return false;
-        if (!isSame) ::unlink(change.result.c_str());
-        return true;
-    });
+    const bool isPlaced = replays_ && !isSame && exists(change.result);
+    std::string backup;
+    bool isTrashed = false;
+    if (exists(change.current)) {
+        backup = store_.newPendingName(".undo");
+        if (std::string why = holdFile(change.current, backup); !why.empty()) return why;
+        leftovers_.push_back(backup);
+        if (std::string why = makeWay(change, backup); !why.empty()) return why;
+        isTrashed = !exists(change.current);
+    }
+    // A live run plans with the file there; one that is gone by now is on its way elsewhere.
+    if (backup.empty() && !replays_) return change.current + ": is not there any more";
+    if (!isPlaced) {
+        const std::string& manners = isRevert || backup.empty() ? change.content : backup;
+        const bool replaces = isSame && exists(change.current);
+        std::string why = replaces
+                              ? place(change.content, change.result, manners, isRevert, AtomicFile::Existing::replaced)
+                              : placeSafely(change.content, change.result, manners, isRevert);
+        if (!why.empty()) return why;
+    }
+    undos_.emplace_back(
+        [backup = isTrashed ? std::string() : backup, change, isSame, placed = FileStamp::of(change.result)] {
+            const auto now = FileStamp::of(change.result);
+            if (now && now != placed) return false;
+            if (backup.empty() || !isSame) ::unlink(change.result.c_str());
+            return backup.empty() || (!isSame && exists(change.current)) || restore(backup, change.current);
+        });
     if (!isSame && ::unlink(change.current.c_str()) != 0 && errno != ENOENT) return fault(change.current);
     return {};
 }
@@ -199,227 +299,6 @@ std::string FileChangeRun::trash(const FileChange& change) {
         return false;
     });
     return {};
-}
-
-FolderPath folderOf(const Database& database, const std::string& path) {
-    Statement rows = database.prepare("SELECT id, path FROM folders ORDER BY LENGTH(path) DESC");
-    while (rows.step())
-        if (const std::string folder = rows.text(1) + "/"; path.starts_with(folder))
-            return {rows.integer(0), path.substr(folder.size())};
-    return {};
-}
-
-namespace {
-
-void putFile(const Database& database, const FileChange& change, std::int64_t asset, const AssetFacts& facts,
-             const FileStamp& stamp) {
-    const FolderPath place = folderOf(database, change.result);
-    // A scan may have taken the file for a new one.
-    database.run(
-        "DELETE FROM assets WHERE id <> ?1 AND id IN (SELECT asset FROM files WHERE folder = ?2 AND path = ?3 AND type "
-        "<> 9)",
-        asset, place.folder, place.path);
-    database.run(
-        "INSERT OR REPLACE INTO files (folder, path, asset, type, type_identifier, size, changed, inode, head, "
-        "embedded_at) "
-        "VALUES (?,?,?,?,?,?,?,?,?,?)",
-        place.folder, place.path, asset, facts.mediaType, facts.typeIdentifier, static_cast<std::int64_t>(stamp.size),
-        stamp.changed, static_cast<std::int64_t>(stamp.inode), headHash(change.result, stamp.size),
-        facts.embeddedVideoAt ? Value(static_cast<std::int64_t>(*facts.embeddedVideoAt)) : Value());
-}
-
-std::optional<std::int64_t> assetNamed(const Database& database, const std::string& identifier) {
-    return database.integer("SELECT id FROM assets WHERE local_identifier = ?", identifier);
-}
-
-void applyTrash(const Database& database, const FileChange& change) {
-    const FolderPath place = folderOf(database, change.current);
-    database.run("DELETE FROM files WHERE folder = ? AND path = ?", place.folder, place.path);
-    const auto asset = assetNamed(database, change.asset);
-    if (asset && !database.integer("SELECT 1 FROM files WHERE asset = ? AND type <> 9 LIMIT 1", *asset))
-        database.run("DELETE FROM assets WHERE id = ?", *asset);
-}
-
-void applyReplacement(const Database& database, const FileChange& change, const AssetFacts& facts,
-                      const FileStamp& stamp) {
-    const auto asset = assetNamed(database, change.asset);
-    if (!asset) return;
-    const FolderPath before = folderOf(database, change.current);
-    database.run("DELETE FROM files WHERE folder = ? AND path = ?", before.folder, before.path);
-    updateAsset(database, *asset, facts, stamp);
-    putFile(database, change, *asset, facts, stamp);
-    updateLiveness(database, *asset);
-    if (change.kind == FileChange::Kind::revert) {
-        database.run("DELETE FROM edits WHERE asset = ?", *asset);
-    } else {
-        database.run(
-            "INSERT INTO edits (asset, original, format_identifier, format_version, data) VALUES (?,?,?,?,?) ON "
-            "CONFLICT "
-            "(asset) DO UPDATE SET format_identifier = excluded.format_identifier, format_version = "
-            "excluded.format_version, data = excluded.data",
-            *asset, change.original, change.adjustment.formatIdentifier, change.adjustment.formatVersion,
-            change.adjustment.data ? Value(change.adjustment.data) : Value());
-    }
-}
-
-}  // namespace
-
-void applyToDatabase(const Database& database, const FileChange& change) {
-    if (change.kind == FileChange::Kind::trash) return applyTrash(database, change);
-    const auto stamp = FileStamp::of(change.result);
-    if (!stamp) return;
-    const AssetFacts facts = AssetFacts::read(change.result, *stamp);
-    if (change.kind != FileChange::Kind::create) return applyReplacement(database, change, facts, *stamp);
-    // A scan may have been quicker.
-    const FolderPath place = folderOf(database, change.result);
-    if (assetNamed(database, change.asset) ||
-        database.integer("SELECT 1 FROM files WHERE folder = ? AND path = ? AND asset IS NOT NULL", place.folder,
-                         place.path))
-        return;
-    const std::int64_t asset = insertAsset(database, change.asset, facts, *stamp);
-    putFile(database, change, asset, facts, *stamp);
-    updateLiveness(database, asset);
-}
-
-void removeContent(const LibraryStore& store, const FileChange& change, bool isDone) {
-    if (change.content.starts_with(store.pendingFolder() + "/")) ::unlink(change.content.c_str());
-    if (!isDone) return;
-    if (change.kind == FileChange::Kind::trash && change.current.starts_with(store.originalsFolder() + "/"))
-        ::rmdir(fs::path(change.current).parent_path().c_str());
-    if (change.kind != FileChange::Kind::revert) return;
-    ::unlink(change.original.c_str());
-    ::rmdir(fs::path(change.original).parent_path().c_str());
-}
-
-namespace {
-
-struct JournalEntry {
-    std::int64_t number = 0;
-    FileChange change;
-};
-
-std::vector<JournalEntry> journalOf(const LibraryStore& store) {
-    return store.read([](const Database& database) {
-        std::vector<JournalEntry> entries;
-        Statement rows = database.prepare(
-            "SELECT change, kind, asset, current, result, content, original, format_identifier, format_version, data "
-            "FROM journal ORDER BY id");
-        while (rows.step())
-            entries.push_back({rows.integer(0),
-                               {static_cast<FileChange::Kind>(rows.integer(1)),
-                                rows.text(2),
-                                rows.text(3),
-                                rows.text(4),
-                                rows.text(5),
-                                rows.text(6),
-                                {rows.text(7), rows.text(8), rows.data(9)}}});
-        return entries;
-    });
-}
-
-/// Whether the change is not played on: somebody has removed the file since, or its asset.
-bool isMoot(const LibraryStore& store, const std::vector<FileChange>& all, const FileChange& change) {
-    // A deletion that had not begun is not played on: the person can ask again, a file that is gone cannot.
-    if (change.kind == FileChange::Kind::trash)
-        return std::ranges::all_of(all, [&](const FileChange& other) {
-            return other.kind != FileChange::Kind::trash || other.asset != change.asset || exists(other.current);
-        });
-    if (change.kind == FileChange::Kind::create) return false;
-    if (!store.read([&](const Database& database) { return assetNamed(database, change.asset); })) return true;
-    return !exists(change.current) && !exists(change.result) && exists(fs::path(change.current).parent_path().string());
-}
-
-/// Plays one change of the journal, all of it. What cannot be finished now, for want of space or of the disk, waits for
-/// a later open.
-void play(LibraryStore& store, std::int64_t number, const std::vector<FileChange>& all) {
-    const bool isGivenUp = std::ranges::any_of(all, [](const FileChange& change) {
-        return change.kind != FileChange::Kind::trash && !exists(change.content);
-    });
-    std::vector<FileChange> changes = all;
-    std::erase_if(changes, [&](const FileChange& change) {
-        return isMoot(store, all, change) || (isGivenUp && change.kind != FileChange::Kind::trash);
-    });
-    FileChangeRun files(store, true);
-    if (const std::string why = files.run(changes); !why.empty()) return log("library: %@", why);
-    store.write([&](const Database& database) {
-        Transaction transaction(database);
-        for (const FileChange& change : changes) applyToDatabase(database, change);
-        database.run("DELETE FROM journal WHERE change = ?", number);
-        transaction.commit();
-    });
-    files.finish();
-    for (const FileChange& change : changes) removeContent(store, change, true);
-    for (const FileChange& change : all)
-        for (const std::string& path : {change.current, change.result})
-            if (!path.empty()) removeAbandonedFiles(fs::path(path).parent_path().string());
-}
-
-void playJournal(LibraryStore& store) {
-    if (journalOf(store).empty()) return;
-    // Another program may be at it, which is then not killed, but merely not ready.
-    const FileLock lock = store.lockFiles();
-    const std::vector<JournalEntry> entries = journalOf(store);
-    for (auto entry = entries.begin(); entry != entries.end();) {
-        const std::int64_t number = entry->number;
-        std::vector<FileChange> changes;
-        for (; entry != entries.end() && entry->number == number; ++entry) changes.push_back(entry->change);
-        play(store, number, changes);
-    }
-}
-
-/// Names below the library's folder: it may have been opened by another path at that time.
-std::vector<std::string> namedFiles(const LibraryStore& store) {
-    return store.read([](const Database& database) {
-        std::vector<std::string> names;
-        Statement rows = database.prepare("SELECT original FROM edits UNION SELECT original FROM journal");
-        while (rows.step()) {
-            const fs::path path(rows.text(0));
-            names.push_back((path.parent_path().filename() / path.filename()).string());
-        }
-        rows = database.prepare("SELECT content FROM journal");
-        while (rows.step()) names.push_back(fs::path(rows.text(0)).filename().string());
-        return names;
-    });
-}
-
-std::vector<fs::path> entriesOf(const fs::path& folder) {
-    std::vector<fs::path> entries;
-    std::error_code error;
-    for (fs::directory_iterator entry(folder, error); !error && entry != fs::directory_iterator();
-         entry.increment(error))
-        entries.push_back(entry->path());
-    return entries;
-}
-
-/// What editors, downloads and changes of a program that was killed have left. An original without an edit goes only if
-/// its photo is there, and so was reverted.
-void sweep(const LibraryStore& store) {
-    const std::vector<std::string> named = namedFiles(store);
-    const auto isNamed = [&](const std::string& name) { return std::ranges::find(named, name) != named.end(); };
-    std::error_code ignored;
-    for (const fs::path& file : entriesOf(store.pendingFolder()))
-        if (!isNamed(file.filename().string())) fs::remove(file, ignored);
-    constexpr std::size_t kIdentifierLength = 36;
-    for (const fs::path& folder : entriesOf(store.originalsFolder())) {
-        const std::string name = folder.filename().string();
-        const std::string asset = name.substr(0, kIdentifierLength).append(kAssetSuffix);
-        if (store.read([&](const Database& database) { return assetNamed(database, asset); }))
-            for (const fs::path& file : entriesOf(folder))
-                if (!isNamed(name + "/" + file.filename().string())) fs::remove(file, ignored);
-        ::rmdir(folder.c_str());
-    }
-}
-
-}  // namespace
-
-void recover(LibraryStore& store) {
-    try {
-        playJournal(store);
-        store.whenAlone([&] { sweep(store); });
-    } catch (const DatabaseError& error) {
-        // A library on a full disk can still be looked at.
-        log("library: %@", error.what());
-    }
 }
 
 }  // namespace tessaly::photos

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "linux/foundation/Trash.h"
+#include "linux/photos/FileRows.h"
 #include "linux/photos/LibraryStore.h"
 #include "platform/Photos/PHContentEditing.h"
 
@@ -13,7 +14,8 @@
 /// What is going to be done is written into the journal first, then done to the files, each in one step of the file
 /// system, then the database follows in the transaction that empties the journal. Whoever is killed on the way leaves
 /// a journal: at the next open it is played to its end, so that files and database agree. A change whose content is not
-/// there any more was given up, or done, and is not played.
+/// there any more was given up, or done, and is not played; nor is one that would touch another file than the one it
+/// was made for. Nothing is replaced whose bytes are not the library's own, among the kept originals, or in the trash.
 namespace tessaly::photos {
 
 struct FileChange {
@@ -31,10 +33,20 @@ struct FileChange {
     std::string content;
     std::string original;
     PHAdjustmentData adjustment;
+    /// What `current` is before the change: its digest, of what is deleted its stamp as text. Found out when the
+    /// journal is written where it is "".
+    std::string before;
+    std::string after;  ///< The digest of `content`. Likewise.
+    /// The digest of what the library itself has written at the place of an edited photo; "" where it is not known.
+    /// Whatever else is there goes to the trash before it is replaced, unless it is kept as the original.
+    std::string own;
 };
 
+/// A stamp in words, to compare.
+[[nodiscard]] std::string stampText(const FileStamp& stamp);
+
 /// Puts the changes into the journal. @return the number of this change.
-std::int64_t writeJournal(const Database& database, const std::vector<FileChange>& changes);
+std::int64_t writeJournal(const Database& database, std::vector<FileChange>& changes);
 
 /// Does them to the files, one after the other; each can be done again. When one fails, those before are undone.
 class FileChangeRun {
@@ -50,7 +62,9 @@ public:
 
 private:
     [[nodiscard]] std::string apply(const FileChange& change);
+    [[nodiscard]] std::string create(const FileChange& change);
     [[nodiscard]] std::string replace(const FileChange& change);
+    [[nodiscard]] std::string makeWay(const FileChange& change, const std::string& backup);
     [[nodiscard]] std::string keepOriginal(const FileChange& change);
     [[nodiscard]] std::string trash(const FileChange& change);
 
@@ -67,7 +81,13 @@ void applyToDatabase(const Database& database, const FileChange& change);
 /// Removes what a change needed: its content, if that is the library's own, and after a revert the original.
 void removeContent(const LibraryStore& store, const FileChange& change, bool isDone);
 
-/// Plays what an earlier program left in the journal, and removes what it was making.
+/// How far a change had come that is found in the journal; moot where another file is at its place by now, or none.
+enum class Replay : std::uint8_t { begin, done, moot };
+[[nodiscard]] Replay replayOf(const FileChange& change);
+
+/// Plays what programs left in the journal that were killed. Throws DatabaseError.
+void playJournal(LibraryStore& store);
+/// The same, and removes what they were making.
 void recover(LibraryStore& store);
 
 /// Copies a file atomically; "" or what went wrong. Times and mode come from the source.
@@ -75,11 +95,11 @@ void recover(LibraryStore& store);
 /// The same for a new file that nobody writes to: a second name of it where the file system can.
 [[nodiscard]] std::string holdFile(const std::string& from, const std::string& to);
 
+/// "name.jpg", else "name 2.jpg", "name 3.jpg", ... in the folder, which is not there and not planned by `changes`.
+[[nodiscard]] std::string freePath(const std::string& folder, const std::string& name,
+                                   const std::vector<FileChange>& changes);
+
 /// The folder that holds the path, and the path below it; 0 when none does.
-struct FolderPath {
-    std::int64_t folder = 0;
-    std::string path;
-};
-[[nodiscard]] FolderPath folderOf(const Database& database, const std::string& path);
+[[nodiscard]] FilePlace folderOf(const Database& database, const std::string& path);
 
 }  // namespace tessaly::photos

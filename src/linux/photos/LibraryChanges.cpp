@@ -11,6 +11,7 @@
 #include "linux/foundation/AtomicFile.h"
 #include "linux/photos/AssetRows.h"
 #include "linux/photos/FileChanges.h"
+#include "linux/photos/Originals.h"
 #include "platform/Foundation/Log.h"
 #include "platform/Foundation/NSFileManager.h"
 
@@ -37,33 +38,29 @@ std::int64_t albumId(const Database& database, const std::string& identifier) {
     return *id;
 }
 
-/// "name.jpg", else "name 2.jpg", "name 3.jpg", ... in the folder.
-std::string freePath(const std::string& folder, const std::string& name, const std::vector<FileChange>& planned) {
-    const fs::path wanted(name);
-    for (int number = 1;; ++number) {
-        const std::string suffix = number == 1 ? std::string() : " " + std::to_string(number);
-        const std::string path = folder + "/" + wanted.stem().string() + suffix + wanted.extension().string();
-        const bool isPlanned =
-            std::ranges::any_of(planned, [&](const FileChange& change) { return change.result == path; });
-        if (!isPlanned && !NSFileManager::fileExistsAtPath(path)) return path;
-    }
-}
-
-/// The user's file behind an asset.
-struct OwnFile {
-    std::string path;
-    bool isRemote = false;
-};
-
-std::vector<OwnFile> filesOf(const Database& database, const std::string& identifier) {
-    Statement rows = database.prepare(
-        "SELECT folders.path || '/' || files.path, base_url IS NOT NULL FROM files JOIN folders ON folders.id = folder "
-        "JOIN assets ON assets.id = asset WHERE local_identifier = ? ORDER BY type");
-    rows.bind(identifier);
-    std::vector<OwnFile> files;
-    while (rows.step()) files.push_back({rows.text(0), rows.integer(1) != 0});
+std::vector<KnownFile> knownFiles(const Database& database, const std::string& identifier) {
+    auto files = filesOf(database, identifier);
     if (files.empty()) throw ChangeError("there is no such photo: " + identifier);
     return files;
+}
+
+/// Nobody's photo is changed for another's.
+void demand(const KnownFile& file) {
+    if (const std::string why = checkFile(file); !why.empty()) throw ChangeError(why);
+}
+
+/// What is kept of an edited photo.
+struct Edit {
+    std::string original;
+    std::string digest;  ///< Of the edited file as the library wrote it.
+};
+
+std::optional<Edit> editOf(const Database& database, const std::string& identifier) {
+    Statement row = database.prepare(
+        "SELECT original, COALESCE(digest, '') FROM edits JOIN assets ON assets.id = asset WHERE local_identifier = ?");
+    row.bind(identifier);
+    if (!row.step()) return std::nullopt;
+    return Edit{row.text(0), row.text(1)};
 }
 
 bool isPhotoOrVideo(const std::string& path) {
@@ -94,7 +91,7 @@ public:
         // A hidden file would not be found again.
         if (name.empty() || name.starts_with('.')) name = "photo" + (name.empty() ? std::string(".jpg") : name);
         file.result = freePath(*folder, name, plan_.files);
-        file.content = store_.pendingFolder() + "/" + newIdentifier({}) + fs::path(name).extension().string();
+        file.content = store_.newPendingName(fs::path(name).extension().string());
         const std::string why =
             wish.data ? writeDataAtomically(wish.data, file.content) : copyFile(wish.file.path(), file.content, false);
         if (!why.empty()) throw ChangeError(why);
@@ -107,7 +104,7 @@ public:
     }
 
     void operator()(const change::EditAsset& wish) {
-        const OwnFile own = editable(wish.identifier);
+        const KnownFile own = editable(wish.identifier);
         FileChange file;
         file.kind = FileChange::Kind::edit;
         file.asset = wish.identifier;
@@ -117,28 +114,30 @@ public:
         if (!NSFileManager::fileExistsAtPath(file.content)) throw ChangeError("the editor has not written its result");
         if (!isPhotoOrVideo(file.content)) throw ChangeError("the editor's result is not a photo or video");
         file.result = resultPath(own.path, file.content);
-        const auto kept = database_.text(
-            "SELECT original FROM edits JOIN assets ON assets.id = asset WHERE local_identifier = ?", wish.identifier);
-        file.original = kept ? *kept : originalPath(wish.identifier, own.path);
+        const auto edit = editOf(database_, wish.identifier);
+        file.original = edit ? ownOriginal(store_, edit->original) : originalPath(wish.identifier, own.path);
+        if (edit && !NSFileManager::fileExistsAtPath(file.original))
+            throw ChangeError(own.path + ": its kept original is missing: " + file.original);
+        if (edit) file.own = edit->digest;
         plan_.files.push_back(std::move(file));
     }
 
     void operator()(const change::RevertAsset& wish) {
-        const OwnFile own = editable(wish.identifier);
-        const auto original = database_.text(
-            "SELECT original FROM edits JOIN assets ON assets.id = asset WHERE local_identifier = ?", wish.identifier);
-        if (!original) throw ChangeError(own.path + ": was not edited");
+        const KnownFile own = editable(wish.identifier);
+        const auto edit = editOf(database_, wish.identifier);
+        if (!edit) throw ChangeError(own.path + ": was not edited");
         FileChange file;
         file.kind = FileChange::Kind::revert;
         file.asset = wish.identifier;
         file.current = own.path;
-        file.original = *original;
-        const fs::path name = fs::path(*original).filename();
+        file.original = ownOriginal(store_, edit->original);
+        file.own = edit->digest;
+        const fs::path name = fs::path(file.original).filename();
         file.result = name.extension() == fs::path(own.path).extension()
                           ? own.path
                           : freePath(fs::path(own.path).parent_path().string(), name.string(), plan_.files);
-        file.content = store_.pendingFolder() + "/" + newIdentifier({}) + name.extension().string();
-        if (const std::string why = holdFile(*original, file.content); !why.empty()) throw ChangeError(why);
+        file.content = store_.newPendingName(name.extension().string());
+        if (const std::string why = holdFile(file.original, file.content); !why.empty()) throw ChangeError(why);
         plan_.files.push_back(std::move(file));
     }
 
@@ -149,17 +148,15 @@ public:
 
     void operator()(const change::DeleteAssets& wish) {
         for (const std::string& identifier : wish.identifiers) {
-            for (const OwnFile& own : filesOf(database_, identifier)) {
+            for (const KnownFile& own : knownFiles(database_, identifier)) {
                 if (isPlanned(identifier, FileChange::Kind::trash))
                     throw ChangeError(own.path + ": is changed and deleted at once");
                 if (own.isRemote)
                     throw ChangeError(own.path + ": its original is on a server, and cannot be deleted from here");
+                demand(own);
                 trash(identifier, own.path);
             }
-            if (const auto original = database_.text(
-                    "SELECT original FROM edits JOIN assets ON assets.id = asset WHERE local_identifier = ?",
-                    identifier))
-                trash(identifier, *original);
+            if (const auto edit = editOf(database_, identifier)) trash(identifier, ownOriginal(store_, edit->original));
         }
     }
 
@@ -215,10 +212,11 @@ private:
         }
     }
 
-    OwnFile editable(const std::string& identifier) {
-        const OwnFile own = filesOf(database_, identifier).front();
+    KnownFile editable(const std::string& identifier) {
+        KnownFile own = knownFiles(database_, identifier).front();
         if (own.isRemote) throw ChangeError(own.path + ": its original is on a server, and cannot be edited from here");
         if (isPlanned(identifier)) throw ChangeError(own.path + ": is changed twice at once");
+        demand(own);
         return own;
     }
 

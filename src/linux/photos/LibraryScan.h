@@ -14,18 +14,22 @@ struct ScanResult {
     std::size_t changed = 0;
     std::size_t moved = 0;
     std::size_t removed = 0;
+    std::size_t away = 0;      ///< Since this scan, with their folders.
+    std::size_t returned = 0;  ///< Back from where they were away, or gone and remembered.
     struct Problem {
         std::string path;
         std::string why;
     };
     std::vector<Problem> problems;
 
-    [[nodiscard]] bool changedAnything() const noexcept { return added + changed + moved + removed > 0; }
+    [[nodiscard]] bool changedAnything() const noexcept {
+        return added + changed + moved + removed + away + returned > 0;
+    }
 };
 
-/// Brings the library up to what is in its folders: reads what is new or changed by size and time, follows what
-/// was moved, forgets what is gone, and joins live photos with their videos. Memory does not grow with the number of
-/// files. A folder that is missing or suddenly empty, as an unmounted disk is, keeps its rows.
+/// Brings the library up to what is in its folders: reads what is new or changed, follows what was moved, swapped or
+/// replaced, takes leave of what is gone, and joins live photos with their videos. Memory does not grow with the number
+/// of files. What was in a folder that is missing or suddenly empty, as one of an unmounted disk is, is away.
 /// @param progress  gets the number of files read so far; false stops early, and what was done so far is kept.
 [[nodiscard]] ScanResult scanLibrary(LibraryStore& store, const std::function<bool(std::size_t read)>& progress);
 

@@ -2,12 +2,14 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
 
+#include "linux/photos/AssetRows.h"
 #include "platform/Foundation/Log.h"
 
 namespace tessaly::photos {
@@ -74,6 +76,45 @@ bool FileLock::makeExclusive() { return ::flock(file_, LOCK_EX | LOCK_NB) == 0; 
 void FileLock::makeShared() {
     while (::flock(file_, LOCK_SH) != 0 && errno == EINTR) {
     }
+}
+
+OwnedFolder::OwnedFolder(const std::string& parent) {
+    // Between the making and the lock another program may take the folder for abandoned: then once more.
+    constexpr int kTries = 100;
+    for (int i = 0; i < kTries; ++i) {
+        path_ = parent + "/" + newIdentifier({});
+        if (::mkdir(path_.c_str(), 0700) != 0) break;
+        file_ = ::open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        if (file_ < 0) continue;
+        static_cast<void>(::flock(file_, LOCK_EX | LOCK_NB));
+        struct stat status {};
+        if (::stat(path_.c_str(), &status) == 0) return;
+        ::close(file_);
+        file_ = -1;
+    }
+    throw DatabaseError(path_ + ": " + std::strerror(errno));
+}
+
+OwnedFolder::~OwnedFolder() {
+    ::rmdir(path_.c_str());
+    if (file_ >= 0) ::close(file_);
+}
+
+std::optional<FileLock> OwnedFolder::takeAbandoned(const std::string& folder) {
+    const int file = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (file < 0) return std::nullopt;
+    if (::flock(file, LOCK_EX | LOCK_NB) == 0) return FileLock(file);
+    ::close(file);
+    return std::nullopt;
+}
+
+std::string LibraryStore::newPendingName(std::string_view extension) const {
+    const std::lock_guard lock(pending_);
+    std::error_code ignored;
+    // Whoever clears folders by hand does not keep the program from its work.
+    if (ownPending_ && !std::filesystem::exists(ownPending_->path(), ignored)) ownPending_.reset();
+    if (!ownPending_) ownPending_.emplace(pendingFolder());
+    return ownPending_->path() + "/" + newIdentifier({}).append(extension);
 }
 
 LibraryStore::LibraryStore(std::string folder)

@@ -1,7 +1,9 @@
 #pragma once
 #include <cstdint>
 #include <mutex>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "linux/photos/Database.h"
@@ -27,7 +29,31 @@ public:
     void makeShared();
 
 private:
+    friend class OwnedFolder;
+    explicit FileLock(int file) : file_(file) {}
     int file_;
+};
+
+/// A folder that belongs to the program that made it, as long as that lives: it holds a lock on the folder itself.
+class OwnedFolder {
+public:
+    /// Makes a new folder in `parent`. Throws DatabaseError.
+    explicit OwnedFolder(const std::string& parent);
+    OwnedFolder(OwnedFolder&&) = delete;
+    OwnedFolder& operator=(OwnedFolder&&) = delete;
+    OwnedFolder(const OwnedFolder&) = delete;
+    OwnedFolder& operator=(const OwnedFolder&) = delete;
+    /// Removes the folder if it is empty.
+    ~OwnedFolder();
+    [[nodiscard]] const std::string& path() const noexcept { return path_; }
+
+    /// The lock of a folder whose program is gone, held while it is cleared; nullopt while somebody owns it, or where
+    /// the file system knows no locks.
+    [[nodiscard]] static std::optional<FileLock> takeAbandoned(const std::string& folder);
+
+private:
+    std::string path_;
+    int file_ = -1;
 };
 
 /// The library's own files: its database, the unedited files of edited assets, and what is being made.
@@ -39,6 +65,9 @@ public:
     [[nodiscard]] const std::string& folder() const noexcept { return folder_; }
     [[nodiscard]] std::string originalsFolder() const { return folder_ + "/originals"; }
     [[nodiscard]] std::string pendingFolder() const { return folder_ + "/pending"; }
+    /// A name for something that is being made or fetched, in a folder below `pendingFolder` that is this program's
+    /// own: it goes with the program, and whoever finds it without its program may remove it.
+    [[nodiscard]] std::string newPendingName(std::string_view extension = {}) const;
     [[nodiscard]] std::string renditionsFolder() const { return folder_ + "/renditions"; }
 
     /// Whoever changes files and rows together holds this, so that no other program sees the one without the other.
@@ -67,6 +96,8 @@ public:
 private:
     std::string folder_;
     FileLock presence_;
+    mutable std::mutex pending_;
+    mutable std::optional<OwnedFolder> ownPending_;  ///< Made when something is first put into it.
     std::mutex writing_;
     mutable std::mutex reading_;
     Database writer_;

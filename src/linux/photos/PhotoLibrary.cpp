@@ -391,7 +391,7 @@ PHAssetRef PhotoLibrary::assetAtPath(const std::string& path) const {
         std::optional<std::string> identifier;
         static_cast<void>(guarded([&] {
             identifier = store_->read([&](const Database& database) {
-                const FolderPath place = folderOf(database, file);
+                const FilePlace place = folderOf(database, file);
                 return database.text(
                     "SELECT local_identifier FROM assets JOIN files ON files.asset = assets.id WHERE folder = ? AND "
                     "path = ?",
@@ -406,7 +406,14 @@ PHAssetRef PhotoLibrary::assetAtPath(const std::string& path) const {
 
 std::string PhotoLibrary::newPendingFile(const std::string& extension) const {
     const std::string dot = extension.empty() || extension.starts_with('.') ? "" : ".";
-    return store_->pendingFolder() + "/" + newIdentifier({}) + dot + extension;
+    std::string path;
+    if (const std::string why = guarded([&] {
+            path = store_->newPendingName(dot + extension);
+            return std::string();
+        });
+        !why.empty())
+        log("library: %@", why);
+    return path;
 }
 
 std::string PhotoLibrary::perform(const std::vector<PHChange>& changes) {

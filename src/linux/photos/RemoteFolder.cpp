@@ -7,7 +7,6 @@
 #include <filesystem>
 #include <vector>
 
-#include "linux/photos/AssetRows.h"
 #include "linux/photos/Renditions.h"
 #include "linux/photos/WebDav.h"
 #include "linux/remote/Download.h"
@@ -67,7 +66,7 @@ public:
                 why = list(path);
             } else if (entry.size > 0) {
                 if (++files_ > kFileLimit) return "The server lists files without end";
-                visit_({path, entry.size, entry.changed});
+                visit_({path, entry.size, entry.changed, entry.etag});
             }
         }
         above_.pop_back();
@@ -179,10 +178,9 @@ std::string fetchRemoteFile(const std::string& baseURL, const std::string& path,
 }
 
 RemoteReading readRemoteFile(const std::string& baseURL, const std::string& path, const FileStamp& stamp,
-                             const std::string& folder) {
+                             const std::string& own) {
     RemoteReading reading;
     // Under its own name, and its folder's: some photos are known by them.
-    const std::string own = folder + "/" + newIdentifier({});
     const std::string local = own + "/" + path;
     reading.fault = makeFolderOf(local);
     if (reading.fault.empty()) {
@@ -192,6 +190,7 @@ RemoteReading readRemoteFile(const std::string& baseURL, const std::string& path
             reading.isServerAway = fault.kind == Kind::unreachable || fault.kind == Kind::insecure;
         } else {
             reading.facts = AssetFacts::read(local, stamp);
+            reading.prints = Prints::of(local, stamp.size);
             reading.rendition = makeRendition(local, reading.facts->mediaType);
         }
     }

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "linux/photos/AssetFacts.h"
+#include "linux/photos/Digest.h"
 #include "platform/Foundation/Value.h"
 
 /// Folders of photos on a server.
@@ -13,6 +14,7 @@ struct RemoteFile {
     std::string path;  ///< Below the folder, plain text.
     std::uint64_t size = 0;
     std::int64_t changed = 0;  ///< Nanoseconds since 1970.
+    std::string etag;          ///< As the server tells it, else "".
 };
 
 /// Lists the folder and those in it by WebDAV or, where the server does not have that, by the JSON index that web
@@ -24,14 +26,16 @@ struct RemoteFile {
 /// What was read of a file there.
 struct RemoteReading {
     std::optional<AssetFacts> facts;  ///< nullopt with what went wrong in `fault`.
-    Data rendition;                   ///< A small picture of it; null where there is none to be had.
+    Prints prints;
+    Data rendition;  ///< A small picture of it; null where there is none to be had.
     std::string fault;
     bool isServerAway = false;  ///< It is no use to ask for another file.
 };
 
-/// Reads what the library keeps of a file there. The file is fetched into `folder` for it, and removed again.
+/// Reads what the library keeps of a file there. The file is fetched into the new folder `own` for it, which is
+/// removed again.
 [[nodiscard]] RemoteReading readRemoteFile(const std::string& baseURL, const std::string& path, const FileStamp& stamp,
-                                           const std::string& folder);
+                                           const std::string& own);
 
 /// Fetches the file whole into `target`, which gets the size and the time of `stamp`: whoever changes it there leaves
 /// another time. "" or what went wrong.

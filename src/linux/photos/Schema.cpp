@@ -96,6 +96,7 @@ DROP INDEX assets_by_creation;
 DROP INDEX assets_by_modification;
 CREATE INDEX assets_by_creation ON assets (created, modified, id) WHERE presence < 2;
 CREATE INDEX assets_by_modification ON assets (modified, created, id) WHERE presence < 2;
+CREATE INDEX assets_elsewhere ON assets (presence) WHERE presence > 0;
 -- By which a file is known again. 0, '' and NULL where it is not known.
 ALTER TABLE files ADD COLUMN device INTEGER NOT NULL DEFAULT 0;
 ALTER TABLE files ADD COLUMN born INTEGER NOT NULL DEFAULT 0;   -- Nanoseconds since 1970; an inode is used again.
@@ -121,14 +122,12 @@ CREATE TABLE gone_files (
     embedded_at INTEGER
 );
 CREATE INDEX gone_files_by_asset ON gone_files (asset);
-CREATE INDEX gone_files_by_size ON gone_files (size);
 -- What the library itself wrote: whatever else is at the place of an edited photo is not the library's to throw away.
 ALTER TABLE edits ADD COLUMN digest TEXT;
 ALTER TABLE edits ADD COLUMN original_print TEXT;   -- By which a copy of the unedited file is known.
 -- What is replaced, and what takes its place, by digest: who plays the journal touches no other file.
 ALTER TABLE journal ADD COLUMN before TEXT NOT NULL DEFAULT '';
 ALTER TABLE journal ADD COLUMN after TEXT NOT NULL DEFAULT '';
-ALTER TABLE journal ADD COLUMN discards INTEGER NOT NULL DEFAULT 0;   -- What is replaced is the library's own.
 )sql",
 };
 

@@ -147,6 +147,7 @@ void readProperties(const XmlTree::Element& response, RemoteEntry& entry) {
         }
         if (const auto changed = childNamed(properties, "getlastmodified"))
             entry.changed = timeOfHttpDate(textOf(changed));
+        if (const auto tag = childNamed(properties, "getetag")) entry.etag = textOf(tag);
     }
 }
 
@@ -154,7 +155,8 @@ void readProperties(const XmlTree::Element& response, RemoteEntry& entry) {
 
 std::string_view propertyRequest() {
     return "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
-           "<propfind xmlns=\"DAV:\"><prop><resourcetype/><getcontentlength/><getlastmodified/></prop></propfind>\n";
+           "<propfind "
+           "xmlns=\"DAV:\"><prop><resourcetype/><getcontentlength/><getlastmodified/><getetag/></prop></propfind>\n";
 }
 
 std::optional<std::string> readMultistatus(std::string_view text, std::string_view url,

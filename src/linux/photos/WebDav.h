@@ -14,6 +14,7 @@ struct RemoteEntry {
     bool isFolder = false;
     std::uint64_t size = 0;
     std::int64_t changed = 0;  ///< Nanoseconds since 1970, 0 where the server does not tell.
+    std::string etag;          ///< Of the content (RFC 9110, 8.8.3), "" where the server does not tell.
     friend bool operator==(const RemoteEntry&, const RemoteEntry&) = default;
 };
 

@@ -1,0 +1,200 @@
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "linux/foundation/AtomicFile.h"
+#include "linux/photos/AssetRows.h"
+#include "linux/photos/Digest.h"
+#include "linux/photos/FileChanges.h"
+#include "platform/Foundation/Log.h"
+
+// What a program that was killed has left is finished, and swept.
+namespace tessaly::photos {
+namespace {
+
+namespace fs = std::filesystem;
+
+bool exists(const std::string& path) {
+    std::error_code ignored;
+    return fs::exists(path, ignored);
+}
+
+bool hasAsset(const LibraryStore& store, const std::string& identifier) {
+    return store.read([&](const Database& database) {
+        return database.integer("SELECT 1 FROM assets WHERE local_identifier = ?", identifier).has_value();
+    });
+}
+
+struct JournalEntry {
+    std::int64_t number = 0;
+    FileChange change;
+};
+
+std::vector<JournalEntry> journalOf(const LibraryStore& store) {
+    return store.read([](const Database& database) {
+        std::vector<JournalEntry> entries;
+        Statement rows = database.prepare(
+            "SELECT change, kind, asset, current, result, content, original, format_identifier, format_version, data, "
+            "before, after, COALESCE((SELECT digest FROM edits JOIN assets ON assets.id = edits.asset WHERE "
+            "local_identifier = journal.asset), '') FROM journal ORDER BY id");
+        while (rows.step())
+            entries.push_back({rows.integer(0),
+                               {static_cast<FileChange::Kind>(rows.integer(1)),
+                                rows.text(2),
+                                rows.text(3),
+                                rows.text(4),
+                                rows.text(5),
+                                rows.text(6),
+                                {rows.text(7), rows.text(8), rows.data(9)},
+                                rows.text(10),
+                                rows.text(11),
+                                rows.text(12)}});
+        return entries;
+    });
+}
+
+/// Whether the change is not played on: somebody has removed or replaced the file since, or forgotten its asset. The
+/// bytes it would have replaced are where they were, an original that was kept for it stays among the originals.
+bool isMoot(const LibraryStore& store, const std::vector<FileChange>& all, const FileChange& change) {
+    // A deletion that had not begun is not played on: the person can ask again, a file that is gone cannot.
+    if (change.kind == FileChange::Kind::trash && replayOf(change) != Replay::done)
+        return replayOf(change) == Replay::moot || std::ranges::all_of(all, [&](const FileChange& other) {
+                   return other.kind != FileChange::Kind::trash || other.asset != change.asset || exists(other.current);
+               });
+    if (change.kind != FileChange::Kind::create && !hasAsset(store, change.asset)) return true;
+    return replayOf(change) == Replay::moot;
+}
+
+/// Plays one change of the journal, all of it. What cannot be finished now, for want of space or of the disk, waits for
+/// a later open.
+void play(LibraryStore& store, std::int64_t number, const std::vector<FileChange>& all) {
+    const bool isGivenUp = std::ranges::any_of(all, [](const FileChange& change) {
+        return change.kind != FileChange::Kind::trash && !exists(change.content);
+    });
+    std::vector<FileChange> changes = all;
+    // A new photo finds another name.
+    for (FileChange& change : changes)
+        if (change.kind == FileChange::Kind::create && replayOf(change) == Replay::moot) {
+            const fs::path wanted(change.result);
+            change.result = freePath(wanted.parent_path().string(), wanted.filename().string(), changes);
+        }
+    std::erase_if(changes, [&](const FileChange& change) {
+        return isMoot(store, all, change) || (isGivenUp && change.kind != FileChange::Kind::trash);
+    });
+    FileChangeRun files(store, true);
+    if (const std::string why = files.run(changes); !why.empty()) return log("library: %@", why);
+    store.write([&](const Database& database) {
+        Transaction transaction(database);
+        for (const FileChange& change : changes) applyToDatabase(database, change);
+        database.run("DELETE FROM journal WHERE change = ?", number);
+        transaction.commit();
+    });
+    files.finish();
+    for (const FileChange& change : changes) removeContent(store, change, true);
+    for (const FileChange& change : all)
+        for (const std::string& path : {change.current, change.result})
+            if (!path.empty()) removeAbandonedFiles(fs::path(path).parent_path().string());
+}
+
+}  // namespace
+
+void playJournal(LibraryStore& store) {
+    if (journalOf(store).empty()) return;
+    // Another program may be at it, which is then not killed, but merely not ready.
+    const FileLock lock = store.lockFiles();
+    const std::vector<JournalEntry> entries = journalOf(store);
+    for (auto entry = entries.begin(); entry != entries.end();) {
+        const std::int64_t number = entry->number;
+        std::vector<FileChange> changes;
+        for (; entry != entries.end() && entry->number == number; ++entry) changes.push_back(entry->change);
+        play(store, number, changes);
+    }
+}
+
+namespace {
+
+/// Names below the library's folder: it may have been opened by another path at that time.
+std::vector<std::string> namedFiles(const LibraryStore& store) {
+    return store.read([](const Database& database) {
+        std::vector<std::string> names;
+        Statement rows = database.prepare("SELECT original FROM edits UNION SELECT original FROM journal");
+        while (rows.step()) {
+            const fs::path path(rows.text(0));
+            names.push_back((path.parent_path().filename() / path.filename()).string());
+        }
+        rows = database.prepare("SELECT content FROM journal");
+        while (rows.step()) names.push_back(fs::path(rows.text(0)).filename().string());
+        return names;
+    });
+}
+
+std::vector<fs::path> entriesOf(const fs::path& folder) {
+    std::vector<fs::path> entries;
+    std::error_code error;
+    for (fs::directory_iterator entry(folder, error); !error && entry != fs::directory_iterator();
+         entry.increment(error))
+        entries.push_back(entry->path());
+    return entries;
+}
+
+bool isNamed(const std::vector<std::string>& named, const std::string& name) {
+    return std::ranges::find(named, name) != named.end();
+}
+
+/// What editors, downloads and changes of programs that were killed have left in their folders.
+void sweepPending(const LibraryStore& store) {
+    for (const fs::path& folder : entriesOf(store.pendingFolder())) {
+        std::error_code ignored;
+        if (!fs::is_directory(folder, ignored)) continue;
+        const auto lock = OwnedFolder::takeAbandoned(folder.string());
+        if (!lock) continue;
+        // Only now nobody can name any more of it.
+        const std::vector<std::string> named = namedFiles(store);
+        for (const fs::path& file : entriesOf(folder))
+            if (!isNamed(named, file.filename().string())) fs::remove_all(file, ignored);
+        ::rmdir(folder.c_str());
+    }
+}
+
+/// The digests of an asset's files as they are now.
+std::vector<std::string> currentDigests(const LibraryStore& store, const std::string& identifier) {
+    const auto files = store.read([&](const Database& database) { return filesOf(database, identifier); });
+    std::vector<std::string> digests;
+    for (const KnownFile& file : files) digests.push_back(digestOf(file.path));
+    return digests;
+}
+
+/// An original that no edit names goes only where its photo is there with the very same bytes, and so was reverted. All
+/// others stay until a person discards them. Files beside the programs' folders are of an earlier version.
+void sweepWhenAlone(const LibraryStore& store) {
+    const std::vector<std::string> named = namedFiles(store);
+    std::error_code ignored;
+    for (const fs::path& file : entriesOf(store.pendingFolder()))
+        if (!fs::is_directory(file, ignored) && !isNamed(named, file.filename().string())) fs::remove(file, ignored);
+    constexpr std::size_t kIdentifierLength = 36;
+    for (const fs::path& folder : entriesOf(store.originalsFolder())) {
+        const std::string name = folder.filename().string();
+        for (const fs::path& file : entriesOf(folder)) {
+            if (isNamed(named, name + "/" + file.filename().string())) continue;
+            const auto digests = currentDigests(store, name.substr(0, kIdentifierLength).append(kAssetSuffix));
+            if (std::ranges::find(digests, digestOf(file.string())) != digests.end()) fs::remove(file, ignored);
+        }
+        ::rmdir(folder.c_str());
+    }
+}
+
+}  // namespace
+
+void recover(LibraryStore& store) {
+    try {
+        playJournal(store);
+        sweepPending(store);
+        store.whenAlone([&] { sweepWhenAlone(store); });
+    } catch (const DatabaseError& error) {
+        // A library on a full disk can still be looked at.
+        log("library: %@", error.what());
+    }
+}
+
+}  // namespace tessaly::photos

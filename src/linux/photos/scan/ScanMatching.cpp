@@ -1,0 +1,289 @@
+#include <array>
+#include <filesystem>
+
+#include "linux/photos/AssetRows.h"
+#include "linux/photos/scan/ScanParts.h"
+#include "platform/Photos/PHAssetResource.h"
+
+namespace tessaly::photos {
+namespace {
+
+/// One answer to "which known file is this?", the surest first. Each pairs what earlier ones have left; where several
+/// pairs are possible, order decides: a file stays where it is rather than move, and the older row comes first.
+struct Rule {
+    const char* name;
+    const char* condition;  ///< Of known `k` and loose `s`.
+};
+
+/// A program that saves a copy of the old file beside the new one ("a.jpg_original", "a.jpg~") has not moved the photo.
+constexpr std::string_view kIsNoBackup =
+    "NOT (k.folder = s.folder AND k.path <> s.path AND substr(s.path, 1, length(k.path)) = k.path AND EXISTS (SELECT 1 "
+    "FROM seen WHERE seen.folder = k.folder AND seen.path = k.path))";
+
+constexpr std::array kRules{
+    Rule{"the same place and marks",
+         "k.folder = s.folder AND k.path = s.path AND k.size = s.size AND k.changed = "
+         "s.changed AND k.inode = s.inode AND k.born = s.born AND k.etag = s.etag"},
+    Rule{"the same file",
+         "k.inode <> 0 AND k.inode = s.inode AND k.device = s.device AND k.born <> 0 AND k.born = "
+         "s.born"},
+    Rule{"the same content", "k.print = s.print AND k.size = s.size"},
+    Rule{"the same beginning, all that an earlier version noted",
+         "k.head = s.head AND k.head <> 0 AND k.size = s.size AND k.print IS NULL"},
+    // What a server tells may be the same of several files: then it tells nothing.
+    Rule{"the same tag of a server",
+         "k.remote AND k.folder = s.folder AND k.etag <> '' AND k.etag = s.etag AND k.size = s.size AND 1 = (SELECT "
+         "COUNT(*) FROM known AS o WHERE o.etag = k.etag AND o.folder = k.folder) AND 1 = (SELECT COUNT(*) FROM loose "
+         "AS o WHERE o.etag = s.etag AND o.folder = s.folder)"},
+    Rule{
+        "the same size and time on a server",
+        "k.remote AND k.folder = s.folder AND k.size = s.size AND k.changed = s.changed AND k.changed <> 0 AND (k.etag "
+        "= '' OR s.etag = '') AND 1 = (SELECT COUNT(*) FROM known AS o WHERE o.size = k.size AND o.changed = k.changed "
+        "AND o.folder = k.folder) AND 1 = (SELECT COUNT(*) FROM loose AS o WHERE o.size = s.size AND o.changed = "
+        "s.changed AND o.folder = s.folder)"},
+};
+
+/// What was fetched from a server goes along. Where that fails it is fetched again.
+void moveCopy(const Database& database, const FilePlace& from, const FilePlace& to) {
+    Statement row = database.prepare("SELECT path FROM folders WHERE id = ? AND base_url IS NOT NULL");
+    row.bind(from.folder);
+    if (from.folder != to.folder || from.path == to.path || !row.step()) return;
+    const std::filesystem::path old(row.text(0) + "/" + from.path);
+    const std::filesystem::path target(row.text(0) + "/" + to.path);
+    std::error_code ignored;
+    if (!std::filesystem::exists(old, ignored)) return;
+    std::filesystem::create_directories(target.parent_path(), ignored);
+    // A second name first: what is at the target stays.
+    std::filesystem::create_hard_link(old, target, ignored);
+    if (!ignored) std::filesystem::remove(old, ignored);
+}
+
+class Matching {
+public:
+    Matching(const Database& database, ScanResult& result) : database_(database), result_(result) {}
+
+    void run() {
+        makeTables();
+        refreshMarks();
+        if (!gatherKnown()) return;
+        gatherLoose();
+        for (const Rule& rule : kRules) pair(rule);
+        follow();
+    }
+
+private:
+    void makeTables() const {
+        database_.execute(
+            "CREATE TEMP TABLE IF NOT EXISTS known (id INTEGER PRIMARY KEY, folder INTEGER, path TEXT, size INTEGER, "
+            "changed INTEGER, inode INTEGER, device INTEGER, born INTEGER, etag TEXT, head INTEGER, print TEXT, remote "
+            "INTEGER); "
+            "CREATE INDEX IF NOT EXISTS temp.known_by_size ON known (size, changed); "
+            "CREATE INDEX IF NOT EXISTS temp.known_by_print ON known (print); "
+            "CREATE INDEX IF NOT EXISTS temp.known_by_head ON known (head); "
+            "CREATE INDEX IF NOT EXISTS temp.known_by_etag ON known (etag) WHERE etag <> ''; "
+            "CREATE INDEX IF NOT EXISTS temp.known_by_inode ON known (inode); "
+            "CREATE INDEX IF NOT EXISTS temp.known_by_path ON known (folder, path); "
+            "CREATE TEMP TABLE IF NOT EXISTS loose (id INTEGER PRIMARY KEY, folder INTEGER, path TEXT, size INTEGER, "
+            "changed INTEGER, inode INTEGER, device INTEGER, born INTEGER, etag TEXT, head INTEGER, print TEXT); "
+            "CREATE INDEX IF NOT EXISTS temp.loose_by_size ON loose (size, changed); "
+            "CREATE INDEX IF NOT EXISTS temp.loose_by_etag ON loose (etag); "
+            "CREATE TEMP TABLE IF NOT EXISTS matches (known INTEGER PRIMARY KEY, loose INTEGER UNIQUE); "
+            "DELETE FROM known; DELETE FROM loose; DELETE FROM matches");
+    }
+
+    /// The device of a disk is another one each time; a library of an earlier version knew less.
+    void refreshMarks() const {
+        database_.run(
+            "UPDATE files AS f SET inode = s.inode, device = s.device, born = s.born, etag = s.etag FROM seen AS s "
+            "WHERE "
+            "s.folder = f.folder AND s.path = f.path AND (f.device <> s.device OR f.born <> s.born OR f.etag <> "
+            "s.etag) "
+            "AND " +
+            std::string(kIsSettled));
+    }
+
+    /// The files that are not what was seen at their place. @return false when there are none.
+    bool gatherKnown() const {
+        database_.run(
+            "INSERT INTO known SELECT f.id, f.folder, f.path, f.size, f.changed, f.inode, f.device, f.born, f.etag, "
+            "f.head, f.print, base_url IS NOT NULL FROM files AS f JOIN folders ON folders.id = f.folder LEFT JOIN "
+            "seen "
+            "AS s ON s.folder = f.folder AND s.path = f.path WHERE f.asset IS NOT NULL AND f.changed >= 0 AND (s.path "
+            "IS NULL OR NOT " +
+            std::string(kIsSettled) + ")");
+        // Not seen, but there: it stays what it is.
+        Statement unseen = database_.prepare(
+            "SELECT k.id, folders.path || '/' || k.path FROM known AS k JOIN folders ON folders.id = k.folder WHERE "
+            "NOT "
+            "k.remote AND NOT EXISTS (SELECT 1 FROM seen WHERE seen.folder = k.folder AND seen.path = k.path)");
+        std::vector<std::int64_t> there;
+        while (unseen.step())
+            if (!isGone(unseen.text(1))) there.push_back(unseen.integer(0));
+        unseen.reset();
+        for (const std::int64_t id : there) database_.run("DELETE FROM known WHERE id = ?", id);
+        database_.run(
+            "INSERT INTO known SELECT -id, COALESCE(folder, 0), '', size, changed, inode, device, born, etag, head, "
+            "print, (SELECT base_url IS NOT NULL FROM folders WHERE folders.id = folder) FROM gone_files WHERE type <> "
+            "?",
+            PHAssetResourceTypePairedVideo);
+        return database_.integer("SELECT 1 FROM known LIMIT 1").has_value();
+    }
+
+    /// The files that may be one of those. Another program may have changed them after the walk.
+    void gatherLoose() const {
+        database_.run(
+            "INSERT INTO loose SELECT NULL, s.folder, s.path, s.size, s.changed, s.inode, s.device, s.born, s.etag, 0, "
+            "NULL FROM seen AS s LEFT JOIN files AS f ON f.folder = s.folder AND f.path = s.path WHERE (f.id IS NULL "
+            "OR "
+            "NOT " +
+            std::string(kIsSettled) +
+            ") AND (s.size IN (SELECT size FROM known) OR (s.inode <> 0 AND s.inode IN (SELECT inode FROM known)) OR "
+            "EXISTS (SELECT 1 FROM known WHERE known.folder = s.folder AND known.path = s.path))");
+        Statement rows = database_.prepare(
+            "SELECT loose.id, loose.folder, loose.path, folders.path || '/' || loose.path FROM loose JOIN folders ON "
+            "folders.id = loose.folder WHERE base_url IS NULL");
+        Statement update = database_.prepare(
+            "UPDATE loose SET size = ?, changed = ?, inode = ?, device = ?, born = ?, head = ?, print = ? WHERE id = "
+            "?");
+        Statement seen = database_.prepare(
+            "UPDATE seen SET size = ?, changed = ?, inode = ?, device = ?, born = ? WHERE folder = ? AND path = ?");
+        while (rows.step()) {
+            const auto stamp = FileStamp::of(rows.text(3));
+            if (!stamp) continue;
+            const auto size = static_cast<std::int64_t>(stamp->size);
+            const auto inode = static_cast<std::int64_t>(stamp->inode);
+            const auto device = static_cast<std::int64_t>(stamp->device);
+            Prints prints;
+            if (isLikely(size)) prints = Prints::of(rows.text(3), stamp->size);
+            update
+                .bind(size, stamp->changed, inode, device, stamp->born, prints.head,
+                      prints.print.empty() ? Value() : Value(prints.print), rows.integer(0))
+                .run();
+            seen.bind(size, stamp->changed, inode, device, stamp->born, rows.integer(1), rows.text(2)).run();
+        }
+    }
+
+    [[nodiscard]] bool isLikely(std::int64_t size) const {
+        return database_.integer("SELECT 1 FROM known WHERE size = ? LIMIT 1", size).has_value();
+    }
+
+    void pair(const Rule& rule) const {
+        database_.run(
+            "INSERT OR IGNORE INTO matches SELECT k.id, s.id FROM loose AS s JOIN known AS k ON " +
+            std::string(rule.condition) +
+            " WHERE k.id NOT IN (SELECT known FROM matches) AND s.id NOT IN (SELECT loose FROM matches) AND " +
+            std::string(kIsNoBackup) +
+            " ORDER BY k.folder = s.folder AND k.path = s.path DESC, k.inode = s.inode DESC, k.changed = s.changed "
+            "DESC, k.id < 0, abs(k.id), s.folder, s.path");
+    }
+
+    /// Rows make way for each other by names that no file has, so that they may change places.
+    void follow() {
+        database_.run(
+            "UPDATE files SET path = '/' || id WHERE id IN (SELECT known.id FROM matches JOIN known ON known.id = "
+            "matches.known JOIN loose ON loose.id = matches.loose WHERE known.id > 0 AND (known.folder <> loose.folder "
+            "OR known.path <> loose.path))");
+        struct Match {
+            std::int64_t known, loose, oldFolder;
+            std::string oldPath;
+            FilePlace place;
+        };
+        std::vector<Match> matches;
+        Statement rows = database_.prepare(
+            "SELECT known.id, loose.id, known.folder, known.path, loose.folder, loose.path FROM matches "
+            "JOIN known ON known.id = matches.known JOIN loose ON loose.id = matches.loose ORDER BY loose.id");
+        while (rows.step())
+            matches.push_back({rows.integer(0), rows.integer(1), rows.integer(2), rows.text(3),
+                               FilePlace{rows.integer(4), rows.text(5)}});
+        rows.reset();
+        for (const Match& match : matches) {
+            const bool isMove = match.oldFolder != match.place.folder || match.oldPath != match.place.path;
+            if (isMove) clear(match.place);
+            if (match.known < 0)
+                revive(database_, -match.known, match.place);
+            else
+                database_.run("UPDATE files SET folder = ?, path = ? WHERE id = ?", match.place.folder,
+                              match.place.path, match.known);
+            // What has another name and another content as well is to show by its content that it is the same photo.
+            database_.run(
+                "UPDATE files SET inode = s.inode, device = s.device, born = iif(?1 AND (files.size <> s.size OR "
+                "files.changed <> s.changed), 0, s.born), etag = s.etag FROM loose AS s WHERE s.id = ?2 AND "
+                "files.folder "
+                "= s.folder AND files.path = s.path",
+                isMove, match.loose);
+            if (match.known < 0)
+                greet(match.place);
+            else if (isMove)
+                ++result_.moved;
+            if (isMove && match.known > 0) moveCopy(database_, {match.oldFolder, match.oldPath}, match.place);
+        }
+    }
+
+    /// A photo that was gone and is back looks for its video.
+    void greet(const FilePlace& place) {
+        ++result_.returned;
+        if (const auto asset =
+                database_.integer("SELECT asset FROM files WHERE folder = ? AND path = ?", place.folder, place.path))
+            joinLivePhoto(database_, *asset);
+    }
+
+    /// Whoever has the place of another one has taken it.
+    void clear(const FilePlace& place) {
+        Statement row =
+            database_.prepare("SELECT id, COALESCE(asset, 0), type FROM files WHERE folder = ? AND path = ?");
+        row.bind(place.folder, place.path);
+        if (!row.step()) return;
+        const std::int64_t file = row.integer(0);
+        const std::int64_t asset = row.integer(1);
+        const bool isPaired = row.integer(2) == PHAssetResourceTypePairedVideo;
+        row.reset();
+        if (asset != 0 && !isPaired) {
+            bury(database_, asset);
+            ++result_.removed;
+        }
+        database_.run("DELETE FROM files WHERE id = ?", file);
+        if (asset != 0 && isPaired) updateLiveness(database_, asset);
+    }
+
+    const Database& database_;
+    ScanResult& result_;
+};
+
+}  // namespace
+
+void matchFiles(LibraryStore& store, ScanResult& result) {
+    const FileLock lock = store.lockFiles();
+    store.write([&](const Database& database) {
+        Transaction transaction(database);
+        Matching(database, result).run();
+        transaction.commit();
+    });
+}
+
+bool followContent(const Database& database, const FilePlace& place, const FileFacts& facts) {
+    if (facts.prints.print.empty()) return false;
+    const auto known = database.integer(
+        "SELECT id FROM known AS k WHERE size = ? AND print = ? AND NOT EXISTS (SELECT 1 FROM matches WHERE known = "
+        "k.id) AND (id < 0 OR NOT EXISTS (SELECT 1 FROM seen WHERE seen.folder = k.folder AND seen.path = k.path)) "
+        "ORDER BY id < 0, abs(id) LIMIT 1",
+        static_cast<std::int64_t>(facts.stamp.size), facts.prints.print);
+    if (!known) return false;
+    database.run("INSERT INTO matches VALUES (?, NULL)", *known);
+    if (*known < 0) {
+        if (!database.integer("SELECT 1 FROM gone_files WHERE id = ?", -*known)) return false;
+        database.run("DELETE FROM files WHERE folder = ? AND path = ?", place.folder, place.path);
+        revive(database, -*known, place);
+        return true;
+    }
+    Statement old = database.prepare("SELECT folder, path FROM files WHERE id = ? AND asset IS NOT NULL");
+    old.bind(*known);
+    if (!old.step()) return false;
+    const FilePlace from{old.integer(0), old.text(1)};
+    old.reset();
+    database.run("DELETE FROM files WHERE folder = ? AND path = ? AND id <> ?", place.folder, place.path, *known);
+    database.run("UPDATE files SET folder = ?, path = ? WHERE id = ?", place.folder, place.path, *known);
+    moveCopy(database, from, place);
+    return true;
+}
+
+}  // namespace tessaly::photos
