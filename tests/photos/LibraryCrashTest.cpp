@@ -249,6 +249,70 @@ TEST_F(LibraryCrash, TheNextOpenFinishesWhatWasBegun) {
     }
 }
 
+// Between the crash and the next open others go on with their work: what they put there is not part of the change.
+TEST_F(LibraryCrash, AFileThatCameSinceIsLeftAlone) {
+    struct Case {
+        const char* why;
+        FileChange::Kind kind;
+        std::string result;   ///< What the change makes of a.jpg.
+        std::string takes;    ///< Where the other file is.
+        bool isOriginalKept;  ///< Before the kill.
+        Names expected;
+    };
+    const Case cases[] = {
+        {"edit", edit, "a.jpg", "a.jpg", false, {"a.jpg"}},
+        {"edit, original kept", edit, "a.jpg", "a.jpg", true, {"a.jpg"}},
+        {"edit, under the new name", edit, "a.jpeg", "a.jpeg", true, {"a.jpeg", "a.jpg"}},
+        {"revert", revert, "a.jpg", "a.jpg", true, {"a.jpg"}},
+        {"create", create, "new.jpg", "new.jpg", false, {"a.jpg", "new 2.jpg", "new.jpg"}},
+        {"trash", FileChange::Kind::trash, "", "a.jpg", false, {"a.jpg"}},
+    };
+    for (const auto& [why, kind, result, takes, isOriginalKept, expected] : cases) {
+        SCOPED_TRACE(why);
+        for (const std::string& name : entries(photos())) fs::remove(path(name));
+        write("z.txt", "keeps the folder from being empty");
+        library_->scan();
+        write("a.jpg", photo(1));
+        library_->scan();
+        if (kind == revert) {
+            ASSERT_EQ(change([&] { wishEdit("a.jpg", editedPhoto(1)); }), "");
+        }
+        FileChange made;
+        made.kind = kind;
+        made.asset = kind == create ? photos::newIdentifier("/L0/001") : asset("a.jpg").localIdentifier;
+        if (kind != create) made.current = path("a.jpg");
+        if (kind != FileChange::Kind::trash) {
+            made.result = path(result);
+            made.content = folder_.write("library/pending/content.jpg", editedPhoto(5).text());
+        }
+        made.original = kind == revert ? library_->original(made.asset)->path
+                                       : own() + "/originals/" + made.asset.substr(0, made.asset.find('/')) + "/a.jpg";
+        std::vector<FileChange> journal{made};
+        static_cast<void>(photos::writeJournal(database(photos::Database::Mode::readWrite), journal));
+        if (isOriginalKept && kind == edit) {
+            fs::create_directories(fs::path(made.original).parent_path());
+            fs::copy_file(path("a.jpg"), made.original);
+        }
+        if (takes == "a.jpg") fs::remove(path("a.jpg"));
+        write(takes, photo(40));
+        reopen();
+        EXPECT_EQ(count("journal"), 0);
+        EXPECT_EQ(contentOf(path(takes)), photo(40).text());
+        library_->scan();
+        EXPECT_EQ(names(), expected);
+        EXPECT_EQ(contentOf(path(takes)), photo(40).text());
+        if (kind == create) {
+            EXPECT_EQ(contentOf(path("new 2.jpg")), editedPhoto(5).text());
+        }
+        reopen();
+        const auto kept = library_->keptOriginals();
+        const bool isKept = std::ranges::any_of(kept, [&](const auto& each) {
+            return each.asset == made.asset && contentOf(each.path) == photo(1).text();
+        });
+        EXPECT_EQ(isKept, isOriginalKept && takes == "a.jpg") << "what is nowhere else is within reach";
+    }
+}
+
 TEST_F(LibraryCrash, WhatCannotBeFinishedWaits) {
     write("a.jpg", photo(1));
     library_->scan();
@@ -309,6 +373,27 @@ TEST_F(LibraryCrash, LeavesThePendingFilesOfOthers) {
     folder_.write("library/pending/left", "by a program that was killed");
     reopen();
     EXPECT_TRUE(entries(own() + "/pending").empty());
+}
+
+// What a killed program was fetching goes while another one that is at work keeps its own.
+TEST_F(LibraryCrash, SweepsWhatIsPendingOfTheDead) {
+    const std::string own = library_->newPendingFile("jpg");
+    std::ofstream(own) << "at work";
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const auto other = opened();
+        const std::string download = other->newPendingFile("jpg");
+        fs::create_directories(download + "/deep");
+        std::ofstream(download + "/deep/a.jpg") << "whole";
+        ::kill(::getpid(), SIGKILL);
+    }
+    ::waitpid(child, nullptr, 0);
+    EXPECT_EQ(pendingFiles().size(), 2U);
+    EXPECT_TRUE(opened());
+    EXPECT_EQ(pendingFiles(), Names{own});
+    fs::remove(own);
+    close();
+    EXPECT_TRUE(entries(this->own() + "/pending").empty()) << "nor is a folder left";
 }
 
 class LibraryFile : public LibraryTest {};

@@ -189,7 +189,8 @@ protected:
     void expectWhole(const std::string& when = {}) const {
         EXPECT_EQ(count("journal"), 0) << when;
         EXPECT_THAT(pendingFiles(), testing::IsEmpty()) << when;
-        EXPECT_EQ(count("assets WHERE presence < 2 AND 1 <> (SELECT COUNT(*) FROM files WHERE asset = assets.id AND type = media_type)"),
+        EXPECT_EQ(count("assets WHERE presence < 2 AND 1 <> (SELECT COUNT(*) FROM files WHERE asset = assets.id AND "
+                        "type = media_type)"),
                   0)
             << when;
         const photos::Database rows = database();

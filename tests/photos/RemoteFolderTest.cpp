@@ -231,6 +231,48 @@ TEST_P(RemoteFolder, StaysInTheLibraryWhenItsServerGoes) {
     ASSERT_EQ(down.problems.size(), 1U);
     EXPECT_EQ(down.problems[0].path, server->url("/photos/")) << "without the password";
     EXPECT_THAT(down.problems[0].why, HasSubstr("cannot be reached"));
+    PHFetchOptions away;
+    away.predicate = NSPredicate::predicateWithFormat("isAway = YES");
+    EXPECT_EQ(library->assets(away).count(), known);
+}
+
+// By what the server tells of a file or, where that is the same of several, by what is in it.
+TEST_P(RemoteFolder, FollowsWhatIsRenamedThere) {
+    std::map<std::string, std::string> contents;
+    const auto add = [&](const std::string& name, int mark) {
+        contents[name] = jpegOf(40, 30, mark);
+        addPhoto(name, contents[name]);
+    };
+    const auto file = [&](const std::string& name) { return server->file("photos/" + name); };
+    const auto rename = [&](const std::string& from, const std::string& to) {
+        fs::create_directories(fs::path(file(to)).parent_path());
+        fs::rename(file(from), file(to));
+    };
+    add("a.jpg", 1), add("b.jpg", 2), add("c.jpg", 3), add("like1.jpg", 14);
+    // The same size and time, and another end.
+    addPhoto("like2.jpg", jpegOf(40, 30, 10) + "like");
+    fs::last_write_time(file("like2.jpg"), fs::last_write_time(file("like1.jpg")));
+    join();
+    std::map<std::string, std::string> identifiers;
+    for (const char* name : {"a.jpg", "b.jpg", "c.jpg", "like1.jpg", "like2.jpg"})
+        identifiers[name] = assetNamed(name)->localIdentifier;
+    EXPECT_EQ(library->content(identifiers["a.jpg"], 1, true, {}).error, "");
+    rename("a.jpg", "deep/d.jpg");
+    rename("b.jpg", "a.jpg"), rename("c.jpg", "b.jpg"), rename("a.jpg", "c.jpg");
+    rename("like1.jpg", "was1.jpg"), rename("like2.jpg", "was2.jpg");
+    const ScanResult result = library->scan();
+    EXPECT_EQ(result.moved, 5U);
+    EXPECT_EQ(result.added + result.removed + result.changed, 0U);
+    for (const auto& [now, before] :
+         {std::pair{"deep/d.jpg", "a.jpg"}, std::pair{"c.jpg", "b.jpg"}, std::pair{"b.jpg", "c.jpg"},
+          std::pair{"was1.jpg", "like1.jpg"}, std::pair{"was2.jpg", "like2.jpg"}}) {
+        ASSERT_TRUE(assetNamed(now)) << now;
+        EXPECT_EQ(assetNamed(now)->localIdentifier, identifiers[before]) << now;
+    }
+    EXPECT_TRUE(isHere("deep/d.jpg")) << "what was fetched went along";
+    EXPECT_FALSE(isHere("a.jpg"));
+    EXPECT_EQ(test::contentOf(local() + "/deep/d.jpg"), contents["a.jpg"]);
+    EXPECT_FALSE(library->scan().changedAnything());
 }
 
 /// The data of one request, and what was told on the way.

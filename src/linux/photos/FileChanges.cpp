@@ -110,7 +110,11 @@ void fillIn(FileChange& change) {
         if (change.before.empty() && stamp) change.before = stampText(*stamp);
         return;
     }
-    if (change.before.empty() && !change.current.empty()) change.before = digestOf(change.current);
+    if (change.before.empty() && !change.current.empty()) {
+        change.stamp = FileStamp::of(change.current);
+        change.before = digestOf(change.current);
+        if (FileStamp::of(change.current) != change.stamp) change.stamp.reset();
+    }
     if (change.after.empty()) change.after = digestOf(change.content);
 }
 
@@ -233,6 +237,7 @@ std::string FileChangeRun::keepOriginal(const FileChange& change) {
         ::rmdir(folder.c_str());
         return why;
     }
+    kept_.insert(change.original);
     undos_.emplace_back([path = change.original, folder] {
         ::unlink(path.c_str());
         ::rmdir(folder.c_str());
@@ -243,12 +248,15 @@ std::string FileChangeRun::keepOriginal(const FileChange& change) {
 
 /// Sees to it that the bytes at the place are somewhere else, too, or are the library's own to throw away.
 std::string FileChangeRun::makeWay(const FileChange& change, const std::string& backup) {
-    const std::string held = digestOf(backup);
+    // A second name of the very file need not be read again.
+    const bool isAsPlanned = !replays_ && change.stamp && FileStamp::of(backup) == change.stamp;
+    const std::string held = isAsPlanned ? change.before : digestOf(backup);
     if (held.empty()) return fault(backup);
     if (!replays_ && !change.before.empty() && held != change.before)
         return change.current + ": was changed by another program just now";
     if (held == change.own) return {};
-    if (change.kind == FileChange::Kind::edit && digestOf(change.original) == held) return {};
+    const bool isKept = isAsPlanned && kept_.contains(change.original);
+    if (change.kind == FileChange::Kind::edit && (isKept || digestOf(change.original) == held)) return {};
     return trash(change);
 }
 

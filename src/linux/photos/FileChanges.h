@@ -1,6 +1,8 @@
 #pragma once
 #include <cstdint>
 #include <functional>
+#include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -36,7 +38,8 @@ struct FileChange {
     /// What `current` is before the change: its digest, of what is deleted its stamp as text. Found out when the
     /// journal is written where it is "".
     std::string before;
-    std::string after;  ///< The digest of `content`. Likewise.
+    std::optional<FileStamp> stamp;  ///< Of `current` when `before` was found out; not in the journal.
+    std::string after;               ///< The digest of `content`. Likewise.
     /// The digest of what the library itself has written at the place of an edited photo; "" where it is not known.
     /// Whatever else is there goes to the trash before it is replaced, unless it is kept as the original.
     std::string own;
@@ -71,6 +74,7 @@ private:
     const LibraryStore& store_;
     bool replays_;
     std::vector<std::function<bool()>> undos_;
+    std::set<std::string> kept_;  ///< Originals that this run has copied.
     bool isUndone_ = true;
     std::vector<std::string> leftovers_;
 };

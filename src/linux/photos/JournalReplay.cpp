@@ -48,6 +48,7 @@ std::vector<JournalEntry> journalOf(const LibraryStore& store) {
                                 rows.text(6),
                                 {rows.text(7), rows.text(8), rows.data(9)},
                                 rows.text(10),
+                                std::nullopt,
                                 rows.text(11),
                                 rows.text(12)}});
         return entries;

@@ -13,7 +13,7 @@ ScanResult scanLibrary(LibraryStore& store, const std::function<bool(std::size_t
     ScanResult result;
     const std::vector<ScanFolder> folders = scanFolders(store);
     walkFolders(store, folders, result);
-    matchFiles(store, result);
+    if (!matchFiles(store, result)) return result;
     ScanReader reader(store, folders, result, progress);
     if (reader.run()) {
         const bool leavesVideos = settleVanished(store, result);

@@ -251,13 +251,37 @@ private:
 
 }  // namespace
 
-void matchFiles(LibraryStore& store, ScanResult& result) {
+namespace {
+
+/// Whether every file that was seen is what its row says, and every row's file was seen: most scans find just that.
+bool isSettled(const Database& database) {
+    const bool differs =
+        database
+            .integer(
+                "SELECT 1 FROM seen AS s LEFT JOIN files AS f ON f.folder = s.folder AND f.path = s.path WHERE "
+                "f.id IS NULL OR f.device <> s.device OR f.born <> s.born OR f.etag <> s.etag OR NOT " +
+                std::string(kIsSettled) + " LIMIT 1")
+            .has_value();
+    return !differs &&
+           !database
+                .integer(
+                    "SELECT 1 FROM files AS f WHERE NOT EXISTS (SELECT 1 FROM seen WHERE seen.folder = f.folder "
+                    "AND seen.path = f.path) LIMIT 1")
+                .has_value() &&
+           !database.integer("SELECT 1 FROM assets WHERE presence = 1 LIMIT 1").has_value();
+}
+
+}  // namespace
+
+bool matchFiles(LibraryStore& store, ScanResult& result) {
+    if (store.write(isSettled)) return false;
     const FileLock lock = store.lockFiles();
     store.write([&](const Database& database) {
         Transaction transaction(database);
         Matching(database, result).run();
         transaction.commit();
     });
+    return true;
 }
 
 bool followContent(const Database& database, const FilePlace& place, const FileFacts& facts) {

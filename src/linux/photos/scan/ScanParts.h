@@ -40,7 +40,8 @@ void walkFolders(LibraryStore& store, const std::vector<ScanFolder>& folders, Sc
 
 /// Finds out which file is which, where that is not plain, and lets the rows follow: fills and uses `known`, `loose`
 /// and `matches`. Files that the library knows nothing of are left for the reader.
-void matchFiles(LibraryStore& store, ScanResult& result);
+/// @return false when everything is as it was, and nothing is left to do.
+bool matchFiles(LibraryStore& store, ScanResult& result);
 /// The row of a photo whose file was known elsewhere, or gone, follows to that place. For what is known only after it
 /// was read, in the caller's transaction. @return false when there is none.
 bool followContent(const Database& database, const FilePlace& place, const FileFacts& facts);
