@@ -5,6 +5,8 @@
 #include <random>
 
 #include "codecs/Pictures.h"
+#include "linux/codecs/Pixels.h"
+#include "linux/codecs/isolation/DecodingInProcess.h"
 #include "platform/AVFoundation/AVAssetImageGenerator.h"
 #include "platform/Foundation/Dispatch.h"
 #include "platform/ImageIO/CGImageSource.h"
@@ -282,6 +284,13 @@ TEST(Decoding, RefusesPicturesThatClaimToBeHuge) {
                 limit == 0 ? decoded(dataOf(file), 0, &fault) : thumbnail(dataOf(file), limit, &fault);
             EXPECT_FALSE(image) << name << " " << limit;
             EXPECT_TRUE(fault == CGImageFault::tooLarge || fault == CGImageFault::damaged) << name << " " << limit;
+            // Once more in this process, whose memory is looked at.
+            const auto codec = codecs::codecOf(CGImageSourceGetType(CGImageSourceCreateWithData(dataOf(file))));
+            ASSERT_TRUE(codec) << name;
+            imageio::ByteSource bytes(file.bytes());
+            const codecs::DecodeRequest request{.longerSide = static_cast<std::size_t>(limit),
+                                                .pixelLimit = codecs::kPixelLimit};
+            EXPECT_FALSE(codecs::decodeInProcess(*codec, bytes, request, fault).pixels) << name << " " << limit;
         }
         ::getrusage(RUSAGE_SELF, &after);
         EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 200 * 1024) << name << " takes memory for what is not there";

@@ -65,7 +65,6 @@ void FamilyDecoder::warmUp() const {
     DecodedPixels decoded;
     decoded.image.width = decoded.image.height = kSide;
     decoded.image.pixels = PixelBuffer::allocate(decoded.image.bytesPerRow() * kSide);
-    decoded.colors = {.primaries = 9, .transfer = 16};
     if (!decoded.image.pixels) return;
     pixels_->convertToSRGB(decoded);
     [[maybe_unused]] const auto fault = reduce(*pixels_, kSide / 2, decoded.image);
