@@ -78,6 +78,13 @@ constexpr std::array kAllowed{
     SCMP_SYS(socketpair),
 };
 
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+/// Sanitizers see by a pipe whether memory can be read.
+constexpr std::array kSanitizers{SCMP_SYS(pipe), SCMP_SYS(pipe2)};
+#else
+constexpr std::array<int, 0> kSanitizers{};
+#endif
+
 /// No library asks for these by mistake: whoever does is not decoding any more.
 constexpr std::array kDeadly{
     SCMP_SYS(socket),
@@ -155,8 +162,8 @@ Filter compiled(const Rules& rules) {
 Filter filterOfProcess() {
     const Rules rules(::seccomp_init(SCMP_ACT_ERRNO(EPERM)));
     if (!rules) return {};
-    bool done = add(rules, SCMP_ACT_ALLOW, kAllowed) && add(rules, SCMP_ACT_KILL_PROCESS, kDeadly) &&
-                add(rules, SCMP_ACT_ERRNO(EACCES), kRefused);
+    bool done = add(rules, SCMP_ACT_ALLOW, kAllowed) && add(rules, SCMP_ACT_ALLOW, kSanitizers) &&
+                add(rules, SCMP_ACT_KILL_PROCESS, kDeadly) && add(rules, SCMP_ACT_ERRNO(EACCES), kRefused);
     const auto rule = [&](std::uint32_t action, int call, scmp_arg_cmp condition) {
         done = ::seccomp_rule_add(rules.get(), action, call, 1, condition) == 0 && done;
     };
