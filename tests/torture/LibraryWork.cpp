@@ -6,12 +6,14 @@
 #include <memory>
 #include <vector>
 
+#include "Photographs.h"
 #include "linux/photos/Database.h"
 #include "linux/photos/PhotoLibrary.h"
 #include "platform/Foundation/NSFileManager.h"
 #include "platform/ImageIO/CGImageProperties.h"
 #include "platform/ImageIO/MetadataRewrite.h"
 #include "platform/Photos/PHChangeRequests.h"
+#include "support/TemporaryFolder.h"
 
 namespace tessaly::test {
 namespace {
@@ -53,7 +55,10 @@ public:
 
 private:
     [[nodiscard]] std::string pathOf(const std::string& id) const {
-        return library_->content(id, PHAssetResourceTypePhoto, false, {}).path;
+        const PHAssetContent content = library_->content(id, PHAssetResourceTypePhoto, false, {});
+        if (!content.path.empty() || !content.isInCloud) return content.path;
+        const auto resources = library_->resources(id);
+        return resources.empty() ? std::string() : "cloud:" + resources.front().originalFilename;
     }
 
     struct Known {
@@ -76,6 +81,9 @@ private:
         auto& target = report_.targets[report_.targetCount];
         put(target.id, known.asset->localIdentifier);
         put(target.before, known.path);
+        const std::string content = contentOf(known.path);
+        target.photo = photoIn(content).value_or(0);
+        target.content = std::hash<std::string>()(content);
         target.isDone = false;
         // The parent may look from here on.
         ++report_.targetCount;
@@ -95,6 +103,8 @@ private:
                         "made.jpg"));
                 },
                 &error);
+        if (task_.kind == Kind::discard) return discard(error);
+        if (task_.kind == Kind::forget) return forget(error);
         std::vector<Known> known = assetsThatAreThere();
         if (task_.kind == Kind::revertAll) return revertAll(known);
         if (task_.kind == Kind::revert)
@@ -106,6 +116,10 @@ private:
         const Known& one = known[task_.choice % known.size()];
         const Known& other = known[(task_.choice + 1) % known.size()];
         aim(one);
+        if (task_.kind == Kind::fetch) {
+            error = library_->content(one.asset->localIdentifier, PHAssetResourceTypePhoto, true, {}).error;
+            return error.empty();
+        }
         const bool isTwo = task_.kind == Kind::editTwo && &one != &other;
         if (isTwo) aim(other);
         const auto first = edited(one.path, 0);
@@ -124,6 +138,41 @@ private:
         report_.hasProblems = !result.problems.empty();
         report_.changes = result.added + result.changed + result.moved + result.removed;
         return true;
+    }
+
+    /// By the photo that it belongs to, as far as that is known.
+    bool discard(std::string& error) {
+        auto originals = library_->keptOriginals();
+        std::ranges::sort(originals, {}, [](const auto& each) { return std::pair(each.photo, each.size); });
+        if (originals.empty()) {
+            error = "no original is kept";
+            return false;
+        }
+        const auto& one = originals[task_.choice % originals.size()];
+        auto& target = report_.targets[report_.targetCount++];
+        put(target.id, one.asset);
+        put(target.before, one.photo);
+        error = library_->discardOriginal(one.path);
+        return error.empty();
+    }
+
+    bool forget(std::string& error) {
+        PHFetchOptions options;
+        options.includesGoneAssets = true;
+        options.sortDescriptors = {{"creationDate", true}};
+        const auto fetched = library_->assets(options);
+        std::vector<PHAssetRef> missing;
+        for (std::size_t i = 0; i < fetched.count(); ++i)
+            if (const PHAssetRef asset = fetched.objectAtIndex(i); asset && asset->presence != PHAssetPresence::here)
+                missing.push_back(asset);
+        if (missing.empty()) {
+            error = "nothing is missing";
+            return false;
+        }
+        const std::string id = missing[task_.choice % missing.size()]->localIdentifier;
+        put(report_.targets[report_.targetCount++].id, id);
+        error = library_->forgetAssets({&id, 1});
+        return error.empty();
     }
 
     bool revertAll(const std::vector<Known>& known) {
@@ -185,6 +234,9 @@ private:
         PHContentEditingInput input;
         input.fullSizeImageURL = NSURL::fileURLWithPath(known.path);
         PHContentEditingOutput output(input);
+        // An editor may choose another extension.
+        if (task_.kind == Kind::setArtist && task_.number == 2)
+            output.renderedContentURL = NSURL::fileURLWithPath(library_->newPendingFile("jpeg"));
         output.adjustmentData = {"org.example.editor", "1", nullptr};
         std::ofstream(output.renderedContentURL.path(), std::ios::binary)
             .write(reinterpret_cast<const char*>(content->data()), static_cast<std::streamsize>(content->size()));
@@ -239,9 +291,11 @@ private:
 }  // namespace
 
 const char* nameOf(LibraryTask::Kind kind) {
-    static constexpr const char* kNames[] = {"open",   "scan",     "strip",      "strip the place", "set the artist",
-                                             "revert", "favorite", "unfavorite", "into the album",  "out of the album",
-                                             "trash",  "create",   "edit two",   "revert all"};
+    static constexpr const char* kNames[] = {
+        "open",       "scan",     "strip",      "strip the place",      "set the artist",
+        "revert",     "favorite", "unfavorite", "into the album",       "out of the album",
+        "trash",      "create",   "edit two",   "discard the original", "forget",
+        "revert all", "fetch"};
     return kNames[static_cast<std::size_t>(kind)];
 }
 

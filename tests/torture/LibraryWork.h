@@ -21,7 +21,10 @@ struct LibraryTask {
         trash,
         create,
         editTwo,  ///< And the favorite, in one change.
+        discard,  ///< A kept original.
+        forget,   ///< A photo that is away or gone.
         revertAll,
+        fetch,  ///< From a server.
     };
     Kind kind = Kind::open;
     std::size_t choice = 0;  ///< Which of the assets that are there, by their paths.
@@ -35,15 +38,17 @@ struct LibraryTask {
 struct LibraryReport {
     struct Asset {
         char id[64];
-        char path[256];  ///< "" while there is no file.
+        char path[256];  ///< "" while there is no file; "cloud:NAME" while it is only on a server.
         char original[320];
         bool favorite, edited, inAlbum;
     };
     static constexpr std::size_t kMost = 64;
     struct Target {
         char id[64];
-        char before[256];  ///< Where it was,
-        char after[256];   ///< and is.
+        char before[256];     ///< Where it was,
+        char after[256];      ///< and is.
+        int photo;            ///< That was there; 0 for none,
+        std::size_t content;  ///< and the hash of its file.
         bool isDone;
         char error[320];
     };

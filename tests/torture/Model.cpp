@@ -23,11 +23,25 @@ std::set<std::string> contentsOf(const Model::Files& files) {
     return contents;
 }
 
+std::size_t hashOf(const std::string& content) { return std::hash<std::string>()(content); }
+
 std::string numbered(int photo) { return "photo " + std::to_string(photo); }
 
 }  // namespace
 
-void Model::look() { files_ = world_.files(); }
+void Model::look() {
+    files_ = world_.files();
+    for (const auto& [name, content] : files_)
+        if (const auto photo = photoIn(content); photo && isUsers(name)) photos_[*photo].last = content;
+}
+
+void Model::broughtBack(int photo, const std::string& content) {
+    const bool isThere = std::ranges::any_of(files_, [&](const auto& file) {
+        return (isUsers(file.first) || file.first.starts_with("away/")) && photoIn(file.second) == photo;
+    });
+    if (isThere || photos_[photo].last != content) doubt(photo);
+    moved(photo);
+}
 
 std::string Model::contentAt(const Files& files, const std::string& path) const {
     const auto file = files.find(world_.nameOf(path));
@@ -40,13 +54,16 @@ void Model::afterPerson() {
     const std::set<std::string> now = contentsOf(files_);
     for (const std::string& content : before)
         if (!now.contains(content)) contents_.erase(content);
-    for (const std::string& content : now)
-        if (!discardable_.contains(content)) contents_.insert(content);
+    for (const std::string& content : now) {
+        if (!before.contains(content) && !librarys_.contains(hashOf(content))) persons_.insert(hashOf(content));
+        if (!discardable_.contains(hashOf(content))) contents_.insert(content);
+    }
 }
 
 void Model::afterLibrary(const LibraryTask& task, const LibraryReport& report, bool isKilled) {
     if (report.opening[0] != '\0') throw Loss(std::string("the library does not open: ") + report.opening);
-    if (isEdit(task.kind) || isRevert(task.kind)) allowEdits(task, report);
+    if (isEdit(task.kind) || isRevert(task.kind)) allowEdits(report);
+    if (task.kind == Kind::create) persons_.insert(hashOf(task.content));
     const Files before = files_;
     look();
     requireAll(task);
@@ -54,28 +71,46 @@ void Model::afterLibrary(const LibraryTask& task, const LibraryReport& report, b
     for (const auto& [name, content] : files_) {
         if (known.contains(content) || contents_.contains(content)) continue;
         if (!photoIn(content)) throw Loss(name + " holds " + describe(content));
-        if (content != task.content) made_.insert(content);
-        if (!discardable_.contains(content)) contents_.insert(content);
+        if (!persons_.contains(hashOf(content))) librarys_.insert(hashOf(content));
+        if (!discardable_.contains(hashOf(content))) contents_.insert(content);
     }
     allowInheritance();
+    if (isKilled && task.kind == Kind::scan)
+        for (const auto& [name, content] : files_)
+            if (const auto photo = photoIn(content); photo && isUsers(name)) perhapsAt_[name].insert(*photo);
     if (!isKilled && !report.isWhole) throw Loss("the database is damaged");
+    std::vector<bool> wasEdited;
+    for (std::size_t i = 0; i < report.targetCount; ++i)
+        wasEdited.push_back(photos_[report.targets[i].photo].edit.isSet);
     for (std::size_t i = 0; i < report.targetCount; ++i) {
         const auto& target = report.targets[i];
-        const auto photo = photoIn(contentAt(before, target.before));
-        if (photo) {
-            const auto shown = shown_.find(target.id);
-            const Photo& state = photos_[*photo];
-            const bool isCurrent =
-                shown != shown_.end() && shown->second == *photo && !state.isMoved && !state.isRewritten;
-            const bool isDone = !isKilled && target.isDone;
-            takeMarks(task, target, isDone && isCurrent);
-            if (isDone && isRevert(task.kind)) checkRevert(target, before);
-            if (!isKilled && !isDone && isRevert(task.kind) && isCurrent && state.edit.isSet && !state.isDoubtful)
-                throw Loss(world_.nameOf(target.before) + " is not reverted: " + target.error + report.error);
-            if (shown != shown_.end() && shown->second != *photo) takeMarks(task, target, false);
-            if (isEdit(task.kind)) photos_[*photo].unedited.insert(contentAt(before, target.before));
+        if (const auto asset = behind_.find(target.id); asset != behind_.end()) {
+            if (task.kind == Kind::forget) photos_[asset->second].isDoubtful = true;
+            if (task.kind == Kind::discard) photos_[asset->second].edit.isSet = false;
         }
+        if (target.photo == 0) continue;
+        const auto shown = shown_.find(target.id);
+        Photo& state = photos_[target.photo];
+        const bool isCurrent =
+            shown != shown_.end() && shown->second == target.photo && !state.isMoved && !state.isRewritten;
+        const bool isDone = !isKilled && target.isDone;
+        takeMarks(task, target, isDone && isCurrent);
+        // The library does not know yet what it was killed in.
+        if (isKilled && (isEdit(task.kind) || isRevert(task.kind))) state.isRewritten = true;
+        if (isDone && isRevert(task.kind)) checkRevert(target);
+        if (!isKilled && !isDone && isRevert(task.kind) && isCurrent && wasEdited[i] && !state.isDoubtful)
+            throw Loss(world_.nameOf(target.before) + " is not reverted: " + target.error + report.error);
+        if (isEdit(task.kind)) state.unedited.insert(target.content);
     }
+}
+
+void Model::overwritten(int before, int now) {
+    doubt(before);
+    Photo& heir = photos_[now];
+    doubt(now);
+    heir.favorite.everSet = photos_[before].favorite.everSet;
+    heir.album.everSet = photos_[before].album.everSet;
+    if (areAlike_) heir.edit.everSet = photos_[before].edit.everSet;
 }
 
 void Model::allowInheritance() {
@@ -86,23 +121,25 @@ void Model::allowInheritance() {
     for (const auto& [name, before] : shownAt_) {
         const auto file = files_.find(name);
         const auto now = file == files_.end() ? std::nullopt : photoIn(file->second);
-        if (!now || present.contains(before)) continue;
+        Photo& old = photos_[before];
+        if (old.isMoved && old.isRewritten) old.isDoubtful = true;
+        if (!now || (present.contains(before) && !old.isDoubtful)) continue;
         const bool isKnown = std::ranges::any_of(shown_, [&](const auto& each) { return each.second == *now; });
         Photo& heir = photos_[*now];
         if (isKnown && !heir.isDoubtful) continue;
-        heir.favorite.everSet |= photos_[before].favorite.everSet;
-        heir.album.everSet |= photos_[before].album.everSet;
+        old.isDoubtful = true;
+        heir.favorite.everSet |= old.favorite.everSet;
+        heir.album.everSet |= old.album.everSet;
+        if (areAlike_) heir.edit.everSet |= old.edit.everSet;
     }
 }
 
 /// The result of an edit that is edited again or reverted may go: whoever asked for that named it.
-void Model::allowEdits(const LibraryTask&, const LibraryReport& report) {
-    for (std::size_t i = 0; i < report.targetCount; ++i) {
-        const std::string content = contentAt(files_, report.targets[i].before);
-        if (!made_.contains(content)) continue;
-        discardable_.insert(content);
-        contents_.erase(content);
-    }
+void Model::allowEdits(const LibraryReport& report) {
+    for (std::size_t i = 0; i < report.targetCount; ++i)
+        if (const std::size_t content = report.targets[i].content; !persons_.contains(content))
+            discardable_.insert(content);
+    std::erase_if(contents_, [&](const std::string& content) { return discardable_.contains(hashOf(content)); });
 }
 
 void Model::requireAll(const LibraryTask& task) const {
@@ -113,14 +150,16 @@ void Model::requireAll(const LibraryTask& task) const {
 }
 
 void Model::takeMarks(const LibraryTask& task, const LibraryReport::Target& target, bool isSure) {
-    std::vector<int> photos;
-    if (const auto there = photoIn(contentAt(files_, target.before))) photos.push_back(*there);
-    if (const auto shown = shown_.find(target.id); shown != shown_.end()) photos.push_back(shown->second);
+    std::vector<int> photos{target.photo};
+    if (const auto shown = shown_.find(target.id); shown != shown_.end() && shown->second != target.photo)
+        photos.push_back(shown->second);
+    if (const auto perhaps = perhapsAt_.find(world_.nameOf(target.before)); perhaps != perhapsAt_.end())
+        photos.insert(photos.end(), perhaps->second.begin(), perhaps->second.end());
     for (const int number : photos) {
         Photo& photo = photos_[number];
         const auto set = [&](Mark& mark) {
             mark.everSet = true;
-            if (isSure) mark.isSet = true;
+            if (isSure && number == target.photo) mark.isSet = true;
         };
         switch (task.kind) {
             case Kind::favorite:
@@ -157,18 +196,20 @@ void Model::takeMarks(const LibraryTask& task, const LibraryReport::Target& targ
     }
 }
 
-void Model::checkRevert(const LibraryReport::Target& target, const Files& before) const {
-    const std::string was = contentAt(before, target.before);
+void Model::checkRevert(const LibraryReport::Target& target) const {
     const std::string is = contentAt(files_, target.after);
     const std::string name = world_.nameOf(target.before);
-    const auto photo = photoIn(was);
-    if (photoIn(is) != photo) throw Loss(name + " was " + describe(was) + ", and is reverted to " + describe(is));
-    if (!photos_.at(*photo).unedited.contains(is))
+    const Photo& photo = photos_.at(target.photo);
+    // Of photos that say the same of themselves one may be taken for the other's edit; its bytes are kept then.
+    if (photoIn(is) != target.photo && !(areAlike_ && photo.isDoubtful))
+        throw Loss(name + " was " + numbered(target.photo) + ", and is reverted to " + describe(is));
+    if (photoIn(is) == target.photo && !photo.unedited.contains(hashOf(is)))
         throw Loss(name + " is reverted to " + describe(is) + ", which is not what was edited");
 }
 
 void Model::afterScan(const LibraryReport& report) {
     if (!report.isScanned) throw Loss("there was no scan");
+    perhapsAt_.clear();
     shown_.clear();
     shownAt_.clear();
     checkPlaces(report);
@@ -201,7 +242,7 @@ void Model::checkMarks(const LibraryReport::Asset& asset) {
     const std::string name = world_.nameOf(asset.path);
     const auto number = photoIn(contentAt(files_, asset.path));
     if (!number) throw Loss(name + " holds " + describe(contentAt(files_, asset.path)));
-    shown_[asset.id] = *number;
+    behind_[asset.id] = shown_[asset.id] = *number;
     shownAt_[name] = *number;
     const auto found = photos_.find(*number);
     static const Photo kUntouched;
@@ -217,7 +258,7 @@ void Model::checkMarks(const LibraryReport::Asset& asset) {
     check(photo.edit, asset.edited, "edited");
     if (!asset.edited) return;
     const auto original = photoIn(world_.read(world_.nameOf(asset.original)));
-    if (original != number)
+    if (original != number && !(areAlike_ && original))
         throw Loss(name + ": " + numbered(*number) + " is edited, and its original is " +
                    (original ? numbered(*original) : std::string("not there")));
 }

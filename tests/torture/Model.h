@@ -21,7 +21,8 @@ class Model {
 public:
     using Files = std::map<std::string, std::string>;
 
-    explicit Model(World& world) : world_(world) {}
+    /// `areAlike`: photos cannot be told apart by what they say of themselves.
+    Model(World& world, bool areAlike) : world_(world), areAlike_(areAlike) {}
 
     /// What a person did: what they overwrote or deleted was theirs to lose, as far as nothing else keeps it.
     void afterPerson();
@@ -29,6 +30,10 @@ public:
     void moved(int photo) { photos_[photo].isMoved = true; }
     void rewritten(int photo) { photos_[photo].isRewritten = true; }
     void doubt(int photo) { photos_[photo].isDoubtful = true; }
+    /// The bytes of another photo were written into the file: it may be taken for the same, changed elsewhere.
+    void overwritten(int before, int now);
+    /// A file of the photo is made of those bytes. Only what was gone, and comes back as it was, is surely the same.
+    void broughtBack(int photo, const std::string& content);
 
     /// What the library did, to its end or not.
     void afterLibrary(const LibraryTask& task, const LibraryReport& report, bool isKilled);
@@ -44,7 +49,8 @@ private:
     };
     struct Photo {
         Mark favorite, album, edit;
-        std::set<std::string> unedited;  ///< What an edit may have begun with.
+        std::set<std::size_t> unedited;  ///< What an edit may have begun with, by hash.
+        std::string last;                ///< What its file held last.
         bool isDoubtful = false;
         bool isMoved = false;
         bool isRewritten = false;
@@ -53,21 +59,25 @@ private:
     void look();
     /// A new file under an old name, whose photo is nowhere any more, may be taken for that photo, changed elsewhere.
     void allowInheritance();
-    void allowEdits(const LibraryTask& task, const LibraryReport& report);
+    void allowEdits(const LibraryReport& report);
     void requireAll(const LibraryTask& task) const;
     void takeMarks(const LibraryTask& task, const LibraryReport::Target& target, bool isSure);
-    void checkRevert(const LibraryReport::Target& target, const Files& before) const;
+    void checkRevert(const LibraryReport::Target& target) const;
     void checkPlaces(const LibraryReport& report) const;
     void checkMarks(const LibraryReport::Asset& asset);
     [[nodiscard]] std::string contentAt(const Files& files, const std::string& path) const;
 
     World& world_;
+    bool areAlike_;
     Files files_;
-    std::set<std::string> contents_;     ///< That must be somewhere.
-    std::set<std::string> made_;         ///< By the library's edits.
-    std::set<std::string> discardable_;  ///< Results of edits that were edited again, or reverted, by name.
+    std::map<std::string, std::set<int>> perhapsAt_;  ///< What scans that were killed may have seen at each name.
+    std::set<std::string> contents_;                  ///< That must be somewhere.
+    std::set<std::size_t> persons_;                   ///< Hashes of what other programs made.
+    std::set<std::size_t> librarys_;                  ///< Of results of edits,
+    std::set<std::size_t> discardable_;               ///< and of those that were edited again, or reverted, by name.
     std::map<int, Photo> photos_;
-    std::map<std::string, int> shown_;    ///< The photo behind each asset as the last scan saw it,
+    std::map<std::string, int> behind_;   ///< The photo behind each asset as a scan saw it last.
+    std::map<std::string, int> shown_;    ///< The same of the last scan alone,
     std::map<std::string, int> shownAt_;  ///< and behind each name.
 };
 

@@ -24,7 +24,7 @@ constexpr std::size_t kKillWithin[] = {12, 40, 90, 160};
 }  // namespace
 
 Torture::Torture(const std::string& root, std::uint64_t seed)
-    : world_(root), random_(seed), photographs_(random_.percent(10)), model_(world_) {
+    : world_(root), random_(seed), areAlike_(random_.percent(10)), photographs_(areAlike_), model_(world_, areAlike_) {
     void* memory = ::mmap(nullptr, sizeof(LibraryReport), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     if (memory == MAP_FAILED) throw std::runtime_error("no memory");
     report_ = new (memory) LibraryReport();
@@ -102,7 +102,7 @@ void Torture::libraryStep() {
         Kind::scan,   Kind::scan,      Kind::scan,      Kind::scan,       Kind::scan,      Kind::strip,
         Kind::strip,  Kind::setArtist, Kind::setArtist, Kind::stripPlace, Kind::revert,    Kind::revert,
         Kind::revert, Kind::favorite,  Kind::favorite,  Kind::unfavorite, Kind::intoAlbum, Kind::outOfAlbum,
-        Kind::trash,  Kind::create,    Kind::editTwo,   Kind::open};
+        Kind::trash,  Kind::create,    Kind::editTwo,   Kind::open,       Kind::discard,   Kind::forget};
     LibraryTask task;
     task.kind = random_.oneOf(kKinds);
     task.choice = random_.below(1000);
@@ -113,7 +113,7 @@ void Torture::libraryStep() {
 }
 
 void Torture::personStep() {
-    static constexpr std::array<Act, 26> kActs{&Torture::takePhoto,     &Torture::rename,
+    static constexpr std::array<Act, 29> kActs{&Torture::takePhoto,     &Torture::rename,
                                                &Torture::rename,        &Torture::rename,
                                                &Torture::swap,          &Torture::swap,
                                                &Torture::shift,         &Torture::shift,
@@ -125,7 +125,9 @@ void Torture::personStep() {
                                                &Torture::remove,        &Torture::removeAndBringBack,
                                                &Torture::backUp,        &Torture::restore,
                                                &Torture::unmount,       &Torture::unmount,
-                                               &Torture::mount,         &Torture::mount};
+                                               &Torture::mount,         &Torture::mount,
+                                               &Torture::restore,       &Torture::restore,
+                                               &Torture::takeFromTrash};
     // Not everything is possible always.
     constexpr int kAttempts = 8;
     for (int attempt = 0; attempt < kAttempts; ++attempt)

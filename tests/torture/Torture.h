@@ -23,6 +23,8 @@ public:
 
     /// "" or what was lost.
     [[nodiscard]] std::string run();
+    /// Whether its photos differ in nothing that they say of themselves.
+    [[nodiscard]] bool areAlike() const noexcept { return areAlike_; }
     /// What was done, a line a step.
     [[nodiscard]] const std::vector<std::string>& steps() const noexcept { return steps_; }
 
@@ -49,6 +51,7 @@ private:
     bool removeAndBringBack();
     bool backUp();
     bool restore();
+    bool takeFromTrash();
     bool unmount();
     bool mount();
 
@@ -61,6 +64,7 @@ private:
 
     World world_;
     Decisions random_;
+    bool areAlike_;
     Photographs photographs_;
     Model model_;
     std::vector<std::string> steps_;

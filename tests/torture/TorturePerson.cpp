@@ -98,8 +98,9 @@ bool Torture::rotate() {
 bool Torture::overwriteWithNew() {
     const std::string name = someFile();
     if (name.empty()) return false;
-    model_.doubt(photoAt(name));
+    const int before = photoAt(name);
     world_.write(name, photographs_.take(), random_.percent(30) ? world_.secondOf(name) : someSecond());
+    model_.overwritten(before, photoAt(name));
     note("overwrite " + name + " with new photo " + std::to_string(photoAt(name)));
     return true;
 }
@@ -158,7 +159,6 @@ bool Torture::copyOver() {
 bool Torture::remove() {
     const std::string name = someFile();
     if (name.empty()) return false;
-    model_.doubt(photoAt(name));
     backups_.push_back({name, world_.read(name), world_.secondOf(name)});
     world_.remove(name);
     note("delete " + name);
@@ -193,12 +193,25 @@ bool Torture::restore() {
     const Copy copy = backups_[random_.below(backups_.size())];
     const auto folders = world_.folders();
     if (std::ranges::find(folders, copy.name.substr(0, copy.name.rfind('/'))) == folders.end()) return false;
-    model_.doubt(photoIn(copy.content).value_or(0));
+    model_.broughtBack(photoIn(copy.content).value_or(0), copy.content);
     if (const auto names = usersFiles(); std::ranges::find(names, copy.name) != names.end())
         model_.doubt(photoAt(copy.name));
     random_.percent(50) ? world_.write(copy.name, copy.content, copy.second)
                         : world_.replace(copy.name, copy.content, copy.second);
     note("restore " + copy.name + " from the backup: " + describe(copy.content));
+    return true;
+}
+
+bool Torture::takeFromTrash() {
+    std::vector<std::string> trashed;
+    for (const auto& [name, content] : world_.files())
+        if (name.starts_with("data/Trash/files/")) trashed.push_back(name);
+    const std::string to = freeName();
+    if (trashed.empty() || to.empty()) return false;
+    const std::string& from = trashed[random_.below(trashed.size())];
+    model_.doubt(photoAt(from));
+    world_.move(from, to);
+    note("take " + from + " out of the trash, to " + to);
     return true;
 }
 

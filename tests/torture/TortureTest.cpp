@@ -34,7 +34,7 @@ private:
 };
 
 std::string account(std::uint64_t seed, const std::string& loss, const Torture& torture) {
-    std::string text = "seed " + std::to_string(seed) + ": " + loss + "\n";
+    std::string text = "seed " + std::to_string(seed) + ": " + loss + (torture.areAlike() ? ", photos alike\n" : "\n");
     for (const std::string& step : torture.steps()) text += "  " + step + "\n";
     return text;
 }
