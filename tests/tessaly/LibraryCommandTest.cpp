@@ -103,6 +103,24 @@ TEST_F(LibraryCommand, KeptOriginalsAreListedExportedAndDiscardedByName) {
     EXPECT_EQ(run({"revert", path("one.jpg")}).status, 1);
 }
 
+TEST_F(LibraryCommand, AFolderThatIsAwayIsToldAndForgottenByName) {
+    photo("more/two.jpg");
+    EXPECT_EQ(run({"scan"}).status, 0);
+    EXPECT_EQ(run({"strip", path("more/two.jpg")}).status, 0);
+    const ProcessResult there = run({"forget", path("one.jpg")});
+    EXPECT_EQ(there.status, 1) << "what is there is not forgotten";
+    fs::rename(pictures(), folder_.path() / "elsewhere");
+    fs::create_directory(pictures());
+    static_cast<void>(run({"scan"}));
+    EXPECT_THAT(run({"list"}).output, HasSubstr("one.jpg  (away)\n"));
+    EXPECT_THAT(run({"list", "--json"}).output, HasSubstr("\"presence\":\"away\""));
+    EXPECT_EQ(run({"forget", path("one.jpg")}).status, 0);
+    EXPECT_EQ(run({"forget", path("more/two.jpg")}).status, 1) << "its edit could not be reverted any more";
+    EXPECT_EQ(run({"forget", "--yes", path("more/two.jpg")}).status, 0);
+    EXPECT_EQ(run({"list", "--gone"}).output, "");
+    EXPECT_THAT(run({"originals"}).output, HasSubstr("  forgotten  ")) << "its unedited file stays";
+}
+
 TEST_F(LibraryCommand, APathMayLeadThroughALink) {
     fs::create_directory_symlink(pictures(), folder_.path() / "link");
     for (const std::string& name : {(folder_.path() / "link/one.jpg").string(), pictures() + "/../pictures/one.jpg"})

@@ -92,21 +92,49 @@ std::string exportOriginal(const LibraryStore& store, const std::string& origina
     return copyFile(original, file.string(), false);
 }
 
-std::string discardOriginal(LibraryStore& store, const std::string& original) {
-    const FileLock lock = store.lockFiles();
-    if (!isKept(store, original)) return original + ": is no original that the library keeps";
-    int error = 0;
-    if (!moveToTrash(original, error)) return original + ": cannot be moved to the trash: " + std::strerror(error);
-    ::rmdir(fs::path(original).parent_path().c_str());
-    store.write([&](const Database& database) {
+namespace {
+
+/// The edits that the original belongs to, taken out of their table and put back again.
+class ReleasedEdits {
+public:
+    ReleasedEdits(const LibraryStore& store, const Database& database, const std::string& original)
+        : database_(database) {
         std::vector<std::int64_t> assets;
         Statement rows = database.prepare("SELECT asset, original FROM edits");
         while (rows.step())
             if (ownOriginal(store, rows.text(1)) == original) assets.push_back(rows.integer(0));
         rows.reset();
-        for (const std::int64_t asset : assets) database.run("DELETE FROM edits WHERE asset = ?", asset);
+        database.execute("CREATE TEMP TABLE IF NOT EXISTS released AS SELECT * FROM edits; DELETE FROM temp.released");
+        Transaction transaction(database);
+        for (const std::int64_t asset : assets) {
+            database.run("INSERT INTO temp.released SELECT * FROM edits WHERE asset = ?", asset);
+            database.run("DELETE FROM edits WHERE asset = ?", asset);
+        }
+        transaction.commit();
+    }
+    void putBack() const { database_.execute("INSERT INTO edits SELECT * FROM temp.released"); }
+
+private:
+    const Database& database_;
+};
+
+}  // namespace
+
+std::string discardOriginal(LibraryStore& store, const std::string& original) {
+    const FileLock lock = store.lockFiles();
+    if (!isKept(store, original)) return original + ": is no original that the library keeps";
+    return store.write([&](const Database& database) -> std::string {
+        // The edit first: whoever is killed after it leaves an original without one, which is kept and can be discarded
+        // again. An edit without its original could neither be reverted nor made again.
+        const ReleasedEdits edits(store, database, original);
+        int error = 0;
+        if (!moveToTrash(original, error)) {
+            edits.putBack();
+            return original + ": cannot be moved to the trash: " + std::strerror(error);
+        }
+        ::rmdir(fs::path(original).parent_path().c_str());
+        return {};
     });
-    return {};
 }
 
 std::string forgetAssets(LibraryStore& store, std::span<const std::string> identifiers) {
