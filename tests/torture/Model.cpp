@@ -35,6 +35,10 @@ void Model::look() {
         if (const auto photo = photoIn(content); photo && isUsers(name)) photos_[*photo].last = content;
 }
 
+void Model::require(const std::string& content) {
+    if (!discardable_.contains(hashOf(content)) && !tentative_.contains(hashOf(content))) contents_.insert(content);
+}
+
 void Model::broughtBack(int photo, const std::string& content) {
     const bool isThere = std::ranges::any_of(files_, [&](const auto& file) {
         return (isUsers(file.first) || file.first.starts_with("away/")) && photoIn(file.second) == photo;
@@ -56,7 +60,7 @@ void Model::afterPerson() {
         if (!now.contains(content)) contents_.erase(content);
     for (const std::string& content : now) {
         if (!before.contains(content) && !librarys_.contains(hashOf(content))) persons_.insert(hashOf(content));
-        if (!discardable_.contains(hashOf(content))) contents_.insert(content);
+        require(content);
     }
 }
 
@@ -71,10 +75,18 @@ void Model::afterLibrary(const LibraryTask& task, const LibraryReport& report, b
     for (const auto& [name, content] : files_) {
         if (known.contains(content) || contents_.contains(content)) continue;
         if (!photoIn(content)) throw Loss(name + " holds " + describe(content));
-        if (!persons_.contains(hashOf(content))) librarys_.insert(hashOf(content));
-        if (!discardable_.contains(hashOf(content))) contents_.insert(content);
+        if (!persons_.contains(hashOf(content))) {
+            librarys_.insert(hashOf(content));
+            // An edit that was killed may be undone yet.
+            if (isKilled) tentative_.insert(hashOf(content));
+        }
+    }
+    for (const auto& [name, content] : files_) {
+        if (!isKilled) tentative_.erase(hashOf(content));
+        require(content);
     }
     allowInheritance();
+    if (task.kind == Kind::create) takeCreated(task, report);
     if (isKilled && task.kind == Kind::scan)
         for (const auto& [name, content] : files_)
             if (const auto photo = photoIn(content); photo && isUsers(name)) perhapsAt_[name].insert(*photo);
@@ -105,12 +117,23 @@ void Model::afterLibrary(const LibraryTask& task, const LibraryReport& report, b
 }
 
 void Model::overwritten(int before, int now) {
+    heirs_[before].insert(now);
     doubt(before);
     Photo& heir = photos_[now];
     doubt(now);
     heir.favorite.everSet = photos_[before].favorite.everSet;
     heir.album.everSet = photos_[before].album.everSet;
     if (areAlike_) heir.edit.everSet = photos_[before].edit.everSet;
+}
+
+/// The library knows of what it made without a scan.
+void Model::takeCreated(const LibraryTask& task, const LibraryReport& report) {
+    const int photo = photoIn(task.content).value_or(0);
+    for (const auto& [name, content] : files_)
+        if (content == task.content) perhapsAt_[name].insert(photo);
+    for (std::size_t i = 0; i < report.assetCount; ++i)
+        if (!behind_.contains(report.assets[i].id) && contentAt(files_, report.assets[i].path) == task.content)
+            behind_[report.assets[i].id] = photo;
 }
 
 void Model::allowInheritance() {
@@ -151,10 +174,13 @@ void Model::requireAll(const LibraryTask& task) const {
 
 void Model::takeMarks(const LibraryTask& task, const LibraryReport::Target& target, bool isSure) {
     std::vector<int> photos{target.photo};
-    if (const auto shown = shown_.find(target.id); shown != shown_.end() && shown->second != target.photo)
-        photos.push_back(shown->second);
+    if (const auto known = behind_.find(target.id); known != behind_.end() && known->second != target.photo)
+        photos.push_back(known->second);
     if (const auto perhaps = perhapsAt_.find(world_.nameOf(target.before)); perhaps != perhapsAt_.end())
         photos.insert(photos.end(), perhaps->second.begin(), perhaps->second.end());
+    for (std::size_t i = 0; i < photos.size(); ++i)
+        for (const int heir : heirs_[photos[i]])
+            if (std::ranges::find(photos, heir) == photos.end()) photos.push_back(heir);
     for (const int number : photos) {
         Photo& photo = photos_[number];
         const auto set = [&](Mark& mark) {
@@ -200,8 +226,8 @@ void Model::checkRevert(const LibraryReport::Target& target) const {
     const std::string is = contentAt(files_, target.after);
     const std::string name = world_.nameOf(target.before);
     const Photo& photo = photos_.at(target.photo);
-    // Of photos that say the same of themselves one may be taken for the other's edit; its bytes are kept then.
-    if (photoIn(is) != target.photo && !(areAlike_ && photo.isDoubtful))
+    // A photo that was written over another one may be taken for its edit; its bytes are kept then.
+    if (photoIn(is) != target.photo && !photo.isDoubtful)
         throw Loss(name + " was " + numbered(target.photo) + ", and is reverted to " + describe(is));
     if (photoIn(is) == target.photo && !photo.unedited.contains(hashOf(is)))
         throw Loss(name + " is reverted to " + describe(is) + ", which is not what was edited");
@@ -209,9 +235,13 @@ void Model::checkRevert(const LibraryReport::Target& target) const {
 
 void Model::afterScan(const LibraryReport& report) {
     if (!report.isScanned) throw Loss("there was no scan");
-    perhapsAt_.clear();
+    if (world_.unmounted().empty()) perhapsAt_.clear();
     shown_.clear();
-    shownAt_.clear();
+    // What is unmounted is still known as it was.
+    std::erase_if(shownAt_, [&](const auto& each) {
+        return std::ranges::none_of(world_.unmounted(),
+                                    [&](const std::string& folder) { return each.first.starts_with(folder + "/"); });
+    });
     checkPlaces(report);
     std::map<int, int> copies;
     for (const auto& [name, content] : files_)
@@ -258,7 +288,7 @@ void Model::checkMarks(const LibraryReport::Asset& asset) {
     check(photo.edit, asset.edited, "edited");
     if (!asset.edited) return;
     const auto original = photoIn(world_.read(world_.nameOf(asset.original)));
-    if (original != number && !(areAlike_ && original))
+    if (original != number && !(original && (areAlike_ || photo.isDoubtful)))
         throw Loss(name + ": " + numbered(*number) + " is edited, and its original is " +
                    (original ? numbered(*original) : std::string("not there")));
 }

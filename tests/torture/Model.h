@@ -57,6 +57,8 @@ private:
     };
 
     void look();
+    void require(const std::string& content);
+    void takeCreated(const LibraryTask& task, const LibraryReport& report);
     /// A new file under an old name, whose photo is nowhere any more, may be taken for that photo, changed elsewhere.
     void allowInheritance();
     void allowEdits(const LibraryReport& report);
@@ -73,8 +75,10 @@ private:
     std::map<std::string, std::set<int>> perhapsAt_;  ///< What scans that were killed may have seen at each name.
     std::set<std::string> contents_;                  ///< That must be somewhere.
     std::set<std::size_t> persons_;                   ///< Hashes of what other programs made.
+    std::set<std::size_t> tentative_;                 ///< Of results of edits that were killed on the way,
     std::set<std::size_t> librarys_;                  ///< Of results of edits,
     std::set<std::size_t> discardable_;               ///< and of those that were edited again, or reverted, by name.
+    std::map<int, std::set<int>> heirs_;              ///< Photos whose bytes were written into another's file.
     std::map<int, Photo> photos_;
     std::map<std::string, int> behind_;   ///< The photo behind each asset as a scan saw it last.
     std::map<std::string, int> shown_;    ///< The same of the last scan alone,

@@ -8,6 +8,7 @@
 namespace tessaly::test {
 namespace {
 
+constexpr std::string_view kDay = "2020:01:01";
 constexpr std::string_view kMark = "~photo=";
 constexpr std::string_view kVersionMark = "~version=";
 constexpr std::size_t kAlike = 20'000;
@@ -29,12 +30,14 @@ std::optional<int> numberAfter(const std::string& file, std::string_view mark) {
 
 }  // namespace
 
-std::string Photographs::take() { return file(++photos_, 0); }
-std::string Photographs::version(int photo) { return file(photo, ++versions_); }
+std::string Photographs::take() { return file(++photos_, 0, true); }
+std::string Photographs::version(const std::string& before) {
+    return file(photoIn(before).value_or(0), ++versions_, before.find(kDay) != std::string::npos);
+}
 
-std::string Photographs::file(int photo, int version) const {
+std::string Photographs::file(int photo, int version, bool hasMoment) const {
     const int second = areAlike_ ? 0 : photo;
-    const std::string moment = "2020:01:01 00:" + digits(second / 60 % 60, 2) + ":" + digits(second % 60, 2);
+    const std::string moment = std::string(kDay) + " 00:" + digits(second / 60 % 60, 2) + ":" + digits(second % 60, 2);
     TiffBuilder tiff;
     tiff.text(TiffBuilder::first, 0x010F, "Maker").text(TiffBuilder::exif, 0x9003, moment);
     tiff.rationals(TiffBuilder::gps, 2, {{52, 1}, {31, 1}, {0, 1}}).text(TiffBuilder::gps, 1, "N");
@@ -42,7 +45,8 @@ std::string Photographs::file(int photo, int version) const {
     std::string table(1, '\0');
     table.append(kMark).append(digits(photo, 5)).append(kVersionMark).append(digits(version, 5));
     table.resize(1 + kTable, '\x11');
-    const ByteString exif = jpegSegment(0xE1, ByteString("Exif\0\0"_z).add(tiff.build()));
+    const ByteString exif =
+        jpegSegment(0xE1, ByteString("Exif\0\0"_z).add(hasMoment ? tiff.build() : TiffBuilder().build()));
     const ByteString pixels = jpegSegment(0xDB, ByteString(table));
     if (!areAlike_) return std::string(jpeg({exif, pixels}).text());
     const ByteString alike = jpegSegment(0xDB, ByteString(std::string(1, '\1') + std::string(kTable, '\x11')));

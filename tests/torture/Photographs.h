@@ -32,11 +32,11 @@ public:
 
     /// A JPEG file of a photo that was never there before.
     [[nodiscard]] std::string take();
-    /// What another editor makes of the photo: of the same length, and of the same moment.
-    [[nodiscard]] std::string version(int photo);
+    /// What another editor makes of the photo's file: of the same moment, where the file still tells that.
+    [[nodiscard]] std::string version(const std::string& file);
 
 private:
-    [[nodiscard]] std::string file(int photo, int version) const;
+    [[nodiscard]] std::string file(int photo, int version, bool hasMoment) const;
     bool areAlike_;
     int photos_ = 0;
     int versions_ = 0;

@@ -121,7 +121,7 @@ bool Torture::editElsewhere() {
     if (name.empty()) return false;
     const int photo = photoAt(name);
     model_.rewritten(photo);
-    const std::string content = photographs_.version(photo);
+    const std::string content = photographs_.version(world_.read(name));
     const bool keepsTime = random_.percent(25);
     const std::int64_t second =
         keepsTime ? world_.secondOf(name) : kLater + static_cast<std::int64_t>(random_.below(3));
