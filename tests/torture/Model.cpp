@@ -121,9 +121,9 @@ void Model::overwritten(int before, int now) {
     doubt(before);
     Photo& heir = photos_[now];
     doubt(now);
-    heir.favorite.everSet = photos_[before].favorite.everSet;
-    heir.album.everSet = photos_[before].album.everSet;
-    if (areAlike_) heir.edit.everSet = photos_[before].edit.everSet;
+    heir.favorite.everSet |= photos_[before].favorite.everSet;
+    heir.album.everSet |= photos_[before].album.everSet;
+    if (areAlike_) heir.edit.everSet |= photos_[before].edit.everSet;
 }
 
 /// The library knows of what it made without a scan.

@@ -36,6 +36,8 @@ private:
     LibraryReport doTask(const LibraryTask& task, bool mayBeKilled);
     void scan();
 
+    void writeOver(const std::string& name, const std::string& content, std::int64_t second);
+
     using Act = bool (Torture::*)();
     bool takePhoto();
     bool rename();

@@ -95,12 +95,17 @@ bool Torture::rotate() {
     return true;
 }
 
+/// Into the file that is there: the file stays the same, the photo may not.
+void Torture::writeOver(const std::string& name, const std::string& content, std::int64_t second) {
+    const int before = photoAt(name);
+    world_.write(name, content, second);
+    if (const int now = photoAt(name); before != 0 && now != before) model_.overwritten(before, now);
+}
+
 bool Torture::overwriteWithNew() {
     const std::string name = someFile();
     if (name.empty()) return false;
-    const int before = photoAt(name);
-    world_.write(name, photographs_.take(), random_.percent(30) ? world_.secondOf(name) : someSecond());
-    model_.overwritten(before, photoAt(name));
+    writeOver(name, photographs_.take(), random_.percent(30) ? world_.secondOf(name) : someSecond());
     note("overwrite " + name + " with new photo " + std::to_string(photoAt(name)));
     return true;
 }
@@ -151,7 +156,7 @@ bool Torture::copyOver() {
     model_.doubt(photoAt(to));
     const bool keepsTime = random_.percent(60);
     const std::int64_t second = keepsTime ? world_.secondOf(from) : kLater;
-    random_.percent(50) ? world_.write(to, world_.read(from), second) : world_.replace(to, world_.read(from), second);
+    random_.percent(50) ? writeOver(to, world_.read(from), second) : world_.replace(to, world_.read(from), second);
     note("copy " + from + " over " + to + (keepsTime ? " with its time" : ""));
     return true;
 }
@@ -196,7 +201,7 @@ bool Torture::restore() {
     model_.broughtBack(photoIn(copy.content).value_or(0), copy.content);
     if (const auto names = usersFiles(); std::ranges::find(names, copy.name) != names.end())
         model_.doubt(photoAt(copy.name));
-    random_.percent(50) ? world_.write(copy.name, copy.content, copy.second)
+    random_.percent(50) ? writeOver(copy.name, copy.content, copy.second)
                         : world_.replace(copy.name, copy.content, copy.second);
     note("restore " + copy.name + " from the backup: " + describe(copy.content));
     return true;
