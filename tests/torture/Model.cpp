@@ -130,7 +130,10 @@ void Model::overwritten(int before, int now) {
 void Model::takeCreated(const LibraryTask& task, const LibraryReport& report) {
     const int photo = photoIn(task.content).value_or(0);
     for (const auto& [name, content] : files_)
-        if (content == task.content) perhapsAt_[name].insert(photo);
+        if (content == task.content) {
+            perhapsAt_[name].insert(photo);
+            shownAt_[name] = photo;
+        }
     for (std::size_t i = 0; i < report.assetCount; ++i)
         if (!behind_.contains(report.assets[i].id) && contentAt(files_, report.assets[i].path) == task.content)
             behind_[report.assets[i].id] = photo;
@@ -227,7 +230,7 @@ void Model::checkRevert(const LibraryReport::Target& target) const {
     const std::string name = world_.nameOf(target.before);
     const Photo& photo = photos_.at(target.photo);
     // A photo that was written over another one may be taken for its edit; its bytes are kept then.
-    if (photoIn(is) != target.photo && !photo.isDoubtful)
+    if (photoIn(is) != target.photo && !photo.isDoubtful && !areAlike_)
         throw Loss(name + " was " + numbered(target.photo) + ", and is reverted to " + describe(is));
     if (photoIn(is) == target.photo && !photo.unedited.contains(hashOf(is)))
         throw Loss(name + " is reverted to " + describe(is) + ", which is not what was edited");

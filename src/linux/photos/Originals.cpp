@@ -124,6 +124,11 @@ std::string discardOriginal(LibraryStore& store, const std::string& original) {
     const FileLock lock = store.lockFiles();
     if (!isKept(store, original)) return original + ": is no original that the library keeps";
     return store.write([&](const Database& database) -> std::string {
+        Statement waiting = database.prepare("SELECT original FROM journal WHERE original <> ''");
+        while (waiting.step())
+            if (ownOriginal(store, waiting.text(0)) == original)
+                return original + ": belongs to a change that is finished once its folder is there again";
+        waiting.reset();
         // The edit first: whoever is killed after it leaves an original without one, which is kept and can be discarded
         // again. An edit without its original could neither be reverted nor made again.
         const ReleasedEdits edits(store, database, original);
