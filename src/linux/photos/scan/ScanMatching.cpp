@@ -183,40 +183,51 @@ private:
             "UPDATE files SET path = '/' || id WHERE id IN (SELECT known.id FROM matches JOIN known ON known.id = "
             "matches.known JOIN loose ON loose.id = matches.loose WHERE known.id > 0 AND (known.folder <> loose.folder "
             "OR known.path <> loose.path))");
-        struct Match {
-            std::int64_t known, loose, oldFolder;
-            std::string oldPath;
-            FilePlace place;
-        };
-        std::vector<Match> matches;
+        for (std::vector<Match> matches = nextMatches(0); !matches.empty(); matches = nextMatches(matches.back().loose))
+            for (const Match& match : matches) follow(match);
+    }
+
+    struct Match {
+        std::int64_t known = 0;
+        std::int64_t loose = 0;
+        FilePlace from;
+        FilePlace place;
+    };
+
+    [[nodiscard]] std::vector<Match> nextMatches(std::int64_t after) const {
         Statement rows = database_.prepare(
-            "SELECT known.id, loose.id, known.folder, known.path, loose.folder, loose.path FROM matches "
-            "JOIN known ON known.id = matches.known JOIN loose ON loose.id = matches.loose ORDER BY loose.id");
+            "SELECT known.id, loose.id, known.folder, known.path, loose.folder, loose.path FROM loose JOIN matches ON "
+            "matches.loose = loose.id JOIN known ON known.id = matches.known WHERE loose.id > ? ORDER BY loose.id "
+            "LIMIT "
+            "?");
+        rows.bind(after, kScanBatch);
+        std::vector<Match> matches;
         while (rows.step())
-            matches.push_back({rows.integer(0), rows.integer(1), rows.integer(2), rows.text(3),
+            matches.push_back({rows.integer(0), rows.integer(1), FilePlace{rows.integer(2), rows.text(3)},
                                FilePlace{rows.integer(4), rows.text(5)}});
-        rows.reset();
-        for (const Match& match : matches) {
-            const bool isMove = match.oldFolder != match.place.folder || match.oldPath != match.place.path;
-            if (isMove) clear(match.place);
-            if (match.known < 0)
-                revive(database_, -match.known, match.place);
-            else
-                database_.run("UPDATE files SET folder = ?, path = ? WHERE id = ?", match.place.folder,
-                              match.place.path, match.known);
-            // What has another name and another content as well is to show by its content that it is the same photo.
-            database_.run(
-                "UPDATE files SET inode = s.inode, device = s.device, born = iif(?1 AND (files.size <> s.size OR "
-                "files.changed <> s.changed), 0, s.born), etag = s.etag FROM loose AS s WHERE s.id = ?2 AND "
-                "files.folder "
-                "= s.folder AND files.path = s.path",
-                isMove, match.loose);
-            if (match.known < 0)
-                greet(match.place);
-            else if (isMove)
-                ++result_.moved;
-            if (isMove && match.known > 0) moveCopy(database_, {match.oldFolder, match.oldPath}, match.place);
-        }
+        return matches;
+    }
+
+    void follow(const Match& match) {
+        const bool isMove = match.from.folder != match.place.folder || match.from.path != match.place.path;
+        if (isMove) clear(match.place);
+        if (match.known < 0)
+            revive(database_, -match.known, match.place);
+        else
+            database_.run("UPDATE files SET folder = ?, path = ? WHERE id = ?", match.place.folder, match.place.path,
+                          match.known);
+        // What has another name and another content as well is to show by its content that it is the same photo.
+        database_.run(
+            "UPDATE files SET inode = s.inode, device = s.device, born = iif(?1 AND (files.size <> s.size OR "
+            "files.changed <> s.changed), 0, s.born), etag = s.etag FROM loose AS s WHERE s.id = ?2 AND "
+            "files.folder "
+            "= s.folder AND files.path = s.path",
+            isMove, match.loose);
+        if (match.known < 0)
+            greet(match.place);
+        else if (isMove)
+            ++result_.moved;
+        if (isMove && match.known > 0) moveCopy(database_, match.from, match.place);
     }
 
     /// A photo that was gone and is back looks for its video.

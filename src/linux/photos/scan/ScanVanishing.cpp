@@ -25,14 +25,12 @@ bool isFolderThere(const Database& database, const Unseen& file) {
     // A server that answers knows what it has.
     if (file.isRemote) return true;
     const std::string parent = std::filesystem::path(file.path).parent_path().string();
+    const std::string condition = "SELECT 1 FROM seen WHERE folder = ?1 AND (device = ?2 OR ?2 = 0) ";
+    if (parent.empty()) return database.integer(condition + "LIMIT 1", file.folder, file.device).has_value();
     // What is below a folder stands between "folder/" and "folder0".
-    const std::string from = parent.empty() ? "" : parent + "/";
-    const Value until = parent.empty() ? Value() : Value(parent + "0");
     return database
-        .integer(
-            "SELECT 1 FROM seen WHERE folder = ?1 AND path > ?2 AND (?3 IS NULL OR path < ?3) AND (device = ?4 OR "
-            "?4 = 0) LIMIT 1",
-            file.folder, from, until, file.device)
+        .integer(condition + "AND path > ?3 AND path < ?4 LIMIT 1", file.folder, file.device, parent + "/",
+                 parent + "0")
         .has_value();
 }
 
