@@ -179,7 +179,9 @@ void sweepWhenAlone(const LibraryStore& store) {
         for (const fs::path& file : entriesOf(folder)) {
             if (isNamed(named, name + "/" + file.filename().string())) continue;
             const auto digests = currentDigests(store, name.substr(0, kIdentifierLength).append(kAssetSuffix));
-            if (std::ranges::find(digests, digestOf(file.string())) != digests.end()) fs::remove(file, ignored);
+            const std::string digest = digestOf(file.string());
+            // What cannot be read is not known to be the same.
+            if (!digest.empty() && std::ranges::find(digests, digest) != digests.end()) fs::remove(file, ignored);
         }
         ::rmdir(folder.c_str());
     }
