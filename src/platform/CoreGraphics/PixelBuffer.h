@@ -1,6 +1,6 @@
 #pragma once
 #include <cstddef>
-#include <new>
+#include <cstdlib>
 #include <utility>
 
 namespace tessaly {
@@ -26,10 +26,11 @@ public:
         if (bytes_) release_(bytes_, size_);
     }
 
-    /// Zeroes on the heap; empty without memory.
+    /// Zeroes on the heap; empty without memory. What nobody writes to is not taken from the machine: a damaged
+    /// picture costs what there is of it.
     [[nodiscard]] static PixelBuffer allocate(std::size_t size) noexcept {
-        return {new (std::nothrow) std::byte[size](), size,
-                [](std::byte* bytes, std::size_t) noexcept { delete[] bytes; }};
+        return {static_cast<std::byte*>(std::calloc(size, 1)), size,
+                [](std::byte* bytes, std::size_t) noexcept { std::free(bytes); }};
     }
 
     [[nodiscard]] explicit operator bool() const noexcept { return bytes_ != nullptr; }
