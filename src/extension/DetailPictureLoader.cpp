@@ -28,12 +28,23 @@ CGSize uprightDimensions(const ExifInformation& record) {
     return isSideways(orientation) ? CGSize{stored.height, stored.width} : stored;
 }
 
-UIImageRef decoded(const CGImageSourceRef& source, std::int64_t pixelSize) {
-    if (!source) return nullptr;
+struct DetailPicture {
+    UIImageRef image;
+    DetailPictureState state = DetailPictureState::undecodable;
+};
+
+DetailPicture decoded(const CGImageSourceRef& source, std::int64_t pixelSize) {
+    if (!source) return {};
     const Dictionary options{{kCGImageSourceCreateThumbnailWithTransform, true},
                              {kCGImageSourceCreateThumbnailFromImageAlways, true},
                              {kCGImageSourceThumbnailMaxPixelSize, pixelSize}};
-    return UIImage::imageWithCGImage(CGImageSourceCreateThumbnailAtIndex(source, 0, options));
+    CGImageFault fault{};
+    if (auto image = UIImage::imageWithCGImage(CGImageSourceCreateThumbnailAtIndex(source, 0, options, &fault)))
+        return {std::move(image), DetailPictureState::whole};
+    if (fault != CGImageFault::tooLarge && fault != CGImageFault::outOfMemory) return {};
+    if (auto preview = UIImage::imageWithCGImage(CGImageSourceCreateEmbeddedPreview(source, options)))
+        return {std::move(preview), DetailPictureState::preview};
+    return {nullptr, DetailPictureState::tooLarge};
 }
 
 }  // namespace
@@ -42,9 +53,9 @@ struct DetailPictureLoader::Request {
     Completion completion;
 
     /// From any thread.
-    static void deliver(const std::weak_ptr<Request>& request, UIImageRef picture, bool isInCloud) {
-        DispatchQueue::main().async([request, picture = std::move(picture), isInCloud] {
-            if (const auto self = request.lock()) self->completion(picture, isInCloud);
+    static void deliver(const std::weak_ptr<Request>& request, DetailPicture picture) {
+        DispatchQueue::main().async([request, picture = std::move(picture)] {
+            if (const auto self = request.lock()) self->completion(picture.image, picture.state);
         });
     }
 };
@@ -90,7 +101,10 @@ void DetailPictureLoader::loadAsset(const ExifInformation& record, CGSize points
             if (info[PHImageCancelledKey].boolValue()) return;
             // A rough picture that there is none of says nothing of the good one.
             if (!image && info[PHImageResultIsDegradedKey].boolValue()) return;
-            Request::deliver(request, image, info[PHImageResultIsInCloudKey].boolValue());
+            const bool isInCloud = info[PHImageResultIsInCloudKey].boolValue();
+            Request::deliver(request, {image, image       ? DetailPictureState::whole
+                                              : isInCloud ? DetailPictureState::inCloud
+                                                          : DetailPictureState::undecodable});
         });
 }
 
@@ -100,15 +114,15 @@ void DetailPictureLoader::loadFile(const ExifInformation& record, CGSize points,
     const std::int64_t pixelSize = pixelSizeFilling(record, points);
     operation_ = std::make_shared<BlockOperation>(
         [path, data = record.imageData, picture = record.thumbNailImage, pixelSize, request](const BlockOperation&) {
-            UIImageRef made;
+            DetailPicture made;
             if (data) {
                 made = decoded(CGImageSourceCreateWithData(data), pixelSize);
             } else if (!path.empty()) {
                 made = decoded(CGImageSourceCreateWithURL(path), pixelSize);
             } else if (picture && picture->cgImage()) {
-                made = picture;  // It was handed over as a picture: there is no other.
+                made = {picture, DetailPictureState::whole};  // It was handed over as a picture: there is no other.
             }
-            Request::deliver(request, std::move(made), false);
+            Request::deliver(request, std::move(made));
         });
     pictureQueue().addOperation(operation_);
 }

@@ -10,12 +10,21 @@
 
 namespace tessaly {
 
+/// What came of the wish for a picture.
+enum class DetailPictureState : std::uint8_t {
+    whole,
+    preview,      ///< Too large to be decoded: what is shown is the preview that the file carries.
+    inCloud,      ///< None: its bytes are elsewhere.
+    tooLarge,     ///< None: too large to be decoded, and without a preview.
+    undecodable,  ///< None.
+};
+
 /// Gets the picture of one page at a time, in the size in which it is shown; all decoding happens on other threads.
 /// Main thread.
 class DetailPictureLoader {
 public:
-    /// Null when there is no picture to be had: `isInCloud` when its bytes are elsewhere, else it cannot be decoded.
-    using Completion = std::function<void(const UIImageRef& picture, bool isInCloud)>;
+    /// The picture is null where the state says that there is none.
+    using Completion = std::function<void(const UIImageRef& picture, DetailPictureState state)>;
 
     DetailPictureLoader() = default;
     DetailPictureLoader(const DetailPictureLoader&) = delete;

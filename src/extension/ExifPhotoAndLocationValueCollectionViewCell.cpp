@@ -39,10 +39,20 @@ UIImageRef frameOf(const ExifInformation& record) {
     return record.cachedThumbNailImage ? record.cachedThumbNailImage : record.thumbNailImage;
 }
 
-/// What stands below the icon; "" is no state.
-std::string textOfState(const std::string& iconName) {
-    if (iconName.empty()) return {};
-    return localized(iconName == kBroken ? "This picture cannot be shown" : "Not available");
+/// What stands below the icon, or over a preview.
+std::string textOfState(DetailPictureState state) {
+    switch (state) {
+        case DetailPictureState::whole:
+            return {};
+        case DetailPictureState::preview:
+        case DetailPictureState::tooLarge:
+            return localized("This picture is too large to be shown in full");
+        case DetailPictureState::inCloud:
+            return localized("Not available");
+        case DetailPictureState::undecodable:
+            return localized("This picture cannot be shown");
+    }
+    return {};
 }
 
 }  // namespace
@@ -85,7 +95,7 @@ void ExifPhotoAndLocationValueCollectionViewCell::setExifInfo(const ExifInformat
     loadedSize_ = {};
     photoImageView->setImage(nullptr);
     playImageView->setHidden(true);
-    showState("");
+    showState(DetailPictureState::whole);
 }
 
 void ExifPhotoAndLocationValueCollectionViewCell::updateContent() {
@@ -139,19 +149,19 @@ void ExifPhotoAndLocationValueCollectionViewCell::updatePicture() {
 void ExifPhotoAndLocationValueCollectionViewCell::loadPicture(const ExifInformationRef& record) {
     const std::weak_ptr<UICollectionReusableView> weakSelf = weak_from_this();
     startSpinnerTimer();
-    loader_.load(record, loadedSize_, [weakSelf](const UIImageRef& picture, bool isInCloud) {
+    loader_.load(record, loadedSize_, [weakSelf](const UIImageRef& picture, DetailPictureState state) {
         const auto self = std::static_pointer_cast<ExifPhotoAndLocationValueCollectionViewCell>(weakSelf.lock());
-        if (self) self->pictureArrived(picture, isInCloud);
+        if (self) self->pictureArrived(picture, state);
     });
 }
 
-void ExifPhotoAndLocationValueCollectionViewCell::pictureArrived(const UIImageRef& picture, bool isInCloud) {
+void ExifPhotoAndLocationValueCollectionViewCell::pictureArrived(const UIImageRef& picture, DetailPictureState state) {
     stopSpinner();
     const auto record = exifInfo();
     const bool isOfLibrary = record && record->phAsset;
     if (picture) {
         photoImageView->setImage(picture);
-        showState("");
+        showState(state);
         // Fetched ahead for this page, encoded, and of no more use: the list of records is long.
         if (isOfLibrary) record->cachedThumbNailImage = nullptr;
         return;
@@ -159,15 +169,16 @@ void ExifPhotoAndLocationValueCollectionViewCell::pictureArrived(const UIImageRe
     // A library has small pictures of its own; that of a file is made of the same bytes, and no better.
     if (isOfLibrary && photoImageView->image()) return;
     photoImageView->setImage(nullptr);
-    showState(isInCloud ? kInCloud : kBroken);
+    showState(state);
 }
 
-void ExifPhotoAndLocationValueCollectionViewCell::showState(const std::string& iconName) {
-    const bool hidden = iconName.empty();
-    stateImageView->setImageNamed(iconName);
-    stateImageView->setHidden(hidden);
-    stateLabel->setText(textOfState(iconName));
-    stateLabel->setHidden(hidden);
+void ExifPhotoAndLocationValueCollectionViewCell::showState(DetailPictureState state) {
+    const bool hasPicture = state == DetailPictureState::whole || state == DetailPictureState::preview;
+    stateImageView->setImageNamed(hasPicture ? "" : state == DetailPictureState::inCloud ? kInCloud : kBroken);
+    stateImageView->setHidden(hasPicture);
+    const std::string text = textOfState(state);
+    stateLabel->setText(text);
+    stateLabel->setHidden(text.empty());
 }
 
 void ExifPhotoAndLocationValueCollectionViewCell::startSpinnerTimer() {

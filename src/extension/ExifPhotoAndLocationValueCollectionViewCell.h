@@ -60,8 +60,8 @@ private:
     [[nodiscard]] CGSize pictureSize() const noexcept;
     void updatePicture();
     void loadPicture(const ExifInformationRef& record);
-    void pictureArrived(const UIImageRef& picture, bool isInCloud);
-    void showState(const std::string& iconName);
+    void pictureArrived(const UIImageRef& picture, DetailPictureState state);
+    void showState(DetailPictureState state);
     void startSpinnerTimer();
     void stopSpinner();
 

@@ -56,6 +56,25 @@ Interface {
             }
         }
         Rectangle {
+            // What is shown is a preview: said over it, and quietly.
+            anchors { top: parent.top; horizontalCenter: parent.horizontalCenter; topMargin: 8 }
+            width: Math.min(note.implicitWidth, parent.width - 40) + 20
+            height: note.height + 10
+            radius: 8
+            color: "#80000000"
+            visible: header.state.hidden && !note.outlet.hidden
+            OutletLabel {
+                id: note
+                anchors.centerIn: parent
+                width: Math.min(implicitWidth, header.width - 40)
+                outlet: header.outlets.label("stateLabel")
+                horizontalAlignment: Text.AlignHCenter
+                wrapMode: Text.Wrap
+                font { family: Theme.family; pixelSize: 12 }
+                color: "white"
+            }
+        }
+        Rectangle {
             // A dark ground for the symbol, whatever the picture is.
             anchors.centerIn: parent
             width: 64

@@ -70,6 +70,9 @@ enum class CGImageFault : std::uint8_t {
 /// kCGImageSourceThumbnailMaxPixelSize pixels; upright with kCGImageSourceCreateThumbnailWithTransform.
 [[nodiscard]] CGImageRef CGImageSourceCreateThumbnailAtIndex(const CGImageSourceRef& source, std::size_t index,
                                                              const Dictionary& options, CGImageFault* fault = nullptr);
+/// The largest JPEG that the file carries of its picture, for one that is too large to be decoded: the thumbnail of
+/// Exif, a preview of a raw. The options are those of a thumbnail. Null when there is none.
+[[nodiscard]] CGImageRef CGImageSourceCreateEmbeddedPreview(const CGImageSourceRef& source, const Dictionary& options);
 /// Whether decoding the format turns its pictures upright by itself, whatever their Orientation says.
 [[nodiscard]] bool CGImageSourceIsUpright(const CGImageSourceRef& source);
 /// Whether there is a decoder for the format at all.
