@@ -170,6 +170,28 @@ TEST(DecodeLimits, HoldForMalformedPictures) {
     }
 }
 
+TEST(DecodeLimits, WhatIsTooLargeForMemoryLiesInAFile) {
+    const TemporaryFolder folder;
+    ::setenv("XDG_CACHE_HOME", folder.path().c_str(), 1);
+    constexpr std::uint64_t kSmall = 6000;  // of 8192 bytes
+    for (const char* name : {"quadrants.jpg", "quadrants.bmp", "deep.tiff"}) {
+        codecs::DecodeBudget::set(codecs::DecodeBudget{.memory = kSmall, .disk = kMega});
+        const auto source = CGImageSourceCreateWithURL(pathOfFileNamed(name));
+        CGImageFault fault{};
+        const CGImageRef image = CGImageSourceCreateImageAtIndex(source, 0, {}, &fault);
+        EXPECT_EQ(colorsOf(image), "RGBW") << name << ": " << describe(fault);
+        codecs::DecodeBudget::set(codecs::DecodeBudget{.memory = kSmall, .disk = kSmall});
+        EXPECT_FALSE(CGImageSourceCreateImageAtIndex(source, 0, {}, &fault)) << name;
+        EXPECT_EQ(fault, CGImageFault::tooLarge) << name;
+        EXPECT_EQ(colorsOf(CGImageSourceCreateThumbnailAtIndex(source, 0, {{kCGImageSourceThumbnailMaxPixelSize, 16}},
+                                                               &fault)),
+                  "RGBW")
+            << name << ": a small one is made all the same";
+    }
+    codecs::DecodeBudget::set(std::nullopt);
+    ::unsetenv("XDG_CACHE_HOME");
+}
+
 /// Rows from the bottom, each of its own index, packed in runs with every kind of escape.
 TEST(DecodeLimits, BitmapsOfEveryPackingLookAlike) {
     const auto header = [](unsigned bits, unsigned packing, const ByteString& rest) {

@@ -1,8 +1,6 @@
-#include <unistd.h>
-
-#include <algorithm>
 #include <array>
 
+#include "linux/codecs/DecodeBudget.h"
 #include "linux/codecs/Pixels.h"
 #include "linux/foundation/Module.h"
 #include "linux/imageio/SourceBytes.h"
@@ -34,17 +32,20 @@ CGImageFault faultOf(DecodeFault fault) noexcept {
     return CGImageFault::damaged;
 }
 
-std::uint64_t memoryLimit() noexcept {
-    constexpr std::uint64_t kMost = std::uint64_t{2} << 30;
-    const auto pages = static_cast<std::uint64_t>(std::max(0L, ::sysconf(_SC_PHYS_PAGES)));
-    return std::min(kMost, pages * static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE)) / 4);
-}
-
 CGImageRef decodePicture(const CodecOfFamily& codec, imageio::ByteSource& source, std::size_t index,
                          std::size_t longerSide, CGImageFault& fault, double time) {
-    const DecodeRequest request{
-        .index = index, .longerSide = longerSide, .pixelLimit = kPixelLimit, .memoryLimit = memoryLimit()};
+    DecodeRequest request{.index = index,
+                          .longerSide = longerSide,
+                          .pixelLimit = kPixelLimit,
+                          .memoryLimit = DecodeBudget::current().memory};
     CGImage image = decodeIsolated(codec, source, request, fault, time);
+    if (fault == CGImageFault::tooLarge && longerSide == 0) {
+        if (const auto file = PixelFile::open()) {
+            request.fileLimit = file->limit();
+            request.pixelLimit = request.fileLimit / CGImage::kComponents;
+            image = decodeIsolated(codec, source, request, fault, time, file->descriptor());
+        }
+    }
     return image.pixels ? std::make_shared<const CGImage>(std::move(image)) : nullptr;
 }
 

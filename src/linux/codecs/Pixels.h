@@ -8,14 +8,11 @@
 
 namespace tessaly::codecs {
 
-/// No picture of more pixels is decoded in full: four bytes each, that is a gigabyte.
+/// No picture of more pixels is decoded into memory: four bytes each, that is a gigabyte.
 inline constexpr std::uint64_t kPixelLimit = std::uint64_t{256} * 1024 * 1024;
 
 /// The module of the small libraries; null when it is not installed.
 [[nodiscard]] const PixelsModule* pixelsModule();
-
-/// What one decode may take of this machine's memory: a quarter of it, and no more than two gigabytes.
-[[nodiscard]] std::uint64_t memoryLimit() noexcept;
 
 [[nodiscard]] CGImageFault faultOf(DecodeFault fault) noexcept;
 
@@ -23,7 +20,7 @@ inline constexpr std::uint64_t kPixelLimit = std::uint64_t{256} * 1024 * 1024;
 [[nodiscard]] std::optional<CodecOfFamily> codecOf(std::string_view typeIdentifier);
 
 /// The picture of an open source by whoever decodes its type, in sRGB, stored as it is, no longer than `longerSide`
-/// (0 for its own size). Null with the reason in `fault`.
+/// (0 for its own size). In full it may lie in a file where it is too large for memory. Null with the reason in `fault`.
 [[nodiscard]] CGImageRef decodePicture(const CodecOfFamily& codec, imageio::ByteSource& source, std::size_t index,
                                        std::size_t longerSide, CGImageFault& fault, double time = 0);
 
