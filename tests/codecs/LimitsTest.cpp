@@ -159,6 +159,7 @@ TEST(DecodeLimits, HoldForMalformedPictures) {
     constexpr std::uint32_t kCount = 120;
     constexpr std::uint64_t kLimit = 256 * kMega;
     const TemporaryFolder folder;
+    EXPECT_FALSE(CGImageSourceCreateWithURL(folder.write("start", "RIFF"))) << "and nothing behind it";
     for (std::uint32_t number = 0; number < kCount; ++number) {
         const std::string& name = pictures()[number / 3 % pictures().size()];
         const Malformed picture = malformed(*fileNamed(name), 64, 32, number);

@@ -122,7 +122,7 @@ const ImageFormat* detectImageFormat(ByteSource& source) {
     if (head.starts_with("\xFF\xD8\xFF"sv)) return &kJpeg;
     if (head.starts_with("\x89PNG\r\n\x1A\n"sv)) return &kPng;
     if (head.starts_with("GIF87a"sv) || head.starts_with("GIF89a"sv)) return &kGif;
-    if (head.starts_with("RIFF"sv) && head.substr(8, 4) == "WEBP"sv) return &kWebp;
+    if (head.starts_with("RIFF"sv) && head.size() >= 12 && head.substr(8, 4) == "WEBP"sv) return &kWebp;
     if (head.starts_with("FUJIFILMCCD-RAW"sv)) return &kRaf;
     if (head.starts_with("\xFF\x0A"sv) || head.starts_with("\0\0\0\x0CJXL \r\n\x87\n"sv)) return &kJxl;
     if (head.starts_with("\0\0\0\x0CjP  \r\n\x87\n"sv)) return &kJp2;
