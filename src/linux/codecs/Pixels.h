@@ -20,7 +20,8 @@ inline constexpr std::uint64_t kPixelLimit = std::uint64_t{256} * 1024 * 1024;
 [[nodiscard]] std::optional<CodecOfFamily> codecOf(std::string_view typeIdentifier);
 
 /// The picture of an open source by whoever decodes its type, in sRGB, stored as it is, no longer than `longerSide`
-/// (0 for its own size). In full it may lie in a file where it is too large for memory. Null with the reason in `fault`.
+/// (0 for its own size). In full it may lie in a file where it is too large for memory. Null with the reason in
+/// `fault`.
 [[nodiscard]] CGImageRef decodePicture(const CodecOfFamily& codec, imageio::ByteSource& source, std::size_t index,
                                        std::size_t longerSide, CGImageFault& fault, double time = 0);
 
