@@ -184,17 +184,19 @@ DecodeFault readBands(TIFFRGBAImage& conversion, const Layout& layout, std::uint
         fault != DecodeFault::none)
         return fault;
     const bool isReduced = reduction(layout.width, layout.height, request) > 1;
-    std::vector<std::uint32_t> band(isReduced ? std::size_t{layout.width} * bandHeight : 0);
+    const std::size_t bandSize = std::size_t{layout.width} * bandHeight * sizeof(std::uint32_t);
+    PixelBuffer band = isReduced ? PixelBuffer::allocate(bandSize) : PixelBuffer();
+    if (isReduced && !band) return DecodeFault::outOfMemory;
     for (std::uint32_t y = 0; y < layout.height; y += bandHeight) {
         const std::uint32_t height = std::min(bandHeight, layout.height - y);
-        auto* target = isReduced ? band.data() : reinterpret_cast<std::uint32_t*>(image.row(y));
+        auto* target = reinterpret_cast<std::uint32_t*>(isReduced ? band.get() : image.row(y));
         conversion.row_offset = static_cast<int>(y);
         if (!TIFFRGBAImageGet(&conversion, target, layout.width, height)) {
             if (y == 0) return DecodeFault::damaged;
             break;
         }
         for (std::uint32_t row = 0; isReduced && row < height; ++row) {
-            std::memcpy(rows.next(), band.data() + std::size_t{row} * layout.width, std::size_t{layout.width} * 4);
+            std::memcpy(rows.next(), band.get() + std::size_t{row} * layout.width * 4, std::size_t{layout.width} * 4);
             rows.done();
         }
     }
