@@ -26,7 +26,8 @@ tessaly_module(jxl ${TESSALY_MODULE_SOURCES}/jxl libjxl libjxl_threads)
 tessaly_module(raw ${TESSALY_MODULE_SOURCES}/raw libraw_r)
 tessaly_module(ffmpeg ${TESSALY_MODULE_SOURCES}/ffmpeg libavformat libavcodec libswscale libavutil)
 tessaly_module(remote ${CMAKE_SOURCE_DIR}/src/linux/remote/modules libcurl)
-target_sources(tessaly-remote PRIVATE ${CMAKE_SOURCE_DIR}/src/linux/foundation/AtomicFile.cpp)
+target_sources(tessaly-remote PRIVATE ${CMAKE_SOURCE_DIR}/src/linux/foundation/AtomicFile.cpp
+                                      ${CMAKE_SOURCE_DIR}/src/linux/foundation/FileExchange.cpp)
 
 file(RELATIVE_PATH TESSALY_MODULES_FROM_PROGRAM ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR}/tessaly)
 set(TESSALY_MODULE_PLACES TESSALY_MODULES_FROM_PROGRAM="${TESSALY_MODULES_FROM_PROGRAM}"

@@ -76,7 +76,7 @@ private:
 };
 
 /// Lets the child and its threads go on from stop to stop, until it ends or has come to the one where it is killed.
-ChildEnd follow(pid_t child, std::size_t killAt) {
+ChildEnd follow(pid_t child, std::size_t killAt, const std::function<void(std::size_t)>& between) {
     ChildEnd end;
     while (true) {
         int status = 0;
@@ -88,10 +88,13 @@ ChildEnd follow(pid_t child, std::size_t killAt) {
         }
         if (!WIFSTOPPED(status)) continue;
         const int event = status >> 16;
-        if (event == PTRACE_EVENT_SECCOMP && ++end.steps == killAt) {
-            end.isKilled = true;
-            ::kill(child, SIGKILL);
-            continue;
+        if (event == PTRACE_EVENT_SECCOMP) {
+            if (++end.steps == killAt) {
+                end.isKilled = true;
+                ::kill(child, SIGKILL);
+                continue;
+            }
+            if (between) between(end.steps);
         }
         // A new thread begins with a stop of its own.
         const int signal = WSTOPSIG(status);
@@ -102,7 +105,8 @@ ChildEnd follow(pid_t child, std::size_t killAt) {
 
 }  // namespace
 
-ChildEnd runChild(const std::function<void()>& work, std::optional<std::size_t> killAt) {
+ChildEnd runChild(const std::function<void()>& work, std::optional<std::size_t> killAt,
+                  const std::function<void(std::size_t)>& between) {
     const pid_t child = ::fork();
     if (child < 0) throw std::runtime_error("no child");
     if (child == 0) {
@@ -124,7 +128,7 @@ ChildEnd runChild(const std::function<void()>& work, std::optional<std::size_t> 
     if (!WIFSTOPPED(end.status)) return end;
     ::ptrace(PTRACE_SETOPTIONS, child, nullptr, PTRACE_O_TRACESECCOMP | PTRACE_O_TRACECLONE | PTRACE_O_EXITKILL);
     ::ptrace(PTRACE_CONT, child, nullptr, 0);
-    return follow(child, *killAt);
+    return follow(child, *killAt, between);
 }
 
 bool canTraceChildren() {

@@ -15,7 +15,11 @@ struct ChildEnd {
 /// Runs `work` in a child. With `killAt` the child is killed just before its system call of that number, from 1 on,
 /// that changes a file: whatever it could have left behind on the way is left behind at one number. Its own
 /// computations, and what it reads, change nothing and are not counted.
-[[nodiscard]] ChildEnd runChild(const std::function<void()>& work, std::optional<std::size_t> killAt = std::nullopt);
+///
+/// `between` is called before each of these calls with its number, while the child waits: what another program does at
+/// that instant.
+[[nodiscard]] ChildEnd runChild(const std::function<void()>& work, std::optional<std::size_t> killAt = std::nullopt,
+                                const std::function<void(std::size_t step)>& between = {});
 
 /// Whether this system lets us follow a child's system calls.
 [[nodiscard]] bool canTraceChildren();

@@ -36,6 +36,15 @@ std::string resolved(const std::string& path) {
     return real ? std::string(real.get()) : path;
 }
 
+std::string temporaryName(std::string_view suffix) {
+    timespec now{};
+    ::clock_gettime(CLOCK_MONOTONIC, &now);
+    std::string name(kTemporaryPrefix);
+    name += std::to_string(::getpid()) + "-" + std::to_string(now.tv_nsec);
+    name += suffix;
+    return name;
+}
+
 std::string descriptorPath(int file) { return "/proc/self/fd/" + std::to_string(file); }
 
 void copyAttributes(int source, int target) {
@@ -53,12 +62,13 @@ void copyAttributes(int source, int target) {
 
 }  // namespace
 
-AtomicFile::AtomicFile(int file, int folder, std::string name) noexcept
-    : file_(file), folder_(folder), name_(std::move(name)) {}
+AtomicFile::AtomicFile(int file, int folder, std::string path, std::string name) noexcept
+    : file_(file), folder_(folder), path_(std::move(path)), name_(std::move(name)) {}
 
 AtomicFile::AtomicFile(AtomicFile&& other) noexcept
     : file_(std::exchange(other.file_, -1)),
       folder_(std::exchange(other.folder_, -1)),
+      path_(std::move(other.path_)),
       name_(std::move(other.name_)),
       temporary_(std::exchange(other.temporary_, {})),
       isCommitted_(other.isCommitted_) {}
@@ -74,10 +84,10 @@ AtomicFile::~AtomicFile() {
 std::optional<AtomicFile> AtomicFile::create(const std::string& path) {
     const std::string target = resolved(path);
     const auto slash = target.rfind('/');
-    const std::string folderPath = slash == std::string::npos ? "." : target.substr(0, slash + 1);
+    const std::string folderPath = slash == std::string::npos ? "./" : target.substr(0, slash + 1);
     const int folder = ::open(folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (folder < 0) return std::nullopt;
-    AtomicFile made(-1, folder, slash == std::string::npos ? target : target.substr(slash + 1));
+    AtomicFile made(-1, folder, folderPath, slash == std::string::npos ? target : target.substr(slash + 1));
     // Without a name nothing is left behind even by a kill; not every file system can.
     made.file_ = ::openat(folder, ".", O_TMPFILE | O_RDWR | O_CLOEXEC, kDefaultMode);
     if (made.file_ < 0 && !made.takeTemporaryName()) return std::nullopt;
@@ -87,11 +97,7 @@ std::optional<AtomicFile> AtomicFile::create(const std::string& path) {
 /// Names the nameless file, or opens one under a name.
 bool AtomicFile::takeTemporaryName() {
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
-        timespec now{};
-        ::clock_gettime(CLOCK_MONOTONIC, &now);
-        std::string name(kTemporaryPrefix);
-        name += std::to_string(::getpid()) + "-" + std::to_string(now.tv_nsec);
-        name += kTemporarySuffix;
+        std::string name = temporaryName(kTemporarySuffix);
         if (file_ < 0) {
             file_ = ::openat(folder_, name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kDefaultMode);
             if (file_ >= 0) {
@@ -170,17 +176,55 @@ bool AtomicFile::commit(Existing existing) {
     return true;
 }
 
-void removeAbandonedFiles(const std::string& folder) {
+bool AtomicFile::commitInPlaceOf(const IsExpected& isExpected) {
+    if (::fsync(file_) != 0 || (temporary_.empty() && !takeTemporaryName())) return false;
+    std::string own = temporaryName(kSwappedSuffix);
+    if (::renameat(folder_, temporary_.c_str(), folder_, own.c_str()) != 0) return false;
+    temporary_ = std::move(own);
+    // From here on the name may be that of another program's file.
+    isCommitted_ = true;
+    const std::string path = path_ + temporary_;
+    if (!replaceExpected(path, path_ + name_, isExpected)) {
+        const int error = errno;
+        struct stat ours {};
+        struct stat there {};
+        if (::fstat(file_, &ours) == 0 && ::stat(path.c_str(), &there) == 0 && ours.st_ino == there.st_ino)
+            ::unlink(path.c_str());
+        errno = error;
+        return false;
+    }
+    ::fsync(folder_);
+    return true;
+}
+
+namespace {
+
+/// The files in the folder that programs which are not running any more have named so.
+std::vector<std::string> abandonedFiles(const std::string& folder, std::string_view suffix) {
+    std::vector<std::string> files;
     std::error_code error;
     for (std::filesystem::directory_iterator entry(folder, error);
          !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
         const std::string name = entry->path().filename().string();
-        if (!name.starts_with(kTemporaryPrefix) || !name.ends_with(kTemporarySuffix)) continue;
+        if (!name.starts_with(kTemporaryPrefix) || !name.ends_with(suffix)) continue;
         pid_t process = 0;
         const char* digits = name.data() + kTemporaryPrefix.size();
         if (std::from_chars(digits, name.data() + name.size(), process).ec != std::errc() || process <= 0) continue;
-        if (::kill(process, 0) != 0 && errno == ESRCH) ::unlink(entry->path().c_str());
+        if (::kill(process, 0) != 0 && errno == ESRCH) files.push_back(entry->path().string());
     }
+    return files;
 }
+
+}  // namespace
+
+std::string temporaryNameIn(const std::string& folder, std::string_view suffix) {
+    return (std::filesystem::path(folder) / temporaryName(suffix)).string();
+}
+
+void removeAbandonedFiles(const std::string& folder) {
+    for (const std::string& file : abandonedFiles(folder, kTemporarySuffix)) ::unlink(file.c_str());
+}
+
+std::vector<std::string> abandonedSwaps(const std::string& folder) { return abandonedFiles(folder, kSwappedSuffix); }
 
 }  // namespace tessaly

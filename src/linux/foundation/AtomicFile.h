@@ -4,6 +4,10 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
+#include <vector>
+
+#include "linux/foundation/FileExchange.h"
 
 namespace tessaly {
 
@@ -33,20 +37,29 @@ public:
     bool adopt(int source, bool times);
     /// Puts the file in its place. EEXIST when there is one that is to be kept.
     bool commit(Existing existing);
+    /// Puts it in the place of a file that is still the one that is expected. Errors as of `replaceExpected`.
+    bool commitInPlaceOf(const IsExpected& isExpected);
 
 private:
-    AtomicFile(int file, int folder, std::string name) noexcept;
+    AtomicFile(int file, int folder, std::string path, std::string name) noexcept;
     bool takeTemporaryName();
 
     int file_;
     int folder_;
+    std::string path_;       ///< Of the folder, with a slash at its end; "./" for the current one.
     std::string name_;       ///< In the folder.
     std::string temporary_;  ///< "" while it has no name.
     bool isCommitted_ = false;
 };
 
+/// A name for this moment and this process in the folder, which no file of it has.
+[[nodiscard]] std::string temporaryNameIn(const std::string& folder, std::string_view suffix);
+
 /// Removes from a folder what programs left there that were killed between giving a file its temporary name and putting
 /// it in its place. Other programs' files that are being written stay.
 void removeAbandonedFiles(const std::string& folder);
+
+/// The files there of programs that were killed while two were changing places.
+[[nodiscard]] std::vector<std::string> abandonedSwaps(const std::string& folder);
 
 }  // namespace tessaly

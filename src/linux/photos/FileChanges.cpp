@@ -1,12 +1,14 @@
 #include "linux/photos/FileChanges.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <string_view>
 
 #include "linux/foundation/AtomicFile.h"
 #include "linux/photos/Digest.h"
@@ -24,6 +26,8 @@ bool exists(const std::string& path) {
 
 std::string fault(const std::string& path) { return path + ": " + std::strerror(errno); }
 
+constexpr std::string_view kIsChanged = ": was changed by another program just now";
+
 struct Descriptor {
     int file;
     explicit Descriptor(const std::string& path) : file(::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {}
@@ -34,10 +38,10 @@ struct Descriptor {
     }
 };
 
-/// The bytes of `from` in the place of `to`. An edited file keeps the mode of the file whose place it takes, a
-/// reverted one gets its old times back.
+/// The bytes of `from` as a new file `to`, or in the place of the file there that is expected. An edited file keeps the
+/// mode of the file whose place it takes, a reverted one gets its old times back.
 std::string place(const std::string& from, const std::string& to, const std::string& manners, bool withTimes,
-                  AtomicFile::Existing existing) {
+                  const IsExpected& isExpected = {}) {
     const Descriptor source(from);
     if (source.file < 0) return fault(from);
     auto target = AtomicFile::create(to);
@@ -46,7 +50,8 @@ std::string place(const std::string& from, const std::string& to, const std::str
     if (!target->copyFrom(source.file, 0, size)) return fault(to);
     const Descriptor pattern(manners);
     if (pattern.file >= 0) target->adopt(pattern.file, withTimes);
-    return target->commit(existing) ? std::string() : fault(to);
+    if (isExpected ? target->commitInPlaceOf(isExpected) : target->commit(AtomicFile::Existing::kept)) return {};
+    return errno == EBUSY ? to + std::string(kIsChanged) : fault(to);
 }
 
 /// What stands at `path` outlives a loss of power.
@@ -60,30 +65,35 @@ std::string sync(const std::string& path) {
 
 /// Where nothing is replaced a file is not waited for; what another one is about to go for is.
 std::string placeSafely(const std::string& from, const std::string& to, const std::string& manners, bool withTimes) {
-    std::string why = place(from, to, manners, withTimes, AtomicFile::Existing::kept);
+    std::string why = place(from, to, manners, withTimes);
     if (why.empty() && !(why = sync(to)).empty()) ::unlink(to.c_str());
     return why;
 }
 
+IsExpected isStamped(const std::optional<FileStamp>& stamp) {
+    return [stamp](const std::string& path) { return FileStamp::of(path) == stamp; };
+}
+
 /// Puts the backup in the place of the file again, by a step that needs no space where that is possible.
-bool restore(const std::string& backup, const std::string& path) {
-    std::error_code error;
-    const fs::path target = fs::exists(path, error) ? fs::canonical(path, error) : fs::path(path);
-    if (::rename(backup.c_str(), target.c_str()) == 0) return true;
-    const std::string why = copyFile(backup, path, true);
+bool restore(const std::string& backup, const std::string& path, const IsExpected& isPlaced) {
+    std::string why;
+    if (!exists(path))
+        why = holdFile(backup, path);
+    else if (replaceExpected(backup, path, isPlaced))
+        return true;
+    else
+        why = errno == EBUSY ? path + std::string(kIsChanged) : place(backup, path, backup, true, isPlaced);
     if (!why.empty()) log("library: %@", why);
     return why.empty();
 }
 
 }  // namespace
 
-std::string copyFile(const std::string& from, const std::string& to, bool replaces) {
-    return place(from, to, from, true, replaces ? AtomicFile::Existing::replaced : AtomicFile::Existing::kept);
-}
+std::string copyFile(const std::string& from, const std::string& to) { return place(from, to, from, true); }
 
 std::string holdFile(const std::string& from, const std::string& to) {
     if (::linkat(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), AT_SYMLINK_FOLLOW) == 0) return {};
-    return copyFile(from, to, false);
+    return copyFile(from, to);
 }
 
 std::string stampText(const FileStamp& stamp) {
@@ -155,7 +165,14 @@ bool FileChangeRun::undo() {
 }
 
 void FileChangeRun::finish() {
-    for (const std::string& path : leftovers_) ::unlink(path.c_str());
+    for (const Held& held : leftovers_) {
+        struct stat status {};
+        if (::lstat(held.path.c_str(), &status) != 0) continue;
+        // Whoever had the file open may have gone on writing.
+        int ignored = 0;
+        const bool wasWritten = held.stamp && status.st_nlink == 1 && FileStamp::of(held.path) != held.stamp;
+        if (!wasWritten || !moveToTrash(held.path, ignored)) ::unlink(held.path.c_str());
+    }
     leftovers_.clear();
 }
 
@@ -181,7 +198,10 @@ std::string FileChangeRun::apply(const FileChange& change) {
         case FileChange::Kind::revert:
             return replace(change);
         case FileChange::Kind::trash:
-            return trash(change);
+            return trash(change, [&](const std::string& path) {
+                const auto stamp = FileStamp::of(path);
+                return change.before.empty() || (stamp && stampText(*stamp) == change.before);
+            });
     }
     return {};
 }
@@ -222,7 +242,7 @@ std::string FileChangeRun::create(const FileChange& change) {
     std::string why = placeSafely(change.content, change.result, {}, false);
     if (!why.empty()) return why;
     undos_.emplace_back([path = change.result, placed = FileStamp::of(change.result)] {
-        return FileStamp::of(path) != placed || ::unlink(path.c_str()) == 0 || errno == ENOENT;
+        return removeExpected(path, isStamped(placed)) || errno == EBUSY || errno == ENOENT;
     });
     return {};
 }
@@ -246,66 +266,81 @@ std::string FileChangeRun::keepOriginal(const FileChange& change) {
     return {};
 }
 
-/// Sees to it that the bytes at the place are somewhere else, too, or are the library's own to throw away.
-std::string FileChangeRun::makeWay(const FileChange& change, const std::string& backup) {
+/// What was taken away from the name is what was held: by its marks, else by all of its bytes.
+IsExpected FileChangeRun::is(const Held& held) {
+    return [held](const std::string& path) {
+        return (held.stamp && FileStamp::of(path) == held.stamp) || digestOf(path) == held.digest;
+    };
+}
+
+std::string FileChangeRun::hold(const FileChange& change, Held& held) {
+    held.path = store_.newPendingName(".undo");
+    if (std::string why = holdFile(change.current, held.path); !why.empty()) return why;
     // A second name of the very file need not be read again.
-    const bool isAsPlanned = !replays_ && change.stamp && FileStamp::of(backup) == change.stamp;
-    const std::string held = isAsPlanned ? change.before : digestOf(backup);
-    if (held.empty()) return fault(backup);
-    if (!replays_ && !change.before.empty() && held != change.before)
-        return change.current + ": was changed by another program just now";
-    if (held == change.own) return {};
-    const bool isKept = isAsPlanned && kept_.contains(change.original);
-    if (change.kind == FileChange::Kind::edit && (isKept || digestOf(change.original) == held)) return {};
-    return trash(change);
+    held.stamp = FileStamp::of(held.path);
+    const bool isAsPlanned = !replays_ && change.stamp && held.stamp == change.stamp;
+    held.digest = isAsPlanned ? change.before : digestOf(held.path);
+    leftovers_.push_back(held);
+    if (held.digest.empty()) return fault(held.path);
+    const bool isOther = !replays_ && !change.before.empty() && held.digest != change.before;
+    return isOther ? change.current + std::string(kIsChanged) : std::string();
+}
+
+/// Sees to it that the bytes at the place are somewhere else, too, or are the library's own to throw away.
+std::string FileChangeRun::makeWay(const FileChange& change, const Held& held) {
+    if (held.digest == change.own) return {};
+    const bool isKept = !replays_ && held.stamp == change.stamp && kept_.contains(change.original);
+    if (change.kind == FileChange::Kind::edit && (isKept || digestOf(change.original) == held.digest)) return {};
+    return trash(change, is(held));
+}
+
+std::string FileChangeRun::put(const FileChange& change, const Held& held) const {
+    const bool isSame = change.current == change.result;
+    const bool isRevert = change.kind == FileChange::Kind::revert;
+    if (replays_ && !isSame && exists(change.result)) return {};
+    const std::string& manners = isRevert || held.path.empty() ? change.content : held.path;
+    return isSame && exists(change.current) ? place(change.content, change.result, manners, isRevert, is(held))
+                                            : placeSafely(change.content, change.result, manners, isRevert);
 }
 
 std::string FileChangeRun::replace(const FileChange& change) {
     const bool isSame = change.current == change.result;
-    const bool isRevert = change.kind == FileChange::Kind::revert;
-    const bool isPlaced = replays_ && !isSame && exists(change.result);
-    std::string backup;
+    Held held;
     bool isTrashed = false;
     if (exists(change.current)) {
-        backup = store_.newPendingName(".undo");
-        if (std::string why = holdFile(change.current, backup); !why.empty()) return why;
-        leftovers_.push_back(backup);
-        if (std::string why = makeWay(change, backup); !why.empty()) return why;
+        if (std::string why = hold(change, held); !why.empty()) return why;
+        if (std::string why = makeWay(change, held); !why.empty()) return why;
         isTrashed = !exists(change.current);
     }
     // A live run plans with the file there; one that is gone by now is on its way elsewhere.
-    if (backup.empty() && !replays_) return change.current + ": is not there any more";
-    if (!isPlaced) {
-        const std::string& manners = isRevert || backup.empty() ? change.content : backup;
-        const bool replaces = isSame && exists(change.current);
-        std::string why = replaces
-                              ? place(change.content, change.result, manners, isRevert, AtomicFile::Existing::replaced)
-                              : placeSafely(change.content, change.result, manners, isRevert);
-        if (!why.empty()) return why;
-    }
-    undos_.emplace_back(
-        [backup = isTrashed ? std::string() : backup, change, isSame, placed = FileStamp::of(change.result)] {
-            const auto now = FileStamp::of(change.result);
-            if (now && now != placed) return false;
-            if (backup.empty() || !isSame) ::unlink(change.result.c_str());
-            return backup.empty() || (!isSame && exists(change.current)) || restore(backup, change.current);
-        });
-    if (!isSame && ::unlink(change.current.c_str()) != 0 && errno != ENOENT) return fault(change.current);
-    return {};
+    if (held.path.empty() && !replays_) return change.current + ": is not there any more";
+    if (std::string why = put(change, held); !why.empty()) return why;
+    undos_.emplace_back([backup = isTrashed ? std::string() : held.path, change, isSame,
+                         isPlaced = isStamped(FileStamp::of(change.result))] {
+        if ((backup.empty() || !isSame) && !removeExpected(change.result, isPlaced) && errno != ENOENT) return false;
+        return backup.empty() || (!isSame && exists(change.current)) || restore(backup, change.current, isPlaced);
+    });
+    if (isSame || held.path.empty() || removeExpected(change.current, is(held)) || errno == ENOENT) return {};
+    return errno == EBUSY ? change.current + std::string(kIsChanged) : fault(change.current);
 }
 
-std::string FileChangeRun::trash(const FileChange& change) {
+std::string FileChangeRun::trash(const FileChange& change, const IsExpected& isExpected) {
     // Gone already, which is what was wanted.
     if (!exists(change.current)) return {};
     int error = 0;
     const auto trashed = moveToTrash(change.current, error);
     if (!trashed) return change.current + ": cannot be moved to the trash: " + std::strerror(error);
-    undos_.emplace_back([trashed = *trashed, path = change.current] {
+    const auto takeOut = [trashed = *trashed, path = change.current] {
         int ignored = 0;
         if (restoreFromTrash(trashed, path, ignored)) return true;
         log("library: %@ stays in the trash", path);
         return false;
-    });
+    };
+    if (!isExpected(trashed->path)) {
+        takeOut();
+        return change.current + std::string(kIsChanged);
+    }
+    undos_.emplace_back(takeOut);
     return {};
 }
 

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "linux/foundation/FileExchange.h"
 #include "linux/foundation/Trash.h"
 #include "linux/photos/FileRows.h"
 #include "linux/photos/LibraryStore.h"
@@ -52,6 +53,9 @@ struct FileChange {
 std::int64_t writeJournal(const Database& database, std::vector<FileChange>& changes);
 
 /// Does them to the files, one after the other; each can be done again. When one fails, those before are undone.
+///
+/// No other program's bytes are lost on the way, whenever it writes them: a file that takes another's place is looked
+/// at once more when it has been taken away from its name.
 class FileChangeRun {
 public:
     /// `replays` what an earlier program may have done in part.
@@ -67,16 +71,25 @@ private:
     [[nodiscard]] std::string apply(const FileChange& change);
     [[nodiscard]] std::string create(const FileChange& change);
     [[nodiscard]] std::string replace(const FileChange& change);
-    [[nodiscard]] std::string makeWay(const FileChange& change, const std::string& backup);
+    /// The file that a change found, under a second name or copied, and what it was when it was looked at.
+    struct Held {
+        std::string path;  ///< "" where there was none.
+        std::optional<FileStamp> stamp;
+        std::string digest;
+    };
+    [[nodiscard]] std::string hold(const FileChange& change, Held& held);
+    [[nodiscard]] std::string makeWay(const FileChange& change, const Held& held);
+    [[nodiscard]] std::string put(const FileChange& change, const Held& held) const;
     [[nodiscard]] std::string keepOriginal(const FileChange& change);
-    [[nodiscard]] std::string trash(const FileChange& change);
+    [[nodiscard]] std::string trash(const FileChange& change, const IsExpected& isExpected);
+    [[nodiscard]] static IsExpected is(const Held& held);
 
     const LibraryStore& store_;
     bool replays_;
     std::vector<std::function<bool()>> undos_;
     std::set<std::string> kept_;  ///< Originals that this run has copied.
     bool isUndone_ = true;
-    std::vector<std::string> leftovers_;
+    std::vector<Held> leftovers_;
 };
 
 /// Brings the database up to what was done to the files. In the caller's transaction, which also empties the journal.
@@ -94,8 +107,8 @@ void playJournal(LibraryStore& store);
 /// The same, and removes what they were making.
 void recover(LibraryStore& store);
 
-/// Copies a file atomically; "" or what went wrong. Times and mode come from the source.
-[[nodiscard]] std::string copyFile(const std::string& from, const std::string& to, bool replaces);
+/// Copies a file to where there is none, atomically; "" or what went wrong. Times and mode come from the source.
+[[nodiscard]] std::string copyFile(const std::string& from, const std::string& to);
 /// The same for a new file that nobody writes to: a second name of it where the file system can.
 [[nodiscard]] std::string holdFile(const std::string& from, const std::string& to);
 

@@ -67,12 +67,32 @@ bool isMoot(const LibraryStore& store, const std::vector<FileChange>& all, const
     return replayOf(change) == Replay::moot;
 }
 
+/// What was changing places when its program was killed. The journal's own bytes are elsewhere, too, when files change
+/// places; any others are somebody's who came in between, and get a name that people see.
+void settleSwaps(const std::vector<FileChange>& all) {
+    for (const FileChange& change : all)
+        for (const std::string& path : {change.current, change.result}) {
+            if (path.empty()) continue;
+            for (const std::string& file : abandonedSwaps(fs::path(path).parent_path().string())) {
+                const std::string digest = digestOf(file);
+                const bool isOurs = !digest.empty() && std::ranges::any_of(all, [&](const FileChange& each) {
+                    return digest == each.before || digest == each.after;
+                });
+                if (isOurs)
+                    ::unlink(file.c_str());
+                else
+                    moveToFreeName(file, path);
+            }
+        }
+}
+
 /// Plays one change of the journal, all of it. What cannot be finished now, for want of space or of the disk, waits for
 /// a later open.
 void play(LibraryStore& store, std::int64_t number, const std::vector<FileChange>& all) {
     const bool isGivenUp = std::ranges::any_of(all, [](const FileChange& change) {
         return change.kind != FileChange::Kind::trash && !exists(change.content);
     });
+    settleSwaps(all);
     std::vector<FileChange> changes = all;
     // A new photo finds another name.
     for (FileChange& change : changes)

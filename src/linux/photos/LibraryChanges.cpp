@@ -93,7 +93,7 @@ public:
         file.result = freePath(*folder, name, plan_.files);
         file.content = store_.newPendingName(fs::path(name).extension().string());
         const std::string why =
-            wish.data ? writeDataAtomically(wish.data, file.content) : copyFile(wish.file.path(), file.content, false);
+            wish.data ? writeDataAtomically(wish.data, file.content) : copyFile(wish.file.path(), file.content);
         if (!why.empty()) throw ChangeError(why);
         if (!isPhotoOrVideo(file.content)) {
             ::unlink(file.content.c_str());

@@ -89,7 +89,7 @@ std::string exportOriginal(const LibraryStore& store, const std::string& origina
     fs::path file(target);
     if (fs::is_directory(file, ignored)) file /= fs::path(original).filename();
     if (fs::exists(fs::symlink_status(file, ignored))) return file.string() + ": is there already";
-    return copyFile(original, file.string(), false);
+    return copyFile(original, file.string());
 }
 
 namespace {
