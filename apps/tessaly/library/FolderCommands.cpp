@@ -39,7 +39,9 @@ int scan() {
     for (const auto& problem : result.problems) complain(problem.path, problem.why);
     Output::standard() << std::to_string(result.seen) + " files: " + std::to_string(result.added) + " new, " +
                               std::to_string(result.changed) + " changed, " + std::to_string(result.moved) +
-                              " moved, " + std::to_string(result.removed) + " gone\n";
+                              " moved, " + std::to_string(result.removed) + " gone" +
+                              (result.away > 0 ? ", " + std::to_string(result.away) + " away" : "") +
+                              (result.returned > 0 ? ", " + std::to_string(result.returned) + " back" : "") + "\n";
     return result.problems.empty() ? kSuccess : kFailure;
 }
 

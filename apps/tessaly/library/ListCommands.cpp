@@ -177,8 +177,8 @@ void addListCommands(CLI::App& library, const SharedLibraryOptions& options, int
     listing->add_flag("--json", options->json, "As JSON");
     listing->footer(
         "Keys of a condition: localIdentifier mediaType mediaSubtypes creationDate modificationDate location\n"
-        "pixelWidth pixelHeight duration favorite hasAdjustments. Marks of a row: * favorite, e edited, @ has a "
-        "place.");
+        "pixelWidth pixelHeight duration favorite hasAdjustments isAway isGone presence (0 here, 1 away, 2 gone).\n"
+        "Marks of a row: * favorite, e edited, @ has a place.");
     CLI::App* showing =
         addLibrarySubcommand(library, "info", "Show what the library knows of photos, as JSON", options, status, info);
     addAssetNames(*showing, options);
