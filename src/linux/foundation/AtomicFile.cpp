@@ -13,6 +13,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <memory>
 #include <string_view>
@@ -215,14 +216,26 @@ std::vector<std::string> abandonedFiles(const std::string& folder, std::string_v
     return files;
 }
 
+bool isOlder(const std::string& path, std::chrono::seconds age) {
+    struct stat status {};
+    // Its own time may be another file's.
+    return age.count() == 0 ||
+           (::lstat(path.c_str(), &status) == 0 && ::time(nullptr) - status.st_ctim.tv_sec >= age.count());
+}
+
 }  // namespace
 
 std::string temporaryNameIn(const std::string& folder, std::string_view suffix) {
     return (std::filesystem::path(folder) / temporaryName(suffix)).string();
 }
 
-void removeAbandonedFiles(const std::string& folder) {
-    for (const std::string& file : abandonedFiles(folder, kTemporarySuffix)) ::unlink(file.c_str());
+void removeAbandonedFiles(const std::string& folder, std::chrono::seconds age) {
+    for (const std::string& file : abandonedFiles(folder, kTemporarySuffix))
+        if (isOlder(file, age)) ::unlink(file.c_str());
+}
+
+bool isTemporaryName(std::string_view name) {
+    return name.starts_with(kTemporaryPrefix) && name.ends_with(kTemporarySuffix);
 }
 
 std::vector<std::string> abandonedSwaps(const std::string& folder) { return abandonedFiles(folder, kSwappedSuffix); }

@@ -1,4 +1,5 @@
 #pragma once
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -56,8 +57,11 @@ private:
 [[nodiscard]] std::string temporaryNameIn(const std::string& folder, std::string_view suffix);
 
 /// Removes from a folder what programs left there that were killed between giving a file its temporary name and putting
-/// it in its place. Other programs' files that are being written stay.
-void removeAbandonedFiles(const std::string& folder);
+/// it in its place. Other programs' files that are being written stay, and those that changed less than `age` ago: on a
+/// disk that other machines share, or out of a sandbox, a program may be alive that cannot be seen.
+void removeAbandonedFiles(const std::string& folder, std::chrono::seconds age = {});
+/// Whether it is the name of such a file.
+[[nodiscard]] bool isTemporaryName(std::string_view name);
 
 /// The files there of programs that were killed while two were changing places.
 [[nodiscard]] std::vector<std::string> abandonedSwaps(const std::string& folder);

@@ -105,6 +105,10 @@ void play(LibraryStore& store, std::int64_t number, const std::vector<FileChange
     });
     FileChangeRun files(store, true);
     if (const std::string why = files.run(changes); !why.empty()) return log("library: %@", why);
+    // While the journal still names the folders: whoever is killed here comes back to them.
+    for (const FileChange& change : all)
+        for (const std::string& path : {change.current, change.result})
+            if (!path.empty()) removeAbandonedFiles(fs::path(path).parent_path().string());
     store.write([&](const Database& database) {
         Transaction transaction(database);
         for (const FileChange& change : changes) applyToDatabase(database, change);
@@ -113,9 +117,6 @@ void play(LibraryStore& store, std::int64_t number, const std::vector<FileChange
     });
     files.finish();
     for (const FileChange& change : changes) removeContent(store, change, true);
-    for (const FileChange& change : all)
-        for (const std::string& path : {change.current, change.result})
-            if (!path.empty()) removeAbandonedFiles(fs::path(path).parent_path().string());
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include <filesystem>
 
+#include "linux/foundation/AtomicFile.h"
 #include "linux/photos/RemoteFolder.h"
 #include "linux/photos/scan/ScanParts.h"
 
@@ -7,6 +8,9 @@ namespace tessaly::photos {
 namespace {
 
 namespace fs = std::filesystem;
+
+/// What nobody has touched for so long, and whose program is not there, was left by one that was killed.
+constexpr std::chrono::hours kAbandonedAge{1};
 
 class Walk {
 public:
@@ -37,10 +41,14 @@ private:
     bool walkLocal(const std::string& at) {
         std::error_code error;
         fs::directory_iterator entry(at, error);
+        bool hasTemporaries = false;
         for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
             // Hidden folders hold thumbnails, caches and trash, not the user's photos.
             const std::string path = entry->path().string();
-            if (entry->path().filename().string().starts_with('.')) continue;
+            if (const std::string name = entry->path().filename().string(); name.starts_with('.')) {
+                hasTemporaries |= isTemporaryName(name);
+                continue;
+            }
             std::error_code ignored;
             if (entry->is_directory(ignored)) {
                 if (!entry->is_symlink(ignored) && !fs::equivalent(path, store_.folder(), ignored)) walkLocal(path);
@@ -48,6 +56,7 @@ private:
             }
             if (const auto stamp = FileStamp::of(path)) meet({path.substr(folder_.path.size() + 1), *stamp, {}});
         }
+        if (hasTemporaries) removeAbandonedFiles(at, kAbandonedAge);
         const bool isGone = error == std::errc::no_such_file_or_directory && at != folder_.path;
         if (error && !isGone) result_.problems.push_back({at, error.message()});
         return !error;
