@@ -289,6 +289,35 @@ TEST_F(LibraryChanges, EditsAndReverts) {
     EXPECT_EQ(contentOf(library_->original(id)->path), original);
 }
 
+TEST_F(LibraryChanges, RevertsThePlaceThatWasRemoved) {
+    TiffBuilder place;
+    place.rationals(TiffBuilder::gps, 2, {{52, 1}, {31, 1}, {0, 1}}).text(TiffBuilder::gps, 1, "N");
+    place.rationals(TiffBuilder::gps, 4, {{13, 1}, {24, 1}, {0, 1}}).text(TiffBuilder::gps, 3, "E");
+    write("a.jpg", photo(1, place));
+    library_->scan();
+    const auto edit = [&](const std::optional<CLLocation>& location) {
+        return change([&] {
+            request(asset("a.jpg")).setLocation(location);
+            request(asset("a.jpg")).setCreationDate(*asset("a.jpg").creationDate);
+            wishEdit("a.jpg", editedPhoto(1));
+        });
+    };
+    const auto revert = [&] { return change([&] { request(asset("a.jpg")).revertAssetContentToOriginal(); }); };
+    ASSERT_EQ(edit(std::nullopt), "");
+    EXPECT_FALSE(asset("a.jpg").location);
+    ASSERT_EQ(revert(), "");
+    ASSERT_TRUE(asset("a.jpg").location);
+    EXPECT_DOUBLE_EQ(asset("a.jpg").location->coordinate.longitude, 13.4);
+    EXPECT_EQ(count("assets WHERE own_place OR own_created"), 0);
+    // A place that a person chose is no matter of the file.
+    CLLocation chosen;
+    chosen.coordinate = {1, 2};
+    ASSERT_EQ(edit(chosen), "");
+    ASSERT_EQ(revert(), "");
+    ASSERT_TRUE(asset("a.jpg").location);
+    EXPECT_EQ(asset("a.jpg").location->coordinate.longitude, 2);
+}
+
 TEST_F(LibraryChanges, DeletesIntoTheTrash) {
     write("b.mov", movie(2));
     library_->scan();

@@ -61,6 +61,15 @@ std::string printOfOriginal(const FileChange& change) {
     return stamp ? printOf(change.original, stamp->size) : std::string();
 }
 
+/// What an edit took out of the file it took out of the record, too, and it noted the date that was there: with the
+/// unedited file its own words hold again. Another place or date that a person gave the photo stays.
+void releaseOwnFacts(const Database& database, std::int64_t asset, const AssetFacts& facts) {
+    database.run("UPDATE assets SET own_place = 0 WHERE id = ? AND latitude IS NULL", asset);
+    if (facts.created)
+        database.run("UPDATE assets SET own_created = 0 WHERE id = ? AND abs(created - ?) < 0.001", asset,
+                     *facts.created);
+}
+
 void applyReplacement(const Database& database, const FileChange& change, const AssetFacts& facts,
                       const FileStamp& stamp) {
     const auto asset = assetNamed(database, change.asset);
@@ -69,6 +78,7 @@ void applyReplacement(const Database& database, const FileChange& change, const 
         const FilePlace before = folderOf(database, change.current);
         database.run("DELETE FROM files WHERE folder = ? AND path = ?", before.folder, before.path);
     }
+    if (change.kind == FileChange::Kind::revert) releaseOwnFacts(database, *asset, facts);
     updateAsset(database, *asset, facts, stamp);
     putFile(database, change, *asset, facts, stamp);
     updateLiveness(database, *asset);
