@@ -160,6 +160,26 @@ TEST_F(LibraryIdentity, StaysWithThePhoto) {
              rename("../aside-2.jpg", "5.jpg");
          },
          with({{"2.jpg", "0"}, {"5.jpg", "2e"}})},
+        {"saved by another editor, one of a burst",
+         [&] {
+             write("5.jpg", photo(2, TiffBuilder(), 50)), library_->scan();
+             saveAs("2.jpg", editedPhoto(2, 100));
+         },
+         with({{"2.jpg", "2"}, {"5.jpg", "0"}})},
+        {"its name used again, and the date in the library's hands",
+         [&] {
+             ASSERT_EQ(change([&] { request(asset("2.jpg")).setCreationDate(*asset("2.jpg").creationDate); }), "");
+             fs::remove(path("2.jpg")), write("2.jpg", photo(40));
+         },
+         with({{"2.jpg", "0"}})},
+        {"its name used by one of two without a date, and back",
+         [&] {
+             saveAs("4.jpg", jpeg({})), library_->scan();
+             rename("1.jpg", "../aside-1.jpg"), fs::remove(path("4.jpg"));
+             write("1.jpg", jpeg({jpegSegment(0xFE, "other")})), library_->scan();
+             rename("../aside-1.jpg", "5.jpg");
+         },
+         {{"1.jpg", "0"}, {"2.jpg", "2e"}, {"3.jpg", "3a"}, {"5.jpg", "1f"}}},
         {"a copy beside it", [&] { copy(path("2.jpg"), path("5.jpg")); }, with({{"5.jpg", "0"}})},
     };
     for (const auto& [why, happens, expected] : cases) {

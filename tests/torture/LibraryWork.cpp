@@ -241,6 +241,10 @@ private:
         std::ofstream(output.renderedContentURL.path(), std::ios::binary)
             .write(reinterpret_cast<const char*>(content->data()), static_cast<std::streamsize>(content->size()));
         request.setContentEditingOutput(output);
+        // As the screens and the command line do it.
+        if (task_.kind != Kind::strip && task_.kind != Kind::stripPlace) return;
+        request.setLocation(std::nullopt);
+        if (asset->creationDate) request.setCreationDate(*asset->creationDate);
     }
 
     void wishAlbum(const PHAssetRef& asset) const {

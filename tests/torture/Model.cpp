@@ -123,7 +123,6 @@ void Model::overwritten(int before, int now) {
     doubt(now);
     heir.favorite.everSet |= photos_[before].favorite.everSet;
     heir.album.everSet |= photos_[before].album.everSet;
-    if (areAlike_) heir.edit.everSet |= photos_[before].edit.everSet;
 }
 
 /// The library knows of what it made without a scan.
@@ -156,7 +155,6 @@ void Model::allowInheritance() {
         old.isDoubtful = true;
         heir.favorite.everSet |= old.favorite.everSet;
         heir.album.everSet |= old.album.everSet;
-        if (areAlike_) heir.edit.everSet |= old.edit.everSet;
     }
 }
 
@@ -277,9 +275,7 @@ void Model::checkMarks(const LibraryReport::Asset& asset) {
     if (!number) throw Loss(name + " holds " + describe(contentAt(files_, asset.path)));
     behind_[asset.id] = shown_[asset.id] = *number;
     shownAt_[name] = *number;
-    const auto found = photos_.find(*number);
-    static const Photo kUntouched;
-    const Photo& photo = found == photos_.end() ? kUntouched : found->second;
+    Photo& photo = photos_[*number];
     const auto check = [&](const Mark& mark, bool isSet, const std::string& what) {
         if (isSet && !mark.everSet)
             throw Loss(name + ": " + numbered(*number) + " is " + what + ", and never was made so");
@@ -288,6 +284,9 @@ void Model::checkMarks(const LibraryReport::Asset& asset) {
     };
     check(photo.favorite, asset.favorite, "a favorite");
     check(photo.album, asset.inAlbum, "in the album");
+    // What another program has changed is not said to be edited where other photos say the same of themselves.
+    if (!asset.edited && photo.isRewritten && (areAlike_ || !saysMoment(contentAt(files_, asset.path))))
+        photo.edit.isSet = false;
     check(photo.edit, asset.edited, "edited");
     if (!asset.edited) return;
     const auto original = photoIn(world_.read(world_.nameOf(asset.original)));

@@ -32,7 +32,7 @@ std::optional<int> numberAfter(const std::string& file, std::string_view mark) {
 
 std::string Photographs::take() { return file(++photos_, 0, true); }
 std::string Photographs::version(const std::string& before) {
-    return file(photoIn(before).value_or(0), ++versions_, before.find(kDay) != std::string::npos);
+    return file(photoIn(before).value_or(0), ++versions_, saysMoment(before));
 }
 
 std::string Photographs::file(int photo, int version, bool hasMoment) const {
@@ -59,6 +59,8 @@ std::optional<int> photoIn(const std::string& file) {
     if (!file.starts_with("\xFF\xD8") || !file.ends_with("\xFF\xD9")) return std::nullopt;
     return numberAfter(file, kMark);
 }
+
+bool saysMoment(const std::string& file) { return file.find(kDay) != std::string::npos; }
 
 std::string describe(const std::string& file) {
     const auto photo = photoIn(file);

@@ -44,6 +44,8 @@ private:
 
 /// Which photo the file shows; nullopt for what is no whole file of one.
 [[nodiscard]] std::optional<int> photoIn(const std::string& file);
+/// Whether the file says when it was taken.
+[[nodiscard]] bool saysMoment(const std::string& file);
 /// "photo 3, version 1, 412 bytes"
 [[nodiscard]] std::string describe(const std::string& file);
 

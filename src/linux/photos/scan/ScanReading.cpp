@@ -42,13 +42,15 @@ struct OldPhoto {
     FileStamp stamp;
     Likeness likeness;
     bool hasOwnDate = false;  ///< What the file said is not known any more.
+    double created = 0;       ///< As the library shows it.
     std::string original;     ///< The unedited file of an edited one.
+    std::string print;
 
     static std::optional<OldPhoto> of(const Database& database, std::int64_t file) {
         Statement row = database.prepare(
             "SELECT size, changed, inode, device, born, media_type, created, modified, own_created, width, height, "
-            "COALESCE(content_identifier, ''), COALESCE((SELECT original FROM edits WHERE asset = assets.id), '') FROM "
-            "files JOIN assets ON assets.id = asset WHERE files.id = ?");
+            "COALESCE(content_identifier, ''), COALESCE((SELECT original FROM edits WHERE asset = assets.id), ''), "
+            "COALESCE(print, '') FROM files JOIN assets ON assets.id = asset WHERE files.id = ?");
         row.bind(file);
         if (!row.step()) return std::nullopt;
         OldPhoto old;
@@ -61,7 +63,9 @@ struct OldPhoto {
         old.likeness = {row.integer(5), isDated ? std::optional(row.real(6)) : std::nullopt,
                         static_cast<std::uint64_t>(row.integer(9)), static_cast<std::uint64_t>(row.integer(10)),
                         row.text(11)};
+        old.created = row.real(6);
         old.original = row.text(12);
+        old.print = row.text(13);
         return old;
     }
 
@@ -71,16 +75,71 @@ struct OldPhoto {
         const bool isSameFile = stamp.inode != 0 && stamp.isSameFile(now) && stamp.born != 0 && now.born != 0;
         if (isSameFile && original.empty()) return true;
         Likeness later = Likeness::of(facts);
-        // Of a file on a server the name is all there is; and an own date hides what the file said before.
+        // Of a file on a server the name is all there is.
         if (stamp.inode == 0 && !likeness.created) return likeness.mediaType == later.mediaType;
-        if (hasOwnDate) later.created.reset();
-        if (likeness.mayBecome(later)) return true;
-        // An edit may have removed what tells photos apart.
-        const std::string kept = original.empty() ? original : ownOriginal(store, original);
-        const auto keptStamp = kept.empty() ? std::nullopt : FileStamp::of(kept);
-        return keptStamp && later.created && Likeness::of(AssetFacts::read(kept, *keptStamp)).mayBecome(later);
+        // An edit may have removed what tells photos apart, and a date of its own hides it: the unedited file says it.
+        const auto kept = keptLikeness(store);
+        if (kept && later.created && kept->mayBecome(later)) return true;
+        Likeness before = likeness;
+        if (kept && hasOwnDate) before.created = created;
+        if (!kept && hasOwnDate) later.created.reset();
+        return before.mayBecome(later);
+    }
+
+    /// Whether nothing but the shape tells that it is: the photo had a date, the file has none.
+    [[nodiscard]] bool isGuess(const FileStamp& now, const AssetFacts& facts) const {
+        return stamp.inode != 0 && !stamp.isSameFile(now) && likeness.created && !facts.isDated &&
+               likeness.contentIdentifier.empty();
+    }
+
+private:
+    [[nodiscard]] std::optional<Likeness> keptLikeness(const LibraryStore& store) const {
+        const std::string path = original.empty() ? original : ownOriginal(store, original);
+        const auto keptStamp = path.empty() ? std::nullopt : FileStamp::of(path);
+        return keptStamp ? std::optional(Likeness::of(AssetFacts::read(path, *keptStamp))) : std::nullopt;
     }
 };
+
+/// Photos that their files give no date, of a shape.
+constexpr std::string_view kIsUndated =
+    "media_type = ?2 AND (own_created OR abs(created - modified) <= 0.001) AND ((width = ?3 AND height = ?4) OR (width "
+    "= ?4 AND height = ?3))";
+
+/// Whether another photo of the library says the same of itself, as those of a burst do, or those without a date.
+bool hasTwin(const Database& database, std::int64_t asset, const Likeness& likeness) {
+    if (likeness.created)
+        return database
+            .integer("SELECT 1 FROM assets WHERE id <> ? AND media_type = ? AND created > ? AND created < ? LIMIT 1",
+                     asset, likeness.mediaType, *likeness.created - 1, *likeness.created + 1)
+            .has_value();
+    return database
+        .integer("SELECT 1 FROM assets WHERE id <> ?1 AND " + std::string(kIsUndated) + " LIMIT 1", asset,
+                 likeness.mediaType, static_cast<std::int64_t>(likeness.width),
+                 static_cast<std::int64_t>(likeness.height))
+        .has_value();
+}
+
+/// Whether one of those is missing, and so may be the file as well.
+bool hasMissingTwin(const Database& database, std::int64_t asset, const Likeness& likeness) {
+    return database
+        .integer(
+            "SELECT 1 FROM known AS k JOIN files ON files.id = k.id JOIN assets ON assets.id = files.asset WHERE "
+            "assets.id <> ?1 AND " +
+                std::string(kIsUndated) +
+                " AND NOT EXISTS (SELECT 1 FROM matches WHERE known = k.id) AND NOT EXISTS (SELECT 1 FROM seen "
+                "WHERE seen.folder = k.folder AND seen.path = k.path) LIMIT 1",
+            asset, likeness.mediaType, static_cast<std::int64_t>(likeness.width),
+            static_cast<std::int64_t>(likeness.height))
+        .has_value();
+}
+
+/// That it was edited here is said of no file that may as well be another photo. Its original is kept, and listed.
+void settleEdit(const Database& database, std::int64_t asset, const OldPhoto& old, const AssetFacts& facts,
+                const Prints& prints) {
+    const bool isUnchanged = !prints.print.empty() && prints.print == old.print;
+    if (old.original.empty() || isUnchanged || !hasTwin(database, asset, Likeness::of(facts))) return;
+    database.run("DELETE FROM edits WHERE asset = ?", asset);
+}
 
 std::string fileText(const ScanFolder& folder, const FilePlace& place) { return folder.path + "/" + place.path; }
 
@@ -219,11 +278,16 @@ void ScanReader::putOne(const Database& database, const Reading& reading) {
     }
     if (asset != 0 && !isPaired) {
         const auto old = OldPhoto::of(database, task.file);
+        const bool isAnother =
+            old && (!old->isStill(task.stamp, facts, store_) ||
+                    (old->isGuess(task.stamp, facts) && hasMissingTwin(database, asset, Likeness::of(facts))));
         // Another photo has taken the name, or none.
-        if (facts.mediaType == 0 || (old && !old->isStill(task.stamp, facts, store_))) {
+        if (facts.mediaType == 0 || isAnother) {
             if (bury(database, asset)) hasOrphans_ = true;
             ++result_.removed;
             asset = 0;
+        } else if (old) {
+            settleEdit(database, asset, *old, facts, prints);
         }
     }
     if (facts.mediaType == 0)
