@@ -5,12 +5,13 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <mutex>
 #include <string>
 #include <utility>
+
+#include "linux/foundation/HomeFolder.h"
 
 namespace tessaly::codecs {
 namespace {
@@ -51,10 +52,8 @@ std::optional<std::uint64_t> allowedMemory() {
 
 /// $XDG_CACHE_HOME/tessaly (XDG Base Directory Specification 0.8); empty without a home.
 std::filesystem::path cacheFolder() {
-    const char* cache = std::getenv("XDG_CACHE_HOME");
-    if (cache && *cache == '/') return std::filesystem::path(cache) / "tessaly";
-    const char* home = std::getenv("HOME");
-    return home && *home == '/' ? std::filesystem::path(home) / ".cache" / "tessaly" : std::filesystem::path();
+    const std::string caches = baseFolder("XDG_CACHE_HOME", ".cache");
+    return caches.empty() ? std::filesystem::path() : std::filesystem::path(caches) / "tessaly";
 }
 
 /// Not every file system knows files without a name: there it loses its name at once.

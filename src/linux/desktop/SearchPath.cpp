@@ -1,6 +1,5 @@
 #include "linux/desktop/SearchPath.h"
 
-#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -8,6 +7,8 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+
+#include "linux/foundation/HomeFolder.h"
 
 namespace tessaly::desktop {
 
@@ -87,9 +88,8 @@ std::string SearchPath::programNamed(const std::string& name) const {
 }
 
 std::string homeFolder() {
-    if (std::string home = environment("HOME"); home.starts_with('/')) return home;
-    const passwd* const user = ::getpwuid(::getuid());
-    return user && user->pw_dir ? user->pw_dir : "/";
+    const std::string home = tessaly::homeFolder();
+    return home.empty() ? "/" : home;
 }
 
 std::string userFolder(std::string_view name) {

@@ -18,7 +18,7 @@ struct SearchPath {
     [[nodiscard]] std::string programNamed(const std::string& name) const;
 };
 
-/// $HOME, else what the system knows of the user.
+/// Never empty: "/" for a user without a home.
 [[nodiscard]] std::string homeFolder();
 /// "PICTURES", "DOWNLOAD": the folder that the user has for it (xdg-user-dirs); "" where there is none.
 [[nodiscard]] std::string userFolder(std::string_view name);

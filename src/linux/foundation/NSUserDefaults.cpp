@@ -7,12 +7,12 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <map>
 #include <mutex>
 #include <optional>
 
+#include "linux/foundation/HomeFolder.h"
 #include "platform/Foundation/PropertyList.h"
 
 namespace tessaly {
@@ -20,12 +20,7 @@ namespace {
 
 constexpr off_t kMaximumFile = 16 * 1024 * 1024;
 
-std::string configFolder() {
-    if (const char* config = std::getenv("XDG_CONFIG_HOME"); config && *config == '/')
-        return std::string(config) + "/tessaly";
-    const char* home = std::getenv("HOME");
-    return std::string(home && *home ? home : "/tmp") + "/.config/tessaly";
-}
+std::string configFolder() { return baseFolder("XDG_CONFIG_HOME", ".config") + "/tessaly"; }
 
 void makeFolders(const std::string& path) {
     for (auto slash = path.find('/', 1); slash != std::string::npos; slash = path.find('/', slash + 1))

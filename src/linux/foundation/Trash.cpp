@@ -15,6 +15,7 @@
 #include <string_view>
 #include <utility>
 
+#include "linux/foundation/HomeFolder.h"
 #include "platform/Foundation/NSURL.h"
 
 namespace tessaly {
@@ -134,10 +135,8 @@ std::optional<Trash> openTrash(const Descriptor& folder, std::string path, std::
 
 /// "" when nobody says where the user's data are.
 std::string homeTrashPath() {
-    const char* data = std::getenv("XDG_DATA_HOME");
-    if (data && *data == '/') return std::string(data) + "/Trash";
-    const char* home = std::getenv("HOME");
-    return home && *home == '/' ? std::string(home) + "/.local/share/Trash" : std::string();
+    const std::string data = baseFolder("XDG_DATA_HOME", ".local/share");
+    return data.empty() ? data : data + "/Trash";
 }
 
 /// The user's own trash folder may be a link: who could have set it is the user.

@@ -1,8 +1,8 @@
 #include "linux/photos/PhotoLibrary.h"
 
-#include <cstdlib>
 #include <filesystem>
 
+#include "linux/foundation/HomeFolder.h"
 #include "linux/photos/AssetRows.h"
 #include "linux/photos/FileChanges.h"
 #include "linux/photos/FolderWatcher.h"
@@ -77,12 +77,7 @@ std::shared_ptr<PhotoLibrary> PhotoLibrary::open(const std::string& folder, std:
     }
 }
 
-std::string PhotoLibrary::userFolder() {
-    const char* data = std::getenv("XDG_DATA_HOME");
-    if (data && *data == '/') return std::string(data) + "/tessaly/library";
-    const char* home = std::getenv("HOME");
-    return std::string(home ? home : "") + "/.local/share/tessaly/library";
-}
+std::string PhotoLibrary::userFolder() { return baseFolder("XDG_DATA_HOME", ".local/share") + "/tessaly/library"; }
 
 std::vector<PhotoLibrary::Folder> PhotoLibrary::folders() const {
     std::vector<Folder> folders;
@@ -248,9 +243,11 @@ std::vector<PHAssetResource> PhotoLibrary::resources(const std::string& identifi
     static_cast<void>(guarded([&] {
         store_->read([&](const Database& database) {
             Statement rows = database.prepare(
-                "SELECT type, files.path, type_identifier, embedded_at IS NOT NULL FROM files JOIN assets ON assets.id "
-                "= asset "
-                "WHERE local_identifier = ? ORDER BY type, files.id");
+                "SELECT type, files.path, type_identifier, embedded_at IS NOT NULL, files.id FROM files JOIN assets ON "
+                "assets.id = asset WHERE local_identifier = ?1 "
+                // What is gone and still remembered has the names that it had.
+                "UNION ALL SELECT type, place, type_identifier, embedded_at IS NOT NULL, gone_files.id FROM gone_files "
+                "JOIN assets ON assets.id = asset AND presence = 2 WHERE local_identifier = ?1 ORDER BY 1, 5");
             rows.bind(identifier);
             while (rows.step()) {
                 const std::string name = fs::path(rows.text(1)).filename().string();
