@@ -121,6 +121,24 @@ TEST_F(LibraryCommand, AFolderThatIsAwayIsToldAndForgottenByName) {
     EXPECT_THAT(run({"originals"}).output, HasSubstr("  forgotten  ")) << "its unedited file stays";
 }
 
+TEST_F(LibraryCommand, WhatIsGoneKeepsItsNameInTheList) {
+    photo("two.jpg");
+    EXPECT_EQ(run({"scan"}).status, 0);
+    EXPECT_EQ(run({"favorite", path("one.jpg")}).status, 0);
+    fs::remove(path("one.jpg"));
+    EXPECT_EQ(run({"scan"}).status, 0);
+    EXPECT_THAT(run({"list", "--gone"}).output, HasSubstr("one.jpg  (gone)\n"));
+}
+
+TEST_F(LibraryCommand, ALibraryThatDoesNotOpenSaysWhatTheSystemSaid) {
+    const fs::path database = folder_.path() / "data/tessaly/library/library.db";
+    fs::remove(database);
+    fs::create_directory(database);
+    const ProcessResult listed = run({"list"});
+    EXPECT_EQ(listed.status, 1);
+    EXPECT_THAT(listed.errors, EndsWith("unable to open database file: Is a directory\n"));
+}
+
 TEST_F(LibraryCommand, APathMayLeadThroughALink) {
     fs::create_directory_symlink(pictures(), folder_.path() / "link");
     for (const std::string& name : {(folder_.path() / "link/one.jpg").string(), pictures() + "/../pictures/one.jpg"})

@@ -1,3 +1,9 @@
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
 #include "../CommandLine.h"
 #include "../EditValues.h"
 #include "../Output.h"
@@ -36,12 +42,24 @@ AssetEdit rewriting(const MetadataChange& change, const std::string& mark) {
     return edit;
 }
 
+std::string pathOf(const photos::PhotoLibrary& library, const PHAsset& asset) {
+    return library.content(asset.localIdentifier, ownResource(asset), false, {}).path;
+}
+
+/// What to say of a file where the edit itself gave no reason.
+std::string whyUnchangeable(const std::string& path) {
+    const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (file < 0) return std::strerror(errno);
+    ::close(file);
+    return "this file cannot be changed";
+}
+
 /// Waits for the edit. "" or why it was not made.
-std::string madeEdit(const PHAssetRef& asset, const AssetEdit& edit) {
+std::string madeEdit(const photos::PhotoLibrary& library, const PHAssetRef& asset, const AssetEdit& edit) {
     DispatchSemaphore done(0);
     std::string why;
     editAsset(asset, edit, [&](bool success, const std::string& error) {
-        if (!success) why = error.empty() ? "this file cannot be changed" : error;
+        if (!success) why = error.empty() ? whyUnchangeable(pathOf(library, *asset)) : error;
         done.signal();
     });
     done.wait();
@@ -60,13 +78,10 @@ int editAll(const LibraryOptions& options, const AssetEdit& edit) {
     bool failed = false;
     for (const std::string& name : options.names) {
         const PHAssetRef asset = assetNamed(*library, name);
-        const std::string why = asset ? madeEdit(asset, edit) : std::string();
+        const std::string why = asset ? madeEdit(*library, asset, edit) : std::string();
         if (!why.empty()) complainOf(name, why);
         failed = failed || !asset || !why.empty();
-        if (asset && why.empty())
-            Output::standard() << escaped(
-                                      library->content(asset->localIdentifier, ownResource(*asset), false, {}).path) +
-                                      "\n";
+        if (asset && why.empty()) Output::standard() << escaped(pathOf(*library, *asset)) + "\n";
     }
     return failed ? kFailure : kSuccess;
 }

@@ -2,10 +2,19 @@
 
 #include <sqlite3.h>
 
+#include <cstring>
+
 namespace tessaly::photos {
 namespace {
 
-[[noreturn]] void fail(sqlite3* database) { throw DatabaseError(sqlite3_errmsg(database)); }
+/// "disk I/O error" alone does not say that the disk is full.
+[[noreturn]] void fail(sqlite3* database) {
+    std::string why = sqlite3_errmsg(database);
+    const int status = sqlite3_errcode(database) & 0xFF;
+    const int cause = status == SQLITE_IOERR || status == SQLITE_CANTOPEN ? sqlite3_system_errno(database) : 0;
+    if (cause != 0) why += std::string(": ") + std::strerror(cause);
+    throw DatabaseError(why);
+}
 
 /// Another program may be writing: wait for it rather than fail.
 constexpr int kBusyMilliseconds = 10'000;
