@@ -121,6 +121,19 @@ TEST_F(LibraryCommand, AFolderThatIsAwayIsToldAndForgottenByName) {
     EXPECT_THAT(run({"originals"}).output, HasSubstr("  forgotten  ")) << "its unedited file stays";
 }
 
+TEST_F(LibraryCommand, TooShortANameStandsForNothing) {
+    EXPECT_EQ(run({"strip", path("one.jpg")}).status, 0);
+    const std::string identifier = run({"list"}).output.substr(0, 8);
+    for (const std::string& name : {std::string(), identifier.substr(0, 1), identifier.substr(0, 3)}) {
+        EXPECT_EQ(run({"trash", "--yes", name}).status, 1) << name;
+        EXPECT_EQ(run({"originals", "discard", name}).status, 1) << name;
+    }
+    EXPECT_TRUE(fs::exists(path("one.jpg")));
+    EXPECT_EQ(run({"revert", identifier.substr(0, 4)}).status, 0);
+    EXPECT_EQ(run({"album", "", path("one.jpg")}).status, 1) << "nobody could name it again";
+    EXPECT_EQ(run({"list", "--limit", "-3"}).status, 2);
+}
+
 TEST_F(LibraryCommand, WhatIsGoneKeepsItsNameInTheList) {
     photo("two.jpg");
     EXPECT_EQ(run({"scan"}).status, 0);

@@ -45,6 +45,10 @@ int trash(const LibraryOptions& options) {
 int album(const LibraryOptions& options) {
     const auto library = openedLibrary();
     if (!library) return kFailure;
+    if (options.album.empty()) {
+        complain("an album needs a title");
+        return kFailure;
+    }
     const PHAssetCollectionRef known = albumNamed(*library, options.album);
     if (known && known->assetCollectionType == PHAssetCollectionTypeSmartAlbum) {
         complain(options.album, "follows from a rule, and cannot be changed");

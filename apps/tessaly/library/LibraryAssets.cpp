@@ -17,8 +17,17 @@ std::shared_ptr<PhotoLibrary> openedLibrary() {
     return library;
 }
 
+bool mayBeginIdentifier(std::string_view name) noexcept {
+    constexpr std::size_t kFewest = 4;
+    return name.size() >= kFewest;
+}
+
 PHAssetRef assetNamed(const PhotoLibrary& library, const std::string& name) {
     if (PHAssetRef asset = library.assetAtPath(name)) return asset;
+    if (!mayBeginIdentifier(name)) {
+        complain(name, "is not in the library");
+        return nullptr;
+    }
     PHFetchOptions options;
     options.includesGoneAssets = true;
     options.predicate = NSPredicate::predicateWithFormat("localIdentifier BEGINSWITH %@", {name});

@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "linux/photos/PhotoLibrary.h"
@@ -33,6 +34,9 @@ using SharedLibraryOptions = std::shared_ptr<LibraryOptions>;
 /// The user's library; null after a complaint.
 [[nodiscard]] std::shared_ptr<photos::PhotoLibrary> openedLibrary();
 
+/// Whether a name is long enough to be taken for the beginning of an identifier: the empty name of a variable that was
+/// not set, or the "b" of a slip, must not stand for whichever photo happens to fit.
+[[nodiscard]] bool mayBeginIdentifier(std::string_view name) noexcept;
 /// An asset named by its file, its identifier or the beginning of that, also one that is away or gone; null after a
 /// complaint.
 [[nodiscard]] PHAssetRef assetNamed(const photos::PhotoLibrary& library, const std::string& name);

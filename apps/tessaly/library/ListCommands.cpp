@@ -172,7 +172,7 @@ void addListCommands(CLI::App& library, const SharedLibraryOptions& options, int
         ->check(CLI::IsMember({"created", "modified"}))
         ->type_name("DATE");
     listing->add_flag("--newest", options->descending, "Newest first");
-    listing->add_option("--limit", options->limit, "At most so many")->type_name("N");
+    listing->add_option("--limit", options->limit, "At most so many")->check(CLI::NonNegativeNumber)->type_name("N");
     listing->add_flag("--gone", options->gone, "Also photos whose files are gone and that are still remembered");
     listing->add_flag("--json", options->json, "As JSON");
     listing->footer(

@@ -63,7 +63,7 @@ std::vector<KeptOriginal> originalsNamed(const PhotoLibrary& library, const std:
     const PHAssetRef asset = library.assetAtPath(name);
     std::vector<KeptOriginal> named;
     for (const KeptOriginal& each : all)
-        if (each.path == path || each.photo == path || each.asset.starts_with(name) ||
+        if (each.path == path || each.photo == path || (mayBeginIdentifier(name) && each.asset.starts_with(name)) ||
             (asset && asset->localIdentifier == each.asset))
             named.push_back(each);
     if (named.empty()) complain(name, "the library keeps no original of it");
