@@ -366,7 +366,35 @@ TEST_F(LibraryScan, FindsTheMovieInAMotionPhoto) {
     const std::size_t filmInTrailer = 8 + 16;
     const ByteString head = ByteString(packed.text().substr(0, filmInTrailer));
     const ByteString tail = ByteString(packed.text().substr(filmInTrailer + film.size()));
+    // A picture that is nothing but its metadata, and the movie in a box of its own behind it.
+    const auto heif = [](const std::string& attributes) {
+        const ByteString words = xmp("xmlns:GCamera=\"http://ns.google.com/photos/1.0/camera/\" " + attributes);
+        const auto size = static_cast<std::uint32_t>(words.size());
+        return box("ftyp", {"heic\0\0\0\0mif1heic"_z})
+            .add(fullBox(
+                "meta", 0, 0,
+                {fullBox("hdlr", 0, 0, {"\0\0\0\0pict"_z}), fullBox("pitm", 0, 0, {ByteString().u16(1)}),
+                 fullBox("iinf", 0, 0,
+                         {ByteString().u16(2), fullBox("infe", 2, 0, {ByteString().u16(1).u16(0).add("hvc1\0"_z)}),
+                          fullBox("infe", 2, 0, {ByteString().u16(2).u16(0).add("mime\0application/rdf+xml\0"_z)})}),
+                 fullBox("iloc", 1, 0,
+                         {ByteString().u16(0x4440).u16(1).u16(2).u16(1).u16(0).u32(0).u16(1).u32(0).u32(size)}),
+                 fullBox("iref", 0, 0, {box("cdsc", {ByteString().u16(2).u16(1).u16(1)})}),
+                 box("iprp", {box("ipco", {fullBox("ispe", 0, 0, {ByteString().u32(64).u32(48)})}),
+                              fullBox("ipma", 0, 0, {ByteString().u32(1).u16(1).u8(1).u8(1)})}),
+                 box("idat", {words})}));
+    };
+    const auto boxHead = [](std::size_t content, std::string_view type) {
+        return ByteString().u32(static_cast<std::uint32_t>(content + 8)).add(type);
+    };
+    const std::string moves = "GCamera:MotionPhoto=\"1\"";
     const Case cases[] = {
+        {"box", heif(moves), boxHead(film.size(), "mpvd"), "", true},
+        {"box behind another, before another", heif(moves), box("free", {"123"}).add(boxHead(film.size(), "mpvd")),
+         box("free", {"456"}), true},
+        {"a box of a picture that says nothing", heif(""), boxHead(film.size(), "mpvd"), "", false},
+        {"a box that holds no movie", heif(moves), boxHead(film.size() + 4, "mpvd").add("1234"), "", false},
+        {"a box that lies", heif(moves), boxHead(99'999, "mpvd"), "", false},
         {"offset", jpeg({xmpSegment(offset)}), "", "", true},
         {"offset, another movie before", jpeg({xmpSegment(offset)}), film, "", true},
         {"offset to elsewhere", jpeg({xmpSegment(offset)}), "", "more", false},

@@ -100,8 +100,9 @@ std::optional<std::uint64_t> movieByBox(ByteSource& source) {
             size = source.read<std::uint64_t>(at + 8).value_or(0);
             header = 16;
         }
-        if (isMovie) return isMovieAt(source, at + header) ? std::optional(at + header) : std::nullopt;
+        if (size == 0) size = source.size() - at;  // The last one may go on to the end.
         if (size < header || size > source.size() - at) return std::nullopt;
+        if (isMovie) return isMovieAt(source, at + header) ? std::optional(at + header) : std::nullopt;
         at += size;
     }
     return std::nullopt;
