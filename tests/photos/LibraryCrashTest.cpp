@@ -431,6 +431,49 @@ TEST_F(LibraryFile, IsRefusedWhenNewerOrDamaged) {
     EXPECT_EQ(names().size(), 200U);
 }
 
+// One that an earlier version made has all its marks, edits and albums, and finds moved files by what that version
+// noted.
+TEST_F(LibraryFile, IsBroughtUpFromTheFirstVersion) {
+    close();
+    fs::remove_all(own());
+    const std::string original = folder_.write("library/originals/first/a.jpg", photo(1).text());
+    write("a.jpg", editedPhoto(1));
+    write("b.jpg", photo(2));
+    {
+        const photos::Database old = database(photos::Database::Mode::readWrite);
+        photos::prepareSchema(old, 1);
+        old.run("INSERT INTO folders (id, path) VALUES (1, ?)", photos());
+        std::int64_t number = 0;
+        for (const char* name : {"a.jpg", "b.jpg"}) {
+            const auto stamp = photos::FileStamp::of(path(name)).value();
+            old.run("INSERT INTO assets (local_identifier, media_type, created, favorite) VALUES (?, 1, ?, 1)",
+                    std::string("00000000-0000-0000-0000-00000000000") + name[0] + "/L0/001",
+                    photos::AssetFacts::read(path(name), stamp).created.value());
+            old.run(
+                "INSERT INTO files (folder, path, asset, type, type_identifier, size, changed, inode, head) VALUES "
+                "(1, ?, ?, 1, 'public.jpeg', ?, ?, ?, ?)",
+                name, ++number, static_cast<std::int64_t>(stamp.size), stamp.changed,
+                static_cast<std::int64_t>(stamp.inode), photos::headHash(path(name), stamp.size));
+        }
+        old.run(
+            "INSERT INTO edits (asset, original, format_identifier, format_version) VALUES (1, ?, 'org.example', '1')",
+            original);
+    }
+    // A copy, so that only its content tells.
+    fs::copy_file(path("b.jpg"), path("c.jpg"));
+    fs::remove(path("b.jpg"));
+    reopen();
+    const photos::ScanResult scan = library_->scan();
+    EXPECT_EQ(scan.added + scan.removed, 0U);
+    EXPECT_EQ(scan.moved, 1U);
+    EXPECT_TRUE(asset("a.jpg").favorite);
+    EXPECT_TRUE(asset("c.jpg").favorite);
+    // Nobody noted what the library itself had written: the edited file goes to the trash.
+    ASSERT_EQ(change([&] { request(asset("a.jpg")).revertAssetContentToOriginal(); }), "");
+    EXPECT_EQ(contentOf(path("a.jpg")), photo(1).text());
+    EXPECT_EQ(contentOf(trash() + "/files/a.jpg"), editedPhoto(1).text());
+}
+
 TEST_F(LibraryFile, IsMadeByWhoeverComesFirst) {
     for (int round = 0; round < 15; ++round) {
         const std::string fresh = (folder_.path() / ("fresh" + std::to_string(round))).string();

@@ -131,7 +131,10 @@ private:
 
 /// Brings the database to this program's schema, step by step from whatever version it has. Throws for one that comes
 /// from a newer program.
-void prepareSchema(const Database& database);
+///
+/// `version` other than the newest is for those who want to see what becomes of a library that an earlier program made.
+inline constexpr std::size_t kNewestSchema = SIZE_MAX;
+void prepareSchema(const Database& database, std::size_t version = kNewestSchema);
 /// Throws when the file is damaged. Reads all of it.
 void checkWholeness(const Database& database);
 

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 
 #include "linux/photos/Database.h"
@@ -138,10 +139,10 @@ void checkWholeness(const Database& database) {
     if (check.step() && check.text(0) != "ok") throw DatabaseError("the library is damaged: " + check.text(0));
 }
 
-void prepareSchema(const Database& database) {
+void prepareSchema(const Database& database, std::size_t wanted) {
     const auto version = static_cast<std::size_t>(database.integer("PRAGMA user_version").value_or(0));
     if (version > kMigrations.size()) throw DatabaseError("the library was made by a newer version of this program");
-    for (std::size_t from = version; from < kMigrations.size(); ++from) {
+    for (std::size_t from = version; from < std::min(wanted, kMigrations.size()); ++from) {
         Transaction transaction(database);
         // Another program may have done it while we waited for its lock.
         if (static_cast<std::size_t>(database.integer("PRAGMA user_version").value_or(0)) > from) continue;
