@@ -331,6 +331,37 @@ TEST_F(LibraryIdentity, OriginalsOutliveTheirPhotos) {
     EXPECT_EQ(contentOf(path("4.jpg")), editedPhoto(4).text());
 }
 
+// The card still has the photo as it was taken.
+TEST_F(LibraryIdentity, IsKnownByItsUneditedFile) {
+    const struct {
+        const char* why;
+        std::function<void()> happens;
+    } cases[] = {
+        {"deleted, and copied", [&] { fs::remove(path("2.jpg")); }},
+        {"deleted, scanned, and copied", [&] { fs::remove(path("2.jpg")), library_->scan(); }},
+        {"put into the trash, and copied",
+         [&] {
+             const PHAssetRef second = find("2.jpg");
+             library_->confirmsDeletion = [](const auto&) { return true; };
+             EXPECT_EQ(change([&] { PHAssetChangeRequest::deleteAssets(std::span(&second, 1)); }), "");
+         }},
+    };
+    for (const auto& [why, happens] : cases) {
+        SCOPED_TRACE(why);
+        prepare();
+        ASSERT_EQ(change([&] { request(asset("2.jpg")).setFavorite(true); }), "");
+        happens();
+        write("9.jpg", photo(2));
+        library_->scan();
+        EXPECT_EQ(shown(), (std::map<std::string, std::string>{
+                               {"1.jpg", "1f"}, {"3.jpg", "3a"}, {"4.jpg", "4"}, {"9.jpg", "2f"}}));
+        EXPECT_FALSE(library_->scan().changedAnything());
+        EXPECT_NE(change([&] { request(asset("9.jpg")).revertAssetContentToOriginal(); }), "") << "is not edited";
+        reopen();
+        EXPECT_THAT(library_->keptOriginals(), IsEmpty()) << "the photo has these bytes";
+    }
+}
+
 TEST_F(LibraryIdentity, IsFoundByAnyPathThatLeadsThere) {
     prepare();
     write("deep/a.jpg", photo(10));

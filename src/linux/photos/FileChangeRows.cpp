@@ -49,8 +49,10 @@ std::optional<std::int64_t> assetNamed(const Database& database, const std::stri
 void applyTrash(const Database& database, const FileChange& change) {
     const auto asset = assetNamed(database, change.asset);
     if (asset && change.current == ownFileOf(database, *asset)) {
+        const auto original = database.text("SELECT original_print FROM edits WHERE asset = ?", *asset);
         database.run("DELETE FROM edits WHERE asset = ?", *asset);
         static_cast<void>(bury(database, *asset));
+        rememberOriginal(database, *asset, original.value_or(""));
     }
     const FilePlace place = folderOf(database, change.current);
     database.run("DELETE FROM files WHERE folder = ? AND path = ?", place.folder, place.path);

@@ -42,9 +42,27 @@ bool bury(const Database& database, std::int64_t asset) {
         "size, changed, inode, device, born, head, print, etag, embedded_at FROM files JOIN folders ON folders.id = "
         "folder WHERE asset = ?",
         asset);
+    const auto original = database.text("SELECT original_print FROM edits WHERE asset = ?", asset);
+    rememberOriginal(database, asset, original.value_or(""));
     database.run("DELETE FROM files WHERE asset = ?", asset);
     database.run("UPDATE assets SET presence = 2 WHERE id = ?", asset);
     return hasVideo;
+}
+
+namespace {
+
+/// The size in the row of an unedited file: its print tells that, too, and the file is not there to be asked.
+constexpr std::int64_t kUnknownSize = -1;
+
+}  // namespace
+
+void rememberOriginal(const Database& database, std::int64_t asset, const std::string& print) {
+    if (print.empty()) return;
+    database.run(
+        "INSERT INTO gone_files (folder, place, asset, type, type_identifier, size, changed, inode, device, born, "
+        "head, print, etag) SELECT folder, place, asset, type, type_identifier, ?1, 0, 0, 0, 0, 0, ?2, '' FROM "
+        "gone_files WHERE asset = ?3 AND type <> 9 AND print <> ?2 LIMIT 1",
+        kUnknownSize, print, asset);
 }
 
 void revive(const Database& database, std::int64_t goneFile, const FilePlace& place) {
@@ -54,6 +72,9 @@ void revive(const Database& database, std::int64_t goneFile, const FilePlace& pl
         "head, "
         "print, etag, embedded_at FROM gone_files WHERE id = ?",
         place.folder, place.path, goneFile);
+    // As its unedited file it is not edited any more.
+    database.run("DELETE FROM edits WHERE asset = (SELECT asset FROM gone_files WHERE id = ? AND size = ?)", goneFile,
+                 kUnknownSize);
     database.run("UPDATE assets SET presence = 0 WHERE id = (SELECT asset FROM gone_files WHERE id = ?)", goneFile);
     database.run("DELETE FROM gone_files WHERE asset = (SELECT asset FROM gone_files WHERE id = ?)", goneFile);
 }

@@ -35,6 +35,10 @@ void putFile(const Database& database, const FilePlace& place, std::int64_t asse
 /// @return whether a video was left.
 bool bury(const Database& database, std::int64_t asset);
 
+/// Has the asset, whose file is gone, known by a copy of its unedited file, too. Nothing for one that is not
+/// remembered, or for no print.
+void rememberOriginal(const Database& database, std::int64_t asset, const std::string& print);
+
 /// Brings an asset back whose file was gone: the file is at that place now.
 void revive(const Database& database, std::int64_t goneFile, const FilePlace& place);
 

@@ -295,13 +295,33 @@ bool matchFiles(LibraryStore& store, ScanResult& result) {
     return true;
 }
 
+namespace {
+
+constexpr std::string_view kIsFree =
+    "NOT EXISTS (SELECT 1 FROM matches WHERE known = k.id) AND (k.id < 0 OR NOT EXISTS (SELECT 1 FROM seen WHERE "
+    "seen.folder = k.folder AND seen.path = k.path)) ";
+
+/// The known file that has this content, or had it before it was edited.
+std::optional<std::int64_t> knownByContent(const Database& database, const std::string& print, bool& isUnedited) {
+    isUnedited = false;
+    const auto known = database.integer("SELECT id FROM known AS k WHERE print = ? AND " + std::string(kIsFree) +
+                                            "ORDER BY size < 0, id < 0, abs(id) LIMIT 1",
+                                        print);
+    if (known) return known;
+    isUnedited = true;
+    return database.integer(
+        "SELECT k.id FROM edits JOIN files ON files.asset = edits.asset AND files.type <> 9 JOIN known AS k ON k.id = "
+        "files.id WHERE original_print = ? AND " +
+            std::string(kIsFree) + "LIMIT 1",
+        print);
+}
+
+}  // namespace
+
 bool followContent(const Database& database, const FilePlace& place, const FileFacts& facts) {
     if (facts.prints.print.empty()) return false;
-    const auto known = database.integer(
-        "SELECT id FROM known AS k WHERE size = ? AND print = ? AND NOT EXISTS (SELECT 1 FROM matches WHERE known = "
-        "k.id) AND (id < 0 OR NOT EXISTS (SELECT 1 FROM seen WHERE seen.folder = k.folder AND seen.path = k.path)) "
-        "ORDER BY id < 0, abs(id) LIMIT 1",
-        static_cast<std::int64_t>(facts.stamp.size), facts.prints.print);
+    bool isUnedited = false;
+    const auto known = knownByContent(database, facts.prints.print, isUnedited);
     if (!known) return false;
     database.run("INSERT INTO matches VALUES (?, NULL)", *known);
     if (*known < 0) {
@@ -315,6 +335,7 @@ bool followContent(const Database& database, const FilePlace& place, const FileF
     if (!old.step()) return false;
     const FilePlace from{old.integer(0), old.text(1)};
     old.reset();
+    if (isUnedited) database.run("DELETE FROM edits WHERE asset = (SELECT asset FROM files WHERE id = ?)", *known);
     database.run("DELETE FROM files WHERE folder = ? AND path = ? AND id <> ?", place.folder, place.path, *known);
     database.run("UPDATE files SET folder = ?, path = ? WHERE id = ?", place.folder, place.path, *known);
     moveCopy(database, from, place);
