@@ -116,13 +116,14 @@ void Model::afterLibrary(const LibraryTask& task, const LibraryReport& report, b
     }
 }
 
-void Model::overwritten(int before, int now) {
+void Model::overwritten(int before, int now, bool isNoticed) {
     heirs_[before].insert(now);
     doubt(before);
     Photo& heir = photos_[now];
     doubt(now);
     heir.favorite.everSet |= photos_[before].favorite.everSet;
     heir.album.everSet |= photos_[before].album.everSet;
+    if (!isNoticed) heir.edit.everSet |= photos_[before].edit.everSet;
 }
 
 /// The library knows of what it made without a scan.
@@ -228,7 +229,7 @@ void Model::checkRevert(const LibraryReport::Target& target) const {
     const std::string name = world_.nameOf(target.before);
     const Photo& photo = photos_.at(target.photo);
     // A photo that was written over another one may be taken for its edit; its bytes are kept then.
-    if (photoIn(is) != target.photo && !photo.isDoubtful && !areAlike_)
+    if (photoIn(is) != target.photo && !photo.isDoubtful)
         throw Loss(name + " was " + numbered(target.photo) + ", and is reverted to " + describe(is));
     if (photoIn(is) == target.photo && !photo.unedited.contains(hashOf(is)))
         throw Loss(name + " is reverted to " + describe(is) + ", which is not what was edited");
@@ -290,7 +291,7 @@ void Model::checkMarks(const LibraryReport::Asset& asset) {
     check(photo.edit, asset.edited, "edited");
     if (!asset.edited) return;
     const auto original = photoIn(world_.read(world_.nameOf(asset.original)));
-    if (original != number && !(original && (areAlike_ || photo.isDoubtful)))
+    if (original != number && !(original && photo.isDoubtful))
         throw Loss(name + ": " + numbered(*number) + " is edited, and its original is " +
                    (original ? numbered(*original) : std::string("not there")));
 }

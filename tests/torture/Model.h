@@ -30,8 +30,9 @@ public:
     void moved(int photo) { photos_[photo].isMoved = true; }
     void rewritten(int photo) { photos_[photo].isRewritten = true; }
     void doubt(int photo) { photos_[photo].isDoubtful = true; }
-    /// The bytes of another photo were written into the file: it may be taken for the same, changed elsewhere.
-    void overwritten(int before, int now);
+    /// The bytes of another photo were written into the file: it may be taken for the same, changed elsewhere. Where
+    /// its size and time stayed, too, no scan notices.
+    void overwritten(int before, int now, bool isNoticed);
     /// A file of the photo is made of those bytes. Only what was gone, and comes back as it was, is surely the same.
     void broughtBack(int photo, const std::string& content);
 

@@ -98,8 +98,9 @@ bool Torture::rotate() {
 /// Into the file that is there: the file stays the same, the photo may not.
 void Torture::writeOver(const std::string& name, const std::string& content, std::int64_t second) {
     const int before = photoAt(name);
+    const bool isNoticed = world_.read(name).size() != content.size() || world_.secondOf(name) != second;
     world_.write(name, content, second);
-    if (const int now = photoAt(name); before != 0 && now != before) model_.overwritten(before, now);
+    if (const int now = photoAt(name); before != 0 && now != before) model_.overwritten(before, now, isNoticed);
 }
 
 bool Torture::overwriteWithNew() {
