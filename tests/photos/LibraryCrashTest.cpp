@@ -315,26 +315,46 @@ TEST_F(LibraryCrash, AFileThatCameSinceIsLeftAlone) {
     }
 }
 
+// As long as the folder of one of its photos is missing, or is the empty one that a card was mounted at.
 TEST_F(LibraryCrash, WhatCannotBeFinishedWaits) {
-    write("a.jpg", photo(1));
-    library_->scan();
-    FileChange made;
-    made.kind = edit;
-    made.asset = asset("a.jpg").localIdentifier;
-    made.current = made.result = path("a.jpg");
-    made.content = folder_.write("library/pending/content.jpg", editedPhoto(5).text());
-    made.original = own() + "/originals/" + made.asset.substr(0, made.asset.find('/')) + "/a.jpg";
-    std::vector<FileChange> journal{made};
-    static_cast<void>(photos::writeJournal(database(photos::Database::Mode::readWrite), journal));
-    const std::string aside = (folder_.path() / "aside").string();
-    fs::rename(photos(), aside);
-    reopen();
-    EXPECT_EQ(count("journal"), 1);
-    EXPECT_TRUE(fs::exists(made.content));
-    fs::rename(aside, photos());
-    reopen();
-    expectWhole();
-    EXPECT_EQ(contentOf(path("a.jpg")), editedPhoto(5).text());
+    fs::create_directories(path("card"));
+    for (const bool leavesEmpty : {false, true}) {
+        SCOPED_TRACE(leavesEmpty);
+        write("a.jpg", photo(1));
+        write("card/b.jpg", photo(2));
+        library_->scan();
+        std::vector<FileChange> journal(2);
+        for (FileChange& made : journal) {
+            const bool isFirst = &made == journal.data();
+            made.kind = edit;
+            made.asset = asset(isFirst ? "a.jpg" : "b.jpg").localIdentifier;
+            made.current = made.result = path(isFirst ? "a.jpg" : "card/b.jpg");
+            made.content = folder_.write(isFirst ? "library/pending/1.jpg" : "library/pending/2.jpg",
+                                         editedPhoto(isFirst ? 5 : 6).text());
+            made.original =
+                own() + "/originals/" + made.asset.substr(0, made.asset.find('/')) + (isFirst ? "/a.jpg" : "/b.jpg");
+        }
+        static_cast<void>(photos::writeJournal(database(photos::Database::Mode::readWrite), journal));
+        const std::string aside = (folder_.path() / "aside").string();
+        fs::rename(path("card"), aside);
+        if (leavesEmpty) fs::create_directories(path("card"));
+        reopen();
+        confirm(*library_);
+        library_->scan();
+        EXPECT_EQ(count("journal"), 2);
+        EXPECT_TRUE(fs::exists(journal[0].content));
+        EXPECT_THAT(change([&] { wishEdit("a.jpg", editedPhoto(7)); }), HasSubstr("is there again: " + path("card")));
+        EXPECT_THAT(change([&] { wishDeletion(find("a.jpg")); }), HasSubstr("is there again: " + path("card")));
+        fs::remove(path("card"));
+        fs::rename(aside, path("card"));
+        // The next change finds the folder there.
+        EXPECT_EQ(change([&] { request(asset("a.jpg")).revertAssetContentToOriginal(); }), "");
+        library_->scan();
+        expectWhole();
+        EXPECT_EQ(contentOf(path("a.jpg")), photo(1).text());
+        EXPECT_EQ(contentOf(path("card/b.jpg")), editedPhoto(6).text());
+        ASSERT_EQ(change([&] { request(asset("b.jpg")).revertAssetContentToOriginal(); }), "");
+    }
 }
 
 // Half of a confirmed deletion is finished: an original without its photo is nobody's.

@@ -74,6 +74,8 @@ TEST_F(TortureTest, NothingIsLostAgain) {
         {3787, "a favorite went to a file without a date, which was another photo that was missing"},
         {6143, "one of many photos alike was called edited under a name that was used again"},
         {6710, "a file that a replayed revert was making stayed in the person's folder"},
+        {1009195, "a change that waited for a folder undid what came after it"},
+        {1009219, "a change was given up because a card was out, and its file stayed behind"},
         {1427, "a kill in a discard left an edit without its original"},
     };
     for (const auto& [seed, what] : known) EXPECT_EQ(runSeeds(seed, 1, 1), 0U) << what;

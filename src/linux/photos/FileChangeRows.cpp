@@ -18,6 +18,15 @@ FilePlace folderOf(const Database& database, const std::string& path) {
     return {};
 }
 
+std::string ownFile(const Database& database, const std::string& identifier) {
+    return database
+        .text(
+            "SELECT folders.path || '/' || files.path FROM files JOIN folders ON folders.id = folder JOIN assets ON "
+            "assets.id = asset WHERE local_identifier = ? AND type <> 9",
+            identifier)
+        .value_or("");
+}
+
 namespace {
 
 void putFile(const Database& database, const FileChange& change, std::int64_t asset, const AssetFacts& facts,
@@ -32,15 +41,6 @@ void putFile(const Database& database, const FileChange& change, std::int64_t as
                     {stamp, {}, Prints::of(change.result, stamp.size), facts.typeIdentifier, facts.embeddedVideoAt});
 }
 
-std::string ownFileOf(const Database& database, std::int64_t asset) {
-    return database
-        .text(
-            "SELECT folders.path || '/' || files.path FROM files JOIN folders ON folders.id = folder WHERE asset = ? "
-            "AND type <> 9",
-            asset)
-        .value_or("");
-}
-
 std::optional<std::int64_t> assetNamed(const Database& database, const std::string& identifier) {
     return database.integer("SELECT id FROM assets WHERE local_identifier = ?", identifier);
 }
@@ -48,7 +48,7 @@ std::optional<std::int64_t> assetNamed(const Database& database, const std::stri
 /// The photo is in the trash: whoever takes it out again finds its marks. Its original is there, too.
 void applyTrash(const Database& database, const FileChange& change) {
     const auto asset = assetNamed(database, change.asset);
-    if (asset && change.current == ownFileOf(database, *asset)) {
+    if (asset && change.current == ownFile(database, change.asset)) {
         const auto original = database.text("SELECT original_print FROM edits WHERE asset = ?", *asset);
         database.run("DELETE FROM edits WHERE asset = ?", *asset);
         static_cast<void>(bury(database, *asset));
@@ -83,6 +83,9 @@ void applyReplacement(const Database& database, const FileChange& change, const 
     if (change.kind == FileChange::Kind::revert) releaseOwnFacts(database, *asset, facts);
     updateAsset(database, *asset, facts, stamp);
     putFile(database, change, *asset, facts, stamp);
+    // It may have been gone in the meantime.
+    database.run("DELETE FROM gone_files WHERE asset = ?", *asset);
+    database.run("UPDATE assets SET presence = 0 WHERE id = ?", *asset);
     updateLiveness(database, *asset);
     if (change.kind == FileChange::Kind::revert) {
         database.run("DELETE FROM edits WHERE asset = ?", *asset);

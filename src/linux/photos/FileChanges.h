@@ -102,6 +102,9 @@ void removeContent(const LibraryStore& store, const FileChange& change, bool isD
 enum class Replay : std::uint8_t { begin, done, moot };
 [[nodiscard]] Replay replayOf(const FileChange& change);
 
+/// "" when no change of the journal names the asset; else why it is not to be changed before that one is finished.
+[[nodiscard]] std::string unfinishedChange(const Database& database, const std::string& identifier);
+
 /// Plays what programs left in the journal that were killed. Throws DatabaseError.
 void playJournal(LibraryStore& store);
 /// The same, and removes what they were making.
@@ -115,6 +118,9 @@ void recover(LibraryStore& store);
 /// "name.jpg", else "name 2.jpg", "name 3.jpg", ... in the folder, which is not there and not planned by `changes`.
 [[nodiscard]] std::string freePath(const std::string& folder, const std::string& name,
                                    const std::vector<FileChange>& changes);
+
+/// Where the asset's own file is as the library knows it; "" for none.
+[[nodiscard]] std::string ownFile(const Database& database, const std::string& identifier);
 
 /// The folder that holds the path, and the path below it; 0 when none does.
 [[nodiscard]] FilePlace folderOf(const Database& database, const std::string& path);

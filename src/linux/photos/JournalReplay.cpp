@@ -26,33 +26,42 @@ bool hasAsset(const LibraryStore& store, const std::string& identifier) {
     });
 }
 
+/// Whether the asset has another file by now: what is at the place of the one to be replaced is a copy.
+bool isElsewhere(const LibraryStore& store, const FileChange& change) {
+    if (change.kind != FileChange::Kind::edit && change.kind != FileChange::Kind::revert) return false;
+    const std::string own = store.read([&](const Database& database) { return ownFile(database, change.asset); });
+    return !own.empty() && own != change.current && own != change.result;
+}
+
 struct JournalEntry {
     std::int64_t number = 0;
     FileChange change;
 };
 
+std::vector<JournalEntry> journalOf(const Database& database) {
+    std::vector<JournalEntry> entries;
+    Statement rows = database.prepare(
+        "SELECT change, kind, asset, current, result, content, original, format_identifier, format_version, data, "
+        "before, after, COALESCE((SELECT digest FROM edits JOIN assets ON assets.id = edits.asset WHERE "
+        "local_identifier = journal.asset), '') FROM journal ORDER BY id");
+    while (rows.step())
+        entries.push_back({rows.integer(0),
+                           {static_cast<FileChange::Kind>(rows.integer(1)),
+                            rows.text(2),
+                            rows.text(3),
+                            rows.text(4),
+                            rows.text(5),
+                            rows.text(6),
+                            {rows.text(7), rows.text(8), rows.data(9)},
+                            rows.text(10),
+                            std::nullopt,
+                            rows.text(11),
+                            rows.text(12)}});
+    return entries;
+}
+
 std::vector<JournalEntry> journalOf(const LibraryStore& store) {
-    return store.read([](const Database& database) {
-        std::vector<JournalEntry> entries;
-        Statement rows = database.prepare(
-            "SELECT change, kind, asset, current, result, content, original, format_identifier, format_version, data, "
-            "before, after, COALESCE((SELECT digest FROM edits JOIN assets ON assets.id = edits.asset WHERE "
-            "local_identifier = journal.asset), '') FROM journal ORDER BY id");
-        while (rows.step())
-            entries.push_back({rows.integer(0),
-                               {static_cast<FileChange::Kind>(rows.integer(1)),
-                                rows.text(2),
-                                rows.text(3),
-                                rows.text(4),
-                                rows.text(5),
-                                rows.text(6),
-                                {rows.text(7), rows.text(8), rows.data(9)},
-                                rows.text(10),
-                                std::nullopt,
-                                rows.text(11),
-                                rows.text(12)}});
-        return entries;
-    });
+    return store.read([](const Database& database) { return journalOf(database); });
 }
 
 /// Whether the change is not played on: somebody has removed or replaced the file since, or forgotten its asset. The
@@ -64,7 +73,43 @@ bool isMoot(const LibraryStore& store, const std::vector<FileChange>& all, const
                    return other.kind != FileChange::Kind::trash || other.asset != change.asset || exists(other.current);
                });
     if (change.kind != FileChange::Kind::create && !hasAsset(store, change.asset)) return true;
-    return replayOf(change) == Replay::moot;
+    return isElsewhere(store, change) || replayOf(change) == Replay::moot;
+}
+
+bool isContentMissing(const FileChange& change) {
+    return change.kind != FileChange::Kind::trash && !exists(change.content);
+}
+
+/// Whether anything is in the folder, or below it, that people see.
+bool holdsFiles(const std::string& folder) {
+    std::error_code error;
+    for (fs::recursive_directory_iterator entry(folder, error); !error && entry != fs::recursive_directory_iterator();
+         entry.increment(error)) {
+        std::error_code ignored;
+        if (!entry->path().filename().string().starts_with('.') && !entry->is_directory(ignored)) return true;
+    }
+    return false;
+}
+
+/// The folder of the library that the change waits for: one that is missing, or empty where photos are known, may be a
+/// card that was taken out, and nothing is made in its place. "" when it need not wait.
+std::string awaitedFolder(const Database& database, const FileChange& change) {
+    const std::string path = change.current.empty() ? change.result : change.current;
+    const FilePlace place = folderOf(database, path);
+    // A kept original's folder may have gone with it.
+    if (place.folder == 0) return {};
+    const std::string parent = fs::path(path).parent_path().string();
+    if (!exists(parent)) return parent;
+    // A deletion may be what has emptied it.
+    if (change.kind == FileChange::Kind::trash || holdsFiles(parent)) return {};
+    const std::string below = fs::path(place.path).parent_path().string();
+    const bool isKnown = database
+                             .integer(
+                                 "SELECT 1 FROM files WHERE folder = ?1 AND asset IS NOT NULL AND (?2 = '' OR (path > "
+                                 "?2 || '/' AND path < ?2 || '0')) LIMIT 1",
+                                 place.folder, below)
+                             .has_value();
+    return isKnown ? parent : std::string();
 }
 
 /// What was changing places when its program was killed. The journal's own bytes are elsewhere, too, when files change
@@ -86,12 +131,24 @@ void settleSwaps(const std::vector<FileChange>& all) {
         }
 }
 
+/// The folder that the change waits for, all of it; "" when it can be played.
+std::string awaitedFolder(const LibraryStore& store, const std::vector<FileChange>& all) {
+    const bool isGivenUp = std::ranges::any_of(all, isContentMissing);
+    for (const FileChange& change : all) {
+        if (change.kind != FileChange::Kind::trash && isGivenUp) continue;
+        if (change.kind != FileChange::Kind::create && !hasAsset(store, change.asset)) continue;
+        std::string folder = store.read([&](const Database& database) { return awaitedFolder(database, change); });
+        if (!folder.empty()) return folder;
+    }
+    return {};
+}
+
 /// Plays one change of the journal, all of it. What cannot be finished now, for want of space or of the disk, waits for
 /// a later open.
 void play(LibraryStore& store, std::int64_t number, const std::vector<FileChange>& all) {
-    const bool isGivenUp = std::ranges::any_of(all, [](const FileChange& change) {
-        return change.kind != FileChange::Kind::trash && !exists(change.content);
-    });
+    if (const std::string folder = awaitedFolder(store, all); !folder.empty())
+        return log("library: a change waits for %@", folder);
+    const bool isGivenUp = std::ranges::any_of(all, isContentMissing);
     settleSwaps(all);
     std::vector<FileChange> changes = all;
     // A new photo finds another name.
@@ -120,6 +177,17 @@ void play(LibraryStore& store, std::int64_t number, const std::vector<FileChange
 }
 
 }  // namespace
+
+std::string unfinishedChange(const Database& database, const std::string& identifier) {
+    const auto number = database.integer("SELECT change FROM journal WHERE asset = ?", identifier);
+    if (!number) return {};
+    std::string why = "belongs to a change that could not be finished yet; the library tries again";
+    for (const JournalEntry& entry : journalOf(database))
+        if (const std::string folder = awaitedFolder(database, entry.change);
+            entry.number == *number && !folder.empty())
+            why = "belongs to a change that is finished once this folder is there again: " + folder;
+    return why;
+}
 
 void playJournal(LibraryStore& store) {
     if (journalOf(store).empty()) return;

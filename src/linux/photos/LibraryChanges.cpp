@@ -153,6 +153,7 @@ public:
                     throw ChangeError(own.path + ": is changed and deleted at once");
                 if (own.isRemote)
                     throw ChangeError(own.path + ": its original is on a server, and cannot be deleted from here");
+                demandFinished(identifier, own);
                 demand(own);
                 trash(identifier, own.path);
             }
@@ -212,10 +213,17 @@ private:
         }
     }
 
+    /// What the journal is yet to do would undo what is wished for now.
+    void demandFinished(const std::string& identifier, const KnownFile& own) const {
+        if (const std::string why = unfinishedChange(database_, identifier); !why.empty())
+            throw ChangeError(own.path + ": " + why);
+    }
+
     KnownFile editable(const std::string& identifier) {
         KnownFile own = knownFiles(database_, identifier).front();
         if (own.isRemote) throw ChangeError(own.path + ": its original is on a server, and cannot be edited from here");
         if (isPlanned(identifier)) throw ChangeError(own.path + ": is changed twice at once");
+        demandFinished(identifier, own);
         demand(own);
         return own;
     }
@@ -314,6 +322,8 @@ std::string carryOut(const LibraryStore& store, const Database& database, Plan& 
 }
 
 std::string planAndCarryOut(LibraryStore& store, const std::vector<PHChange>& changes, Plan& plan) {
+    // A change that waited for a folder may find it there by now.
+    playJournal(store);
     const FileLock lock = store.lockFiles();
     return store.write([&](const Database& database) -> std::string {
         Planner planner(store, database, plan);
