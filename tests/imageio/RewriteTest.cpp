@@ -273,6 +273,86 @@ TEST(Strip, OfDictionariesTakesTheirCopies) {
     }
 }
 
+/// A word in every property by which other programs repeat what the dictionaries say; `KEPT` in what is none of that.
+ByteString repeatingPacket() {
+    return xmp(
+        R"(xmlns:lr="http://ns.adobe.com/lightroom/1.0/" xmlns:digi="http://www.digikam.org/ns/1.0/" )"
+        R"(xmlns:ms="http://ns.microsoft.com/photo/1.0" xmlns:acdsee="http://ns.acdsee.com/iptc/1.0/" )"
+        R"(xmlns:rs="http://www.metadataworkinggroup.com/schemas/regions/" xmlns:cc="http://creativecommons.org/ns#" )"
+        R"(xmlns:plus="http://ns.useplus.org/ldf/xmp/1.0/" xmlns:dm="http://ns.adobe.com/xmp/1.0/DynamicMedia/" )"
+        R"(xmlns:ext="http://iptc.org/std/Iptc4xmpExt/2008-02-29/" xmlns:mm="http://ns.adobe.com/xap/1.0/mm/" )"
+        R"(xmlns:own="http://example.org/own/" ms:CameraSerialNumber="SECRET serial" ms:LastKeywordXMP="WORD 1" )"
+        R"(acdsee:caption="SECRET caption" acdsee:keywords="WORD 2" plus:ImageCreator="SECRET creator" )"
+        R"(dm:artist="SECRET artist" mm:DocumentID="SECRET document" mm:InstanceID="SECRET instance" )"
+        R"(cc:attributionName="SECRET name" own:grain="KEPT")",
+        "<lr:hierarchicalSubject><rdf:Bag><rdf:li>WORD 3</rdf:li></rdf:Bag></lr:hierarchicalSubject>"
+        "<digi:TagsList><rdf:Seq><rdf:li>WORD 4</rdf:li></rdf:Seq></digi:TagsList>"
+        "<rs:Regions rs:Name=\"SECRET face\"/><ext:PersonInImage>SECRET person</ext:PersonInImage>");
+}
+
+/// The same in the fields and blocks of a TIFF structure.
+ByteString repeatingExif() {
+    const ByteString words = repeatingPacket(), sets = iptc(), resources = photoshop();
+    TiffBuilder tiff;
+    tiff.text(TiffBuilder::first, 0x000B, "SECRET program").shorts(TiffBuilder::first, 0x0112, {6});
+    tiff.raw(TiffBuilder::first, 0x02BC, 1, static_cast<std::uint32_t>(words.size()), words);
+    tiff.shorts(TiffBuilder::first, 0x4746, {4}).shorts(TiffBuilder::first, 0x4749, {75});
+    tiff.raw(TiffBuilder::first, 0x83BB, 7, static_cast<std::uint32_t>(sets.size()), sets);
+    tiff.raw(TiffBuilder::first, 0x8649, 7, static_cast<std::uint32_t>(resources.size()), resources);
+    return tiff.raw(TiffBuilder::first, 0x9C9E, 1, 6, "WORD 5").build();
+}
+
+ByteString repeatingJpeg() {
+    return jpeg({jpegSegment(0xE1, ByteString("Exif\0\0"_z).add(repeatingExif())),
+                 jpegSegment(0xE1, ByteString("http://ns.adobe.com/xap/1.0/\0"_z).add(packet())),
+                 jpegSegment(0xE1, ByteString("http://ns.adobe.com/xap/1.0/\0"_z).add(repeatingPacket())),
+                 jpegSegment(0xED, ByteString("Photoshop 3.0\0"_z).add(photoshop()).add(photoshop()))});
+}
+
+TEST(Strip, TakesAValueFromWhereverItIsRepeated) {
+    MetadataChange dictionaries = removing(Removal::dictionaries);
+    dictionaries.removes = {.exif = true, .tiff = true, .gps = true, .iptc = true};
+    const std::string clean = rewritten(repeatingJpeg(), dictionaries);
+    for (const char* word : {"SECRET", "PLACE", "WORD", "\x46\x47", "\x49\x47"})
+        EXPECT_THAT(clean, Not(HasSubstr(word)));
+    EXPECT_THAT(clean, HasSubstr("own:grain=\"KEPT\"")) << "nobody's dictionary";
+
+    const MetadataChange keywords{
+        .removal = Removal::nothing, .removes = {}, .values = {{"{IPTC}", Dictionary{{"Keywords", ""}}}}};
+    const std::string edited = rewritten(repeatingJpeg(), keywords);
+    EXPECT_THAT(edited, Not(HasSubstr("WORD")));
+    for (const char* word : {"SECRET face", "SECRET serial", "SECRET caption", "SECRET program", "SECRET byline"})
+        EXPECT_THAT(edited, HasSubstr(word));
+}
+
+// Whatever stands in more than one block loses its place in each, and nothing else in any.
+TEST(Strip, OfThePlaceMindsEveryBlock) {
+    const std::string made = rewritten(repeatingJpeg(), removing(Removal::place));
+    EXPECT_THAT(made, Not(HasSubstr("PLACE")));
+    EXPECT_THAT(made, HasSubstr(std::string(repeatingPacket().text()))) << "as it was, byte for byte";
+    const std::string_view byline = "SECRET byline";
+    std::size_t bylines = 0;
+    for (auto at = made.find(byline); at != std::string::npos; at = made.find(byline, at + 1)) ++bylines;
+    EXPECT_EQ(bylines, 4U);
+
+    // A character set other than UTF-8 is what the texts that stay are written in.
+    const std::string latin(dataSet(1, 90, "\x1B-A").add(iptc()).text());
+    ByteString resource("8BIM");
+    resource.u16(0x0404).u16(0).u32(static_cast<std::uint32_t>(latin.size())).add(latin).add(latin.size() % 2, '\0');
+    const std::string texts =
+        rewritten(jpeg({jpegSegment(0xED, ByteString("Photoshop 3.0\0"_z).add(resource))}), removing(Removal::place));
+    EXPECT_THAT(texts, HasSubstr(std::string(dataSet(1, 90, "\x1B-A").text())));
+    EXPECT_THAT(texts, Not(HasSubstr("PLACE")));
+
+    // A count beyond the end of its block hides the fields from most readers, until the block is written anew.
+    std::string broken(repeatingExif().text());
+    const std::string town(packet().text());
+    broken =
+        TiffBuilder().raw(TiffBuilder::first, 0x02BC, 1, static_cast<std::uint32_t>(town.size()), town).build().text();
+    broken[8] = '\xFF';
+    EXPECT_THAT(rewritten(jpegWithExif(broken), removing(Removal::place)), Not(HasSubstr("PLACE")));
+}
+
 // What follows a picture is dropped, unless only values are set.
 TEST(Strip, DropsWhatFollowsTheImage) {
     const ByteString file = ByteString(fullJpeg()).add(box("ftyp", {"mp42\0\0\0\0"_z})).add("SECRET PLACE motion");

@@ -44,7 +44,21 @@ constexpr std::array kPrefixes{
     Prefix{"http://ns.apple.com/HDRGainMap/1.0/"sv, "HDRGainMap"sv},
     Prefix{"http://ns.adobe.com/xmp/1.0/DynamicMedia/"sv, "xmpDM"sv},
     Prefix{"http://www.metadataworkinggroup.com/schemas/regions/"sv, "mwg-rs"sv},
+    Prefix{"http://www.metadataworkinggroup.com/schemas/keywords/"sv, "mwg-kw"sv},
     Prefix{"http://ns.microsoft.com/photo/1.0/"sv, "MicrosoftPhoto"sv},
+    Prefix{"http://ns.microsoft.com/photo/1.0"sv, "MicrosoftPhoto"sv},  // So most programs spell it.
+    Prefix{"http://ns.microsoft.com/photo/1.2/"sv, "MP"sv},
+    Prefix{"http://ns.microsoft.com/expressionmedia/1.0/"sv, "expressionmedia"sv},
+    Prefix{"http://ns.iview-multimedia.com/mediapro/1.0/"sv, "mediapro"sv},
+    Prefix{"http://ns.adobe.com/lightroom/1.0/"sv, "lr"sv},
+    Prefix{"http://www.digikam.org/ns/1.0/"sv, "digiKam"sv},
+    Prefix{"http://ns.acdsee.com/iptc/1.0/"sv, "acdsee"sv},
+    Prefix{"http://ns.acdsee.com/regions/"sv, "acdsee-rs"sv},
+    Prefix{"http://ns.apple.com/faceinfo/1.0/"sv, "apple-fi"sv},
+    Prefix{"http://ns.useplus.org/ldf/xmp/1.0/"sv, "plus"sv},
+    Prefix{"http://creativecommons.org/ns#"sv, "cc"sv},
+    Prefix{"http://prismstandard.org/namespaces/basic/2.0/"sv, "prism"sv},
+    Prefix{"http://xmp.gettyimages.com/gift/1.0/"sv, "GettyImagesGIFT"sv},
 };
 
 std::pair<std::string_view, std::string_view> split(std::string_view name) {

@@ -14,6 +14,7 @@
 #include "linux/imageio/rewrite/MinimalExif.h"
 #include "linux/imageio/rewrite/TiffTags.h"
 #include "linux/imageio/rewrite/TiffTree.h"
+#include "linux/imageio/rewrite/ValueCopies.h"
 #include "linux/imageio/rewrite/XmpSets.h"
 
 namespace tessaly::imageio {
@@ -29,8 +30,9 @@ constexpr std::uint16_t kPhotoshopIptcDigest = 0x0425;
 /// Coordinates of a raster on the ground (GeoTIFF 1.1, annex A).
 constexpr std::array<std::uint16_t, 6> kGeoTags{0x830E, 0x8482, 0x85D8, 0x87AF, 0x87B0, 0x87B1};
 
-/// Texts of the first directory that {TIFF} does not name but that say the same.
-constexpr std::array<std::uint16_t, 8> kFurtherTexts{0x011D, 0x9C9B, 0x9C9C, 0x9C9D, 0x9C9E, 0x9C9F, 0xC4A5, 0xC68B};
+/// Fields of the first directory that {TIFF} does not name but that tell the same: texts, programs, ratings.
+constexpr std::array<std::uint16_t, 11> kFurtherTexts{0x000B, 0x011D, 0x4746, 0x4749, 0x9C9B, 0x9C9C,
+                                                      0x9C9D, 0x9C9E, 0x9C9F, 0xC4A5, 0xC68B};
 
 /// Fields of {TIFF} that describe the picture itself.
 bool describesPicture(std::uint16_t tag) {
@@ -112,11 +114,14 @@ bool BlockChange::removesField(TiffKind kind, const TiffEntry& entry) const {
     if (removes.exif && (entry.tag == tag::kExif || entry.tag == tag::kMakerNote)) return true;
     if (removes.exif && kind != TiffKind::interoperability && isExifTag && entry.tag != 0xA500) return true;
     if (removes.tiff && kind != TiffKind::interoperability && isTiffText(entry.tag)) return true;
-    return removes.iptc && (entry.tag == tag::kIptc || (kind == TiffKind::first && entry.tag == 0x9C9B));
+    return removes.iptc &&
+           (entry.tag == tag::kIptc || (kind == TiffKind::first && (entry.tag == 0x4746 || entry.tag == 0x4749 ||
+                                                                    (entry.tag >= 0x9C9B && entry.tag <= 0x9C9F))));
 }
 
 std::optional<TiffField> BlockChange::changedBlockField(TiffKind kind, const TiffEntry& entry, Bytes value) const {
-    if (kind != TiffKind::first && kind != TiffKind::further && kind != TiffKind::image) return std::nullopt;
+    // Some programs put these blocks into Exif's own directory, and readers find them there.
+    if (kind == TiffKind::gps || kind == TiffKind::interoperability) return std::nullopt;
     ByteVector made;
     TiffType type = TiffType::undefined;
     switch (entry.tag) {
@@ -136,8 +141,6 @@ std::optional<TiffField> BlockChange::changedBlockField(TiffKind kind, const Tif
             return std::nullopt;
     }
     if (made.size() == value.size() && std::ranges::equal(made, value)) return std::nullopt;
-    // An empty field is not allowed; blanks are what a packet ends with anyway.
-    if (made.empty()) made.assign(1, entry.tag == tag::kXmp ? std::byte{' '} : std::byte{0});
     const std::uint64_t count = made.size();
     return TiffField{entry.tag, type, count, std::move(made)};
 }
@@ -145,7 +148,8 @@ std::optional<TiffField> BlockChange::changedBlockField(TiffKind kind, const Tif
 TiffRules BlockChange::tiffRules(ByteOrder order) const {
     TiffRules rules;
     rules.sets = exifFields(change_.values, order);
-    const auto named = namedTags(change_.values);
+    auto named = namedTags(change_.values);
+    for (const std::uint16_t tag : repeatingTags(change_.values)) named.emplace_back(TiffKind::first, tag);
     rules.removes = [this, named](TiffKind kind, const TiffEntry& entry) {
         return removesField(kind, entry) || std::ranges::find(named, std::pair(kind, entry.tag)) != named.end();
     };
@@ -165,6 +169,7 @@ std::optional<ByteVector> BlockChange::editedExif(Bytes block) const {
     // A thumbnail repeats make, model and the picture before it was edited.
     rules.removesFurther =
         change_.removal == MetadataChange::Removal::dictionaries && (change_.removes.exif || change_.removes.tiff);
+    rules.mendsDirectories = change_.removal != MetadataChange::Removal::nothing;
     const auto edit = editTiff(source, 0, rules);
     if (!edit) return std::nullopt;
     if (edit->isEmpty()) return copyOf(block);
@@ -202,15 +207,7 @@ bool BlockChange::removesProperty(std::string_view prefix, std::string_view name
     if (removesEverything()) return true;
     if (removesPlace() && (isGpsProperty(prefix, name) || namesPlace(name))) return true;
     if (change_.removal != MetadataChange::Removal::dictionaries) return false;
-    const MetadataChange::Dictionaries& removes = change_.removes;
-    if (removes.exif && ((prefix == "exif" && !isGpsProperty(prefix, name)) || prefix == "exifEX" || prefix == "aux"))
-        return true;
-    if (removes.exif && prefix == "xmp" && name == "CreateDate") return true;
-    if (removes.tiff && prefix == "tiff" && name != "Orientation") return true;
-    if (removes.tiff && prefix == "xmp" && (name == "CreatorTool" || name == "ModifyDate" || name == "MetadataDate"))
-        return true;
-    return removes.iptc && (prefix == "dc" || prefix == "photoshop" || prefix == "Iptc4xmpCore" ||
-                            prefix == "Iptc4xmpExt" || prefix == "xmpRights" || (prefix == "xmp" && name == "Rating"));
+    return repeatsDictionary(change_.removes, prefix, name);
 }
 
 std::optional<ByteVector> BlockChange::furtherXmp(Bytes packet) const {
@@ -219,6 +216,7 @@ std::optional<ByteVector> BlockChange::furtherXmp(Bytes packet) const {
     XmpRules rules;
     rules.removes = [this](std::string_view prefix, std::string_view name) { return removesProperty(prefix, name); };
     for (const XmpProperty& set : xmpSets_) rules.sets.push_back({set.prefix, set.name, set.form, {}});
+    rules.keepsUnchanged = change_.removal == MetadataChange::Removal::place;
     const std::string text = changedXmpPacket(packet, rules);
     return text.empty() ? std::nullopt : std::optional(copyOf(asBytes(text)));
 }
@@ -231,7 +229,7 @@ std::optional<ByteVector> BlockChange::xmp(Bytes packet) const {
     XmpRules rules;
     rules.removes = [this](std::string_view prefix, std::string_view name) { return removesProperty(prefix, name); };
     rules.sets = xmpSets_;
-    rules.keepsEmptyPacket = change_.removal == MetadataChange::Removal::place;
+    rules.keepsEmptyPacket = rules.keepsUnchanged = change_.removal == MetadataChange::Removal::place;
     const std::string text = changedXmpPacket(removesEverything() ? Bytes() : packet, rules);
     return text.empty() ? std::nullopt : std::optional(copyOf(asBytes(text)));
 }
@@ -259,9 +257,18 @@ bool BlockChange::removesDataSet(std::uint8_t number) const {
     return change_.removal == MetadataChange::Removal::place && std::ranges::find(places, number) != places.end();
 }
 
-ByteVector BlockChange::iptc(Bytes datasets) const {
+ByteVector BlockChange::iptc(Bytes datasets) const { return changedDataSets(datasets, iptcDataSets(change_.values)); }
+
+std::optional<ByteVector> BlockChange::furtherIptc(Bytes datasets) const {
+    auto sets = iptcDataSets(change_.values);
+    for (IptcDataSet& set : sets) set.values.clear();
+    ByteVector made = changedDataSets(datasets, std::move(sets));
+    return made.empty() ? std::nullopt : std::optional(std::move(made));
+}
+
+ByteVector BlockChange::changedDataSets(Bytes datasets, std::vector<IptcDataSet> sets) const {
     IptcRules rules;
-    rules.sets = iptcDataSets(change_.values);
+    rules.sets = std::move(sets);
     if (change_.removal == MetadataChange::Removal::nothing && rules.sets.empty()) return copyOf(datasets);
     rules.keepsEmptyBlock = change_.removal == MetadataChange::Removal::place;
     rules.removes = [this](std::uint8_t record, std::uint8_t number) {
@@ -281,7 +288,8 @@ ByteVector BlockChange::photoshop(Bytes resources, bool isIptcHome) const {
             resources, [&](std::uint16_t identifier, Bytes data) -> std::optional<ByteVector> {
                 switch (identifier) {
                     case kPhotoshopIptc: {
-                        if (std::exchange(hasIptc, true)) return std::nullopt;
+                        // One block is the rule. A second one holds no value that was set, only what it kept.
+                        if (std::exchange(hasIptc, true)) return furtherIptc(data);
                         iptcBlock = iptc(data);
                         return iptcBlock.empty() ? std::nullopt : std::optional(iptcBlock);
                     }

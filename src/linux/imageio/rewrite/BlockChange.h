@@ -2,6 +2,7 @@
 #include <optional>
 #include <string_view>
 
+#include "linux/imageio/rewrite/IptcChange.h"
 #include "linux/imageio/rewrite/TiffEditor.h"
 #include "linux/imageio/rewrite/XmpChange.h"
 #include "platform/ImageIO/MetadataChange.h"
@@ -43,6 +44,8 @@ private:
     [[nodiscard]] bool removesRawField(TiffKind kind, const TiffEntry& entry) const;
     [[nodiscard]] bool removesField(TiffKind kind, const TiffEntry& entry) const;
     [[nodiscard]] bool removesProperty(std::string_view prefix, std::string_view name) const;
+    [[nodiscard]] std::optional<ByteVector> furtherIptc(Bytes datasets) const;
+    [[nodiscard]] ByteVector changedDataSets(Bytes datasets, std::vector<IptcDataSet> sets) const;
     [[nodiscard]] bool removesDataSet(std::uint8_t number) const;
     [[nodiscard]] std::optional<ByteVector> editedExif(Bytes block) const;
     [[nodiscard]] std::optional<TiffField> changedBlockField(TiffKind kind, const TiffEntry& entry, Bytes value) const;

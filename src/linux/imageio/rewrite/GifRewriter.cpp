@@ -109,7 +109,8 @@ private:
         if (!packet_.empty() || position_ - start > kMaximumPacket) return;
         ByteVector bytes(static_cast<std::size_t>(position_ - start));
         bytes.resize(source_.copyTo(start, bytes));
-        const auto end = asText(bytes).rfind('>');
+        const std::string_view text = asText(bytes);
+        const auto end = text.substr(0, text.rfind("\x01\xFF\xFE\xFD"sv)).rfind('>');
         bytes.resize(end == std::string_view::npos ? 0 : end + 1);
         packet_ = std::move(bytes);
     }

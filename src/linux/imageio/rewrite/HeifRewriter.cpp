@@ -182,7 +182,8 @@ private:
             return reference.from == item.id && reference.type == "cdsc" &&
                    std::ranges::any_of(reference.to, [&](std::uint32_t to) { return kept_.contains(to); });
         });
-        if (!content || !describesKept) return void(kept_.erase(item.id));
+        // A packet of nothing in particular stays as well where only something of it goes.
+        if (!content || (!describesKept && change_.removesEverything())) return void(kept_.erase(item.id));
         replace(item, change_.removesEverything() ? BlockChange::gainMapXmp(*content) : change_.furtherXmp(*content));
     }
 

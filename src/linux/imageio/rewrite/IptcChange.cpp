@@ -57,8 +57,10 @@ ByteVector changedIptc(Bytes datasets, const IptcRules& rules) {
     std::vector<DataSet> kept;
     ByteReader reader(datasets);
     bool isUtf8 = false;
+    std::optional<Bytes> characterSet;
     while (const auto set = nextDataSet(reader)) {
         if (set->record == 1 && set->number == 90) {
+            characterSet = set->data;
             isUtf8 = asText(set->data) == kUtf8Escape;
             continue;
         }
@@ -74,7 +76,10 @@ ByteVector changedIptc(Bytes datasets, const IptcRules& rules) {
     // New values are UTF-8, so the old ones have to be as well: a block has one character set.
     const bool becomesUtf8 = isUtf8 || setsValues;
     ByteWriter writer;
-    if (becomesUtf8) append(writer, 1, 90, asBytes(kUtf8Escape));
+    if (becomesUtf8)
+        append(writer, 1, 90, asBytes(kUtf8Escape));
+    else if (characterSet)
+        append(writer, 1, 90, *characterSet);
     const auto appendKept = [&](const DataSet& set) {
         const bool isText =
             set.record == 2 && set.number != 0 && set.number != 200 && set.number != 201 && set.number != 202;

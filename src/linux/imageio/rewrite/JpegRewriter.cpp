@@ -194,7 +194,19 @@ private:
             changed = gainMapDirectory(further_);
         if (changed && changed->size() > kLargestPayload - kXmpMark.size()) return false;
         if (changed) add(kApp1, kXmpMark, *changed);
-        return change_.removesEverything() || addExtendedXmp();
+        return change_.removesEverything() || (addFurtherXmp() && addExtendedXmp());
+    }
+
+    /// One packet is the rule; programs that append theirs make a few.
+    bool addFurtherXmp() {
+        for (std::size_t i = 1; i < xmp_.size(); ++i) {
+            const Bytes body = payload(xmp_[i]);
+            const std::size_t start = startsWith(xmp_[i], kXmpMark) ? kXmpMark.size() : asText(body).find('<');
+            const auto changed = change_.furtherXmp(body.subspan(std::min(start, body.size())));
+            if (changed && changed->size() > kLargestPayload - kXmpMark.size()) return false;
+            if (changed) add(kApp1, kXmpMark, *changed);
+        }
+        return true;
     }
 
     /// XMP part 3, 1.1.3.1: portions with a digest (32), the full length, their offset.

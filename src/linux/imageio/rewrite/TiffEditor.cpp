@@ -106,8 +106,9 @@ private:
     std::uint64_t changed(TiffKind kind, std::uint64_t offset, int depth) {
         if (depth > kMaximumDepth || !enter(offset)) return offset;
         const TiffDirectory directory = readTiffDirectory(tiff_, offset);
-        if (!directory.complete) return offset;
-        bool differs = false;
+        const bool mends = !directory.complete && rules_.mendsDirectories && directory.entries.size() != 0;
+        if (!directory.complete && !mends) return offset;
+        bool differs = mends;
         std::vector<Row> rows;
         rows.reserve(directory.entries.size());
         for (std::size_t i = 0; i < directory.entries.size(); ++i)
@@ -154,6 +155,10 @@ private:
         if (rules_.replaces) {
             if (const auto value = entry.bytes(tiff_))
                 if (auto field = rules_.replaces(kind, entry, *value)) {
+                    if (field->count == 0) {
+                        eraseValue(entry, depth);
+                        return false;
+                    }
                     rows.push_back(replaced(entry, std::move(*field)));
                     return false;
                 }
@@ -281,7 +286,7 @@ private:
                         std::vector<Row> rows, std::uint64_t next) {
         const std::size_t count = rows.size();
         ByteVector bytes = table(std::move(rows), next);
-        if (count > directory.entries.size()) {
+        if (count > directory.entries.size() || !directory.complete) {
             erased_.add(position, tableLength(directory));
             return append(bytes);
         }

@@ -36,12 +36,15 @@ struct TiffField {
 struct TiffRules {
     /// Whether the field goes, with everything that it points to.
     std::function<bool(TiffKind, const TiffEntry&)> removes;
-    /// A field in the place of this one, or nullopt to leave it.
+    /// A field in the place of this one, without values for none; nullopt to leave it.
     std::function<std::optional<TiffField>(TiffKind, const TiffEntry&, Bytes value)> replaces;
     /// Fields to set, by directory; missing Exif, GPS and interoperability directories are made.
     std::vector<std::pair<TiffKind, TiffField>> sets;
     /// Whether the directories behind the first are removed.
     bool removesFurther = false;
+    /// Whether a directory that ends before its count is written anew with what it has: once a reader gets over the
+    /// fault, nothing may show up that was to go. Only for blocks, where it can move.
+    bool mendsDirectories = false;
     /// What is taken out of a maker note that stays.
     NotePurge noteFields = NotePurge::nothing;
 };

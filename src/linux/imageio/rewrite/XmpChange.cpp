@@ -46,6 +46,7 @@ class PacketWriter {
 public:
     explicit PacketWriter(const XmpRules& rules) : rules_(rules) {}
 
+    /// Without header and trailer; empty for no packet.
     std::string run(Element root) {
         if (root) {
             writeDocument(root, 0);
@@ -56,8 +57,11 @@ public:
             text_ += kEmptyFoot;
         }
         if (properties_ == 0 && !(root && rules_.keepsEmptyPacket)) return {};
-        return std::string(kHeader).append(text_).append(kTrailer);
+        return std::move(text_);
     }
+
+    /// After run(): whether anything of the packet went or was added.
+    [[nodiscard]] bool changesAnything() const noexcept { return !wroteRdf_ || changes_; }
 
 private:
     struct Scope {
@@ -88,8 +92,14 @@ private:
     }
 
     /// `isTop`: a property itself, not a field inside one; only those are replaced.
-    [[nodiscard]] bool goes(Name name, bool isTop) const {
+    [[nodiscard]] bool goes(Name name, bool isTop) {
         if (name.prefix == "rdf" || name.prefix == "xml") return false;
+        const bool isGone = isRemoved(name, isTop);
+        changes_ |= isGone;
+        return isGone;
+    }
+
+    [[nodiscard]] bool isRemoved(Name name, bool isTop) const {
         if (rules_.removes && rules_.removes(name.prefix, name.local)) return true;
         return isTop && std::ranges::any_of(rules_.sets, [&](const XmpProperty& property) {
                    return property.prefix == name.prefix && property.name == name.local;
@@ -117,10 +127,11 @@ private:
         enter(element);
         openTag(element, true, true);
         text_ += ">";
+        const std::size_t content = text_.size();
         for (Element child = element.firstChild(); child; child = child.nextSibling()) {
             if (writeElement(child, true, 0)) ++properties_;
         }
-        closeTag(element);
+        close(element, content);
         if (properties_ == before) text_.resize(textMark);
         scopes_.resize(mark);
     }
@@ -133,10 +144,11 @@ private:
         if (stays) {
             openTag(element, false, true);
             text_ += ">";
+            const std::size_t content = text_.size();
             if (!element.firstChild()) text_ += escaped(element.text());
             for (Element child = element.firstChild(); child; child = child.nextSibling())
                 writeElement(child, false, depth + 1);
-            closeTag(element);
+            close(element, content);
         }
         scopes_.resize(mark);
         return stays;
@@ -156,12 +168,26 @@ private:
         }
     }
 
+    /// `content`: where the element's content begins; in the short form when there is none, for a packet that is
+    /// changed where it stands may not grow.
+    void close(Element element, std::size_t content) {
+        if (text_.size() != content) return closeTag(element);
+        text_.back() = '/';
+        text_ += '>';
+    }
+
     void closeTag(Element element) { text_.append("</").append(element.name()).append(">"); }
 
     void writeSets() {
+        if (!rules_.descriptions.empty()) {
+            ++properties_;
+            changes_ = true;
+            text_ += rules_.descriptions;
+        }
         for (const XmpProperty& property : rules_.sets) {
             if (property.values.empty()) continue;
             ++properties_;
+            changes_ = true;
             const std::string name = std::string(property.prefix).append(":").append(property.name);
             text_.append("<rdf:Description xmlns:rdf=\"")
                 .append(namespaceOfPrefix("rdf"))
@@ -199,6 +225,7 @@ private:
     std::vector<Scope> scopes_;
     std::size_t properties_ = 0;
     bool wroteRdf_ = false;
+    bool changes_ = false;
 };
 
 }  // namespace
@@ -206,7 +233,13 @@ private:
 std::string changedXmpPacket(Bytes packet, const XmpRules& rules) {
     std::string converted;
     const XmlTree tree(xmpText(packet, converted));
-    return PacketWriter(rules).run(tree.root());
+    PacketWriter writer(rules);
+    std::string text = writer.run(tree.root());
+    if (text.empty()) return text;
+    if (rules.keepsUnchanged && !writer.changesAnything()) return std::string(asText(packet));
+    const std::string_view old = converted.empty() ? asText(packet) : std::string_view(converted);
+    const bool isBare = !packet.empty() && old.find("<?xpacket") == std::string_view::npos;
+    return isBare ? text : std::string(kHeader).append(text).append(kTrailer);
 }
 
 }  // namespace tessaly::imageio

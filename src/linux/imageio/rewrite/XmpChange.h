@@ -28,10 +28,15 @@ struct XmpRules {
     bool keepsEmptyPacket = false;
     /// Whether the name of the program that wrote the packet last goes.
     bool removesToolkit = false;
+    /// Whether a packet that loses nothing and gains nothing stays byte for byte.
+    bool keepsUnchanged = false;
+    /// Whole descriptions to add, as text.
+    std::string descriptions;
 };
 
-/// The packet with the rules applied, written anew in UTF-8. Empty when nothing is left; what is not well formed,
-/// and whatever stands outside its elements, is not taken over. `packet` may be empty.
+/// The packet with the rules applied, written anew in UTF-8, between header and trailer if it had them or is new. Empty
+/// when nothing is left; what is not well formed, and whatever stands outside its elements, is not taken over. `packet`
+/// may be empty.
 [[nodiscard]] std::string changedXmpPacket(Bytes packet, const XmpRules& rules);
 
 }  // namespace tessaly::imageio

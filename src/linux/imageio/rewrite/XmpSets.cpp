@@ -5,6 +5,7 @@
 #include <cmath>
 #include <string>
 
+#include "linux/imageio/rewrite/ValueCopies.h"
 #include "platform/ImageIO/CGImageProperties.h"
 
 namespace tessaly::imageio {
@@ -164,6 +165,7 @@ std::vector<XmpProperty> xmpProperties(const Dictionary& values) {
         properties.push_back(
             {mapping.prefix, mapping.property, mapping.form, written(mapping, dictionary[mapping.name], dictionary)});
     }
+    for (const XmpName& copy : repeatingProperties(values)) properties.push_back({copy.prefix, copy.name, {}, {}});
     return properties;
 }
 
