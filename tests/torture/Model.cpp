@@ -107,6 +107,7 @@ void Model::afterLibrary(const LibraryTask& task, const LibraryReport& report, b
             shown != shown_.end() && shown->second == target.photo && !state.isMoved && !state.isRewritten;
         const bool isDone = !isKilled && target.isDone;
         takeMarks(task, target, isDone && isCurrent);
+        takeName(target, isDone);
         // The library does not know yet what it was killed in.
         if (isKilled && (isEdit(task.kind) || isRevert(task.kind))) state.isRewritten = true;
         if (isDone && isRevert(task.kind)) checkRevert(target);
@@ -140,23 +141,32 @@ void Model::takeCreated(const LibraryTask& task, const LibraryReport& report) {
 }
 
 void Model::allowInheritance() {
-    std::set<int> present;
-    for (const auto& [name, content] : files_)
-        if (const auto photo = photoIn(content); photo && (isUsers(name) || name.starts_with("away/")))
-            present.insert(*photo);
-    for (const auto& [name, before] : shownAt_) {
+    std::map<std::string, std::set<int>> known = perhapsAt_;
+    for (const auto& [name, photo] : shownAt_) known[name].insert(photo);
+    for (const auto& [name, photos] : known) {
         const auto file = files_.find(name);
         const auto now = file == files_.end() ? std::nullopt : photoIn(file->second);
-        Photo& old = photos_[before];
-        if (old.isMoved && old.isRewritten) old.isDoubtful = true;
-        if (!now || (present.contains(before) && !old.isDoubtful)) continue;
-        const bool isKnown = std::ranges::any_of(shown_, [&](const auto& each) { return each.second == *now; });
-        Photo& heir = photos_[*now];
-        if (isKnown && !heir.isDoubtful) continue;
-        old.isDoubtful = true;
-        heir.favorite.everSet |= old.favorite.everSet;
-        heir.album.everSet |= old.album.everSet;
+        for (const int before : photos) {
+            Photo& old = photos_[before];
+            if (old.isMoved && old.isRewritten) old.isDoubtful = true;
+            if (!now || *now == before || (!old.isDoubtful && !isNowhere(before, file->second))) continue;
+            const bool isKnown = std::ranges::any_of(shown_, [&](const auto& each) { return each.second == *now; });
+            Photo& heir = photos_[*now];
+            if (isKnown && !heir.isDoubtful) continue;
+            old.isDoubtful = true;
+            heir.favorite.everSet |= old.favorite.everSet;
+            heir.album.everSet |= old.album.everSet;
+        }
     }
+}
+
+bool Model::isNowhere(int photo, const std::string& heir) {
+    // What was moved to a folder that went away before any scan is nowhere that the library knows of. A moment tells
+    // that the heir is another one, unless all are of the same.
+    const bool mayHide = photos_[photo].isMoved && (areAlike_ || !saysMoment(heir));
+    return std::ranges::none_of(files_, [&](const auto& file) {
+        return (isUsers(file.first) || (file.first.starts_with("away/") && !mayHide)) && photoIn(file.second) == photo;
+    });
 }
 
 /// The result of an edit that is edited again or reverted may go: whoever asked for that named it.
@@ -222,6 +232,14 @@ void Model::takeMarks(const LibraryTask& task, const LibraryReport::Target& targ
                 break;
         }
     }
+}
+
+/// An edit, or a revert, may choose another name.
+void Model::takeName(const LibraryReport::Target& target, bool isDone) {
+    const std::string after = world_.nameOf(target.after);
+    if (!isDone || after.empty() || target.before == std::string_view(target.after)) return;
+    shownAt_.erase(world_.nameOf(target.before));
+    shownAt_[after] = target.photo;
 }
 
 void Model::checkRevert(const LibraryReport::Target& target) const {

@@ -62,9 +62,12 @@ private:
     void takeCreated(const LibraryTask& task, const LibraryReport& report);
     /// A new file under an old name, whose photo is nowhere any more, may be taken for that photo, changed elsewhere.
     void allowInheritance();
+    /// Whether no file of the photo is where the library may find it, with that content under its old name.
+    [[nodiscard]] bool isNowhere(int photo, const std::string& heir);
     void allowEdits(const LibraryReport& report);
     void requireAll(const LibraryTask& task) const;
     void takeMarks(const LibraryTask& task, const LibraryReport::Target& target, bool isSure);
+    void takeName(const LibraryReport::Target& target, bool isDone);
     void checkRevert(const LibraryReport::Target& target) const;
     void checkPlaces(const LibraryReport& report) const;
     void checkMarks(const LibraryReport::Asset& asset);

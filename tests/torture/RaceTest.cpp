@@ -1,7 +1,10 @@
 #include <cstdint>
+#include <cstdlib>
 #include <filesystem>
+#include <random>
 
 #include "../photos/LibraryFixture.h"
+#include "InMemory.h"
 #include "KilledChild.h"
 
 // Another program that saves its own file at any instant of a change.
@@ -10,7 +13,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class RaceTest : public LibraryTest {
+class RaceTest : private InMemory, public LibraryTest {
 protected:
     void SetUp() override {
         if (!canTraceChildren()) GTEST_SKIP() << "this system does not let a child be traced";
@@ -44,6 +47,19 @@ protected:
     }
 };
 
+/// Which instants of a change are tried: a sample of them, or all with TESSALY_RACE=all; TESSALY_RACE=SEED draws
+/// another sample.
+class Instants {
+public:
+    [[nodiscard]] std::size_t after(std::size_t step) { return step + 1 + (isAll_ ? 0 : random_() % kWidest); }
+
+private:
+    static constexpr std::size_t kWidest = 9;
+    const std::string wanted_ = std::getenv("TESSALY_RACE") ? std::getenv("TESSALY_RACE") : "";
+    const bool isAll_ = wanted_ == "all";
+    std::minstd_rand random_{static_cast<unsigned>(std::strtoul(wanted_.c_str(), nullptr, 10)) + 1};
+};
+
 TEST_F(RaceTest, NeitherFileIsLost) {
     const struct {
         const char* what;
@@ -61,9 +77,10 @@ TEST_F(RaceTest, NeitherFileIsLost) {
          }},
     };
     const ByteString theirs = photo(30);
+    Instants instants;
     for (const auto& [what, isEdited, wish] : cases)
         for (const std::size_t killAfter : {std::size_t{0}, std::size_t{1}})
-            for (std::size_t step = 1, steps = SIZE_MAX; step <= steps; ++step) {
+            for (std::size_t step = instants.after(0), steps = SIZE_MAX; step <= steps; step = instants.after(step)) {
                 prepare(isEdited);
                 bool hasSaved = false;
                 bool isOursToKeep = false;

@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <filesystem>
 #include <iostream>
 
+#include "InMemory.h"
 #include "KilledChild.h"
 #include "Torture.h"
 #include "support/TemporaryFolder.h"
@@ -11,27 +11,6 @@
 // The photo library against everything that can happen to files, and against being killed between any two system calls.
 namespace tessaly::test {
 namespace {
-
-/// In memory, where there is room: the disk is not what is tested. TESSALY_TORTURE_FOLDER names another.
-class Disk {
-public:
-    Disk() {
-        const char* wanted = std::getenv("TESSALY_TORTURE_FOLDER");
-        std::string name = std::string(wanted ? wanted : "/dev/shm") + "/tessaly-torture-XXXXXX";
-        path_ = ::mkdtemp(name.data()) ? name : folder_.path().string();
-    }
-    Disk(const Disk&) = delete;
-    Disk& operator=(const Disk&) = delete;
-    ~Disk() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-    }
-    [[nodiscard]] const std::string& path() const { return path_; }
-
-private:
-    TemporaryFolder folder_;
-    std::string path_;
-};
 
 std::string account(std::uint64_t seed, const std::string& loss, const Torture& torture) {
     std::string text = "seed " + std::to_string(seed) + ": " + loss + (torture.areAlike() ? ", photos alike\n" : "\n");
@@ -41,10 +20,11 @@ std::string account(std::uint64_t seed, const std::string& loss, const Torture& 
 
 /// Runs the seeds from `first` on. @return how many of them lost something.
 std::size_t runSeeds(std::uint64_t first, std::size_t count, std::size_t mostAccounts) {
-    const Disk disk;
+    const InMemory memory;
+    const TemporaryFolder folder;
     std::size_t losses = 0;
     for (std::uint64_t seed = first; seed < first + count; ++seed) {
-        Torture torture(disk.path(), seed);
+        Torture torture(folder.path().string(), seed);
         const std::string loss = torture.run();
         if (loss.empty()) continue;
         if (++losses <= mostAccounts) ADD_FAILURE() << account(seed, loss, torture);
