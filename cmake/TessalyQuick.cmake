@@ -2,8 +2,14 @@
 # program and the tests link. Nothing else of the project knows Qt.
 find_package(Qt6 6.4 REQUIRED COMPONENTS Core Gui Qml Quick Svg DBus)
 
-file(GLOB TESSALY_QUICK_SOURCES CONFIGURE_DEPENDS
-     ${CMAKE_SOURCE_DIR}/src/linux/quick/*.cpp ${CMAKE_SOURCE_DIR}/src/linux/quick/*.h)
+# The player is a module of its own.
+set(TESSALY_QUICK_FOLDERS outlets pictures map window sheets)
+list(TRANSFORM TESSALY_QUICK_FOLDERS PREPEND ${CMAKE_SOURCE_DIR}/src/linux/quick/)
+set(TESSALY_QUICK_SOURCES)
+foreach(folder ${TESSALY_QUICK_FOLDERS})
+  file(GLOB sources CONFIGURE_DEPENDS ${folder}/*.cpp ${folder}/*.h)
+  list(APPEND TESSALY_QUICK_SOURCES ${sources})
+endforeach()
 file(GLOB_RECURSE TESSALY_INTERFACE_FILES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/*.qml)
 # One folder for the engine, wherever a file stands beside its controller.
 foreach(file ${TESSALY_INTERFACE_FILES})
@@ -16,7 +22,7 @@ qt_add_library(tessaly_quick STATIC ${TESSALY_QUICK_SOURCES})
 set_target_properties(tessaly_quick PROPERTIES AUTOMOC ON QT_QMLCACHEGEN_ARGUMENTS "--only-bytecode")
 target_include_directories(tessaly_quick PUBLIC ${CMAKE_SOURCE_DIR}/src)
 # The generated type registrations include the adapters' headers by their bare names.
-target_include_directories(tessaly_quick PRIVATE ${CMAKE_SOURCE_DIR}/src/linux/quick)
+target_include_directories(tessaly_quick PRIVATE ${TESSALY_QUICK_FOLDERS})
 target_link_libraries(tessaly_quick
   PUBLIC libtessaly Qt6::Core Qt6::Gui Qt6::Qml Qt6::Quick Qt6::DBus
   PRIVATE Qt6::Svg)

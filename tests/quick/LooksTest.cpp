@@ -1,7 +1,7 @@
 #include <QImage>
 
 #include "WindowFixture.h"
-#include "linux/quick/PictureItem.h"
+#include "linux/quick/pictures/PictureItem.h"
 #include "platform/Foundation/NSNotificationCenter.h"
 #include "platform/UIKit/UITraitCollection.h"
 #include "settings/Apperance.h"

@@ -10,7 +10,7 @@
 #include "Items.h"
 #include "extension/ExifPhotoDetailViewController.h"
 #include "extension/ExifPhotoDetailsCollectionViewCell.h"
-#include "linux/quick/ViewerWindow.h"
+#include "linux/quick/window/ViewerWindow.h"
 #include "support/TemporaryFolder.h"
 #include "viewer/window/KeyFilter.h"
 

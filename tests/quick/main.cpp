@@ -2,7 +2,7 @@
 
 #include <QGuiApplication>
 
-#include "linux/quick/ViewerWindow.h"
+#include "linux/quick/window/ViewerWindow.h"
 
 /// Whole stacks: who lost what the toolkit allocated stands far below.
 extern "C" const char* __asan_default_options() {  // NOLINT(bugprone-reserved-identifier)

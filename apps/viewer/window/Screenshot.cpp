@@ -5,7 +5,7 @@
 #include <QSaveFile>
 #include <algorithm>
 
-#include "linux/quick/PictureItem.h"
+#include "linux/quick/pictures/PictureItem.h"
 
 namespace tessaly::viewer {
 namespace {

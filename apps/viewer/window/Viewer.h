@@ -10,7 +10,7 @@
 #include "KeyFilter.h"
 #include "Screenshot.h"
 #include "extension/ExifPhotoDetailViewController.h"
-#include "linux/quick/ViewerWindow.h"
+#include "linux/quick/window/ViewerWindow.h"
 
 namespace tessaly::viewer {
 
