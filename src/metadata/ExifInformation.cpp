@@ -72,9 +72,8 @@ void ExifInformation::fillCameraValues() {
     if (!exifInfoAvailable) isScreenShot = hasScreenSize();
 }
 
-bool ExifInformation::hasScreenSize() const noexcept {
-    const UIScreen& screen = UIScreen::mainScreen();
-    const CGSize upright{screen.bounds.width * screen.scale, screen.bounds.height * screen.scale};
+bool ExifInformation::hasScreenSize() const {
+    const CGSize upright = UIScreen::mainScreen().nativeBounds;
     return dimensions == upright || dimensions == CGSize{upright.height, upright.width};
 }
 
@@ -108,9 +107,10 @@ void ExifInformation::setFileNameCached(std::string_view name) {
 NSURL ExifInformation::correctedImageFilePathURL() const {
     constexpr std::string_view rendered = "/Adjustments/FullSizeRender";
     std::string text = imageFilePathURL.absoluteString();
-    if (text.find(rendered) == std::string::npos) return imageFilePathURL;
-    for (auto at = text.find(rendered); at != std::string::npos; at = text.find(rendered))
-        text.erase(at, rendered.size());
+    auto at = text.find(rendered);
+    if (at == std::string::npos) return imageFilePathURL;
+    // On from where it was cut: what two halves make when they meet was never a part of the path.
+    for (; at != std::string::npos; at = text.find(rendered, at)) text.erase(at, rendered.size());
     return NSURL::URLWithString(text);
 }
 

@@ -229,7 +229,7 @@ private:
     [[nodiscard]] const Dictionary& iptc() const noexcept { return orEmpty(iptcDic); }
     [[nodiscard]] const Dictionary& aux() const noexcept;
     void fillCameraValues();
-    [[nodiscard]] bool hasScreenSize() const noexcept;
+    [[nodiscard]] bool hasScreenSize() const;
     /// The value with its "Not available" marking.
     [[nodiscard]] ExifValue marked(ExifValue value) const;
     [[nodiscard]] ExifValue markedForGPS(ExifValue value) const;

@@ -128,7 +128,7 @@ ExifValue ExifInformation::Duration() const {
 ExifValue ExifInformation::DateTaken() const { return item("DateTaken", "Date Taken", stamp(dateTaken)); }
 
 ExifValue ExifInformation::EditedDate() const {
-    return item("EditedDate", "Edited Date", stamp(phAsset ? phAsset->modificationDate : dateModified));
+    return item("EditedDate", "Edited Date", stamp(phAsset ? phAsset->modificationDate : std::nullopt));
 }
 
 ExifValue ExifInformation::Artist() const {
@@ -166,8 +166,11 @@ ExifValue ExifInformation::UserComment() const {
 ExifValue ExifInformation::Keywords() {
     updateKeywordsArray();
     std::string text;
-    if (keywordsArray)
-        for (const Value& keyword : *keywordsArray) text += (text.empty() ? "" : ",") + keyword.description();
+    std::string_view separator;
+    for (const Value& keyword : keywordsArray.value_or(Array())) {
+        text.append(separator).append(keyword.description());
+        separator = ",";
+    }
     return item("Keywords", "Keywords", std::move(text));
 }
 

@@ -81,9 +81,8 @@ ExifValue ExifInformation::GPSDirection() const {
         const std::string reference = gps()[kCGImagePropertyGPSImgDirectionRef].description();
         // Only true north has a name; a magnetic reference shows as its letter.
         const bool isTrue = reference == "T" || reference == "t";
-        value.exifValueReadableFormat =
-            formatted(localized("%@ %@"), direction, isTrue ? localized("True North") : reference);
-        if (direction.isNull() && reference.empty()) value.exifValueReadableFormat.clear();
+        const std::string shown = isTrue ? localized("True North") : reference;
+        value.exifValueReadableFormat = direction.isNull() ? shown : formatted(localized("%@ %@"), direction, shown);
     }
     return markedForGPS(std::move(value));
 }

@@ -1,8 +1,6 @@
 #include "settings/AppSettings.h"
 
-#include <algorithm>
 #include <array>
-#include <iterator>
 
 #include "settings/PersistanceManager.h"
 
@@ -23,16 +21,14 @@ AppSettings& AppSettings::sharedInstance() {
 
 void AppSettings::load(OrderedKeyList& list, NSUserDefaults& standard, bool forVideo) {
     const ExifKeys defaults = forVideo ? exifKeysDefaultOrderedArrayForVideos() : exifKeysDefaultOrderedArray();
-    auto keys = list.stored(*suite_);
+    auto stored = list.stored(*suite_);
     // A value that only the standard defaults have is from before there was a suite; it is not asked any more.
-    if (!keys) return list.set(defaults, *suite_, false);
+    if (!stored) return list.set(defaults, *suite_, false);
     if (auto older = list.stored(standard)) {
-        keys = std::move(older);
+        stored = std::move(older);
         standard.removeObjectForKey(list.storedUnder());
     }
-    if (!keys->empty() && keys->size() < defaults.size())
-        std::ranges::move(missingExifOrderedKeysIn(*keys, forVideo), std::back_inserter(*keys));
-    list.set(std::move(*keys), *suite_, false);
+    list.set(mergedKeys(std::move(*stored), defaults), *suite_, false);
 }
 
 ExifKeys AppSettings::missingExifOrderedKeysIn(const ExifKeys& stored, bool forVideo) {

@@ -135,6 +135,6 @@ std::string Apperance::themedImageFileNameFor(std::string_view name) {
     return PersistanceManager::sharedInstance().isDarkModeOn() ? formatted("white_%@", name) : std::string(name);
 }
 
-CGSize Apperance::mainScreenBounds() noexcept { return UIScreen::mainScreen().bounds; }
+CGSize Apperance::mainScreenBounds() { return UIScreen::mainScreen().bounds; }
 
 }  // namespace tessaly

@@ -62,7 +62,7 @@ public:
     /// The picture's name in the style: "white_" before it while the dark mode setting is on.
     [[nodiscard]] static std::string themedImageFileNameFor(std::string_view name);
     /// Points.
-    [[nodiscard]] static CGSize mainScreenBounds() noexcept;
+    [[nodiscard]] static CGSize mainScreenBounds();
 };
 
 }  // namespace tessaly

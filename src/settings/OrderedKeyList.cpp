@@ -19,10 +19,11 @@ void OrderedKeyList::set(ExifKeys keys, NSUserDefaults& suite, bool synchronise)
     if (synchronise) suite.synchronize();
 }
 
-std::optional<ExifKeys> OrderedKeyList::stored(const NSUserDefaults& defaults) const {
+std::optional<OrderedKeyList::Stored> OrderedKeyList::stored(const NSUserDefaults& defaults) const {
     const Value archive = defaults.objectForKey(storedUnder_);
     if (archive.isNull()) return std::nullopt;
-    return unarchiveObjectWithData<ExifKey>(archive.data()).value_or(ExifKeys{});
+    auto keys = unarchiveObjectWithData<ExifKey>(archive.data());
+    return keys ? Stored{std::move(*keys)} : Stored{.keys = {}, .isList = false};
 }
 
 ExifKeys missingKeys(const ExifKeys& stored, const ExifKeys& defaults) {
@@ -32,6 +33,12 @@ ExifKeys missingKeys(const ExifKeys& stored, const ExifKeys& defaults) {
     std::ranges::copy_if(defaults, std::back_inserter(missing),
                          [&](const ExifKey& key) { return joined.find(key.key) == std::string::npos; });
     return missing;
+}
+
+ExifKeys mergedKeys(OrderedKeyList::Stored stored, const ExifKeys& defaults) {
+    if (stored.isList && stored.keys.size() < defaults.size())
+        std::ranges::move(missingKeys(stored.keys, defaults), std::back_inserter(stored.keys));
+    return std::move(stored.keys);
 }
 
 }  // namespace tessaly

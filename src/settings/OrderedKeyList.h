@@ -19,8 +19,12 @@ public:
     /// Keeps the list and stores its archive in the suite, at once unless the caller will synchronise.
     void set(ExifKeys keys, NSUserDefaults& suite, bool synchronise = true);
 
-    /// The list that is stored in `defaults`: nullopt when none is, empty when it cannot be unarchived.
-    [[nodiscard]] std::optional<ExifKeys> stored(const NSUserDefaults& defaults) const;
+    struct Stored {
+        ExifKeys keys;
+        bool isList = true;  ///< False for what cannot be unarchived: there is no list to add anything to.
+    };
+    /// What is stored in `defaults`; nullopt for nothing.
+    [[nodiscard]] std::optional<Stored> stored(const NSUserDefaults& defaults) const;
     [[nodiscard]] std::string_view storedUnder() const noexcept { return storedUnder_; }
 
 private:
@@ -34,6 +38,9 @@ private:
 /// A key counts as present when its name occurs anywhere in the stored names joined by commas, so a name that is part
 /// of a stored one ("Model" in "LensModel") counts as present too. Lists in the field depend on that.
 [[nodiscard]] ExifKeys missingKeys(const ExifKeys& stored, const ExifKeys& defaults);
+
+/// The stored list, with what it lacks behind it where it is shorter than the default.
+[[nodiscard]] ExifKeys mergedKeys(OrderedKeyList::Stored stored, const ExifKeys& defaults);
 
 /// Keys of the given names, none hidden.
 template <class Names>

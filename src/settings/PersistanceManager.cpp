@@ -82,8 +82,8 @@ PersistanceManager::PersistanceManager(std::string_view suiteName)
     log("init userDefaults %@", userDefaults_->path());
     loadMerged(videoEditList_, sharedEDITExifKeysDefaultOrderedArrayForVideo());
     // The share list is the user's own selection: keys of later versions are not pressed upon it.
-    shareList_.set(shareList_.stored(*userDefaults_).value_or(sharedExifKeysDefaultOrderedArray()), *userDefaults_,
-                   false);
+    auto shared = shareList_.stored(*userDefaults_);
+    shareList_.set(shared ? std::move(shared->keys) : sharedExifKeysDefaultOrderedArray(), *userDefaults_, false);
     loadMerged(editList_, sharedEDITExifKeysDefaultOrderedArray());
     userDefaults_->synchronize();
 }
@@ -94,12 +94,10 @@ PersistanceManager& PersistanceManager::sharedInstance() {
 }
 
 void PersistanceManager::loadMerged(OrderedKeyList& list, const ExifKeys& defaults) {
-    auto keys = list.stored(*userDefaults_);
-    if (!keys) return list.set(defaults, *userDefaults_, false);
-    log("COUNT___ %ld vs %ld", keys->size(), defaults.size());
-    if (!keys->empty() && keys->size() < defaults.size())
-        std::ranges::move(missingKeys(*keys, defaults), std::back_inserter(*keys));
-    list.set(std::move(*keys), *userDefaults_, false);
+    auto stored = list.stored(*userDefaults_);
+    if (!stored) return list.set(defaults, *userDefaults_, false);
+    log("COUNT___ %ld vs %ld", stored->keys.size(), defaults.size());
+    list.set(mergedKeys(std::move(*stored), defaults), *userDefaults_, false);
 }
 
 std::span<const Setting> PersistanceManager::settings() noexcept { return kSettings; }
@@ -150,6 +148,11 @@ bool PersistanceManager::isDarkModeOn() const { return !invertColorsEnabled && s
 bool PersistanceManager::shouldHidePhotosWithoutExifDetails() const {
     log("_userDefaults___ %@", userDefaults_->path());
     return stored("shouldHidePhotosWithoutExifDetails").boolValue();
+}
+
+void PersistanceManager::setShouldHidePhotosWithoutExifDetails(bool value) {
+    log("_userDefaults %@", userDefaults_->path());
+    store("shouldHidePhotosWithoutExifDetails", value);
 }
 
 std::string PersistanceManager::albumNameAfterEditingEXIF() const {

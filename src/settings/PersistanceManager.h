@@ -86,7 +86,7 @@ public:
     }
     void setLocationFilter(std::uint64_t value) { store("locationFilter", value); }
     [[nodiscard]] bool shouldHidePhotosWithoutExifDetails() const;
-    void setShouldHidePhotosWithoutExifDetails(bool value) { store("shouldHidePhotosWithoutExifDetails", value); }
+    void setShouldHidePhotosWithoutExifDetails(bool value);
     [[nodiscard]] bool shouldHideDeleteAndRemveExifBarOnDetailScreen() const {
         return stored("shouldHideDeleteAndRemveExifBarOnDetailScreen").boolValue();
     }

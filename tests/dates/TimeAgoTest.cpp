@@ -56,6 +56,9 @@ TEST(TimeAgo, CountsAsRussianDoes) {
     EXPECT_EQ(timeAgoSinceNow(at("1999:06:01 12:00:00")), "21 год назад");
     EXPECT_EQ(timeAgoSinceNow(at("1998:06:01 12:00:00")), "22 года назад");
     EXPECT_EQ(timeAgoSinceNow(at("2008:06:01 12:00:00")), "12 лет назад");
+    EXPECT_EQ(shortTimeAgoSinceNow(at("1999:06:01 12:00:00")), "21 г");
+    EXPECT_EQ(shortTimeAgoSinceNow(at("2008:06:01 12:00:00")), "12 л");
+    EXPECT_EQ(shortTimeAgoSinceNow(at("2020:06:30 11:57:00")), "3 мин");
     NSBundle::mainBundle().setLanguage("de");
     NSBundle::dateToolsBundle().setLanguage("de");
     EXPECT_EQ(timeAgoSinceNow(at("2018:06:01 12:00:00")), "vor 2 Jahren");

@@ -166,7 +166,9 @@ TEST_F(DetailPageTest, SizesItsPieces) {
         {"an index past the rows", false, 99, {766, 34}},
     };
     const UIScreen before = UIScreen::mainScreen();
-    UIScreen::mainScreen().bounds.width = 500;
+    UIScreen narrow = before;
+    narrow.bounds.width = 500;
+    UIScreen::setMainScreen(narrow);
     const CountingMeasurer measurer;
     for (const auto& [why, isPad, item, size] : cases) {
         setKeys({"StarRating", "MapView", "Keywords", "NoSuchKey", "Make"});
@@ -179,7 +181,7 @@ TEST_F(DetailPageTest, SizesItsPieces) {
     one->iptcDic = Dictionary{{"Keywords", Array{"alone"}}};
     showPage(one);
     EXPECT_EQ(shown->sizeForItemAtIndexPath(list(), list().collectionViewLayout(), {2, 0}).height, 50);
-    UIScreen::mainScreen() = before;
+    UIScreen::setMainScreen(before);
 }
 
 TEST_F(DetailPageTest, KeepsItsRowsOffTheInsets) {

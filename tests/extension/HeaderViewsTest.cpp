@@ -284,14 +284,16 @@ TEST(PictureSize, FillsTheViewAndNoMore) {
         {"unknown", {0, 0}, 1, 600},
     };
     const UIScreen before = UIScreen::mainScreen();
-    UIScreen::mainScreen().scale = 2;
+    UIScreen sharp = before;
+    sharp.scale = 2;
+    UIScreen::setMainScreen(sharp);
     for (const auto& [why, photo, orientation, side] : cases) {
         ExifInformation record;
         record.dimensions = photo;
         record.metaDataDictionary.set(kCGImagePropertyOrientation, orientation);
         EXPECT_EQ(DetailPictureLoader::pixelSizeFilling(record, {300, 200}), side) << why;
     }
-    UIScreen::mainScreen() = before;
+    UIScreen::setMainScreen(before);
 }
 
 class HeaderPicture : public DetailScreenTest {

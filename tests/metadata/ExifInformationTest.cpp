@@ -38,15 +38,20 @@ TEST(ExifInformation, TellsWhetherThereIsExif) {
 }
 
 TEST(ExifInformation, KnowsScreenshotsByTheirSize) {
-    const UIScreen& screen = UIScreen::mainScreen();
-    const double width = screen.bounds.width * screen.scale;
-    const double height = screen.bounds.height * screen.scale;
+    const UIScreen before = UIScreen::mainScreen();
+    UIScreen screen = before;
+    screen.bounds = {100, 100};
+    UIScreen::setMainScreen(screen);
+    const auto [width, height] = screen.nativeBounds;
+    EXPECT_FALSE(recordOf({{"PixelWidth", 100 * screen.scale}, {"PixelHeight", 100 * screen.scale}})->isScreenShot)
+        << "the size of the window";
     EXPECT_TRUE(recordOf({{"PixelWidth", width}, {"PixelHeight", height}})->isScreenShot);
     EXPECT_TRUE(recordOf({{"PixelWidth", height}, {"PixelHeight", width}})->isScreenShot) << "turned";
     EXPECT_FALSE(recordOf({{"PixelWidth", width + 1}, {"PixelHeight", height}})->isScreenShot);
     EXPECT_FALSE(recordOf({{"PixelWidth", width}, {"PixelHeight", height}, {"{Exif}", Dictionary{{"FNumber", 2}}}})
                      ->isScreenShot)
         << "a camera's picture of that size";
+    UIScreen::setMainScreen(before);
 }
 
 TEST(ExifInformation, MarksWhatIsMissingOnlyWithoutExif) {
@@ -149,6 +154,10 @@ TEST(ExifInformation, LeadsBackFromARenderedEdit) {
     record.imageFilePathURL =
         NSURL::URLWithString("file:///a/Adjustments/FullSizeRender/b/Adjustments/FullSizeRender.jpg");
     EXPECT_EQ(record.correctedImageFilePathURL().absoluteString(), "file:///a/b.jpg");
+    record.imageFilePathURL =
+        NSURL::URLWithString("file:///a/Adjust/Adjustments/FullSizeRenderments/FullSizeRender.jpg");
+    EXPECT_EQ(record.correctedImageFilePathURL().absoluteString(), "file:///a/Adjustments/FullSizeRender.jpg")
+        << "what two halves make when they meet stays";
 }
 
 }  // namespace

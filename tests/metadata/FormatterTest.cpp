@@ -146,6 +146,8 @@ TEST(Formatters, ShowPlacesInBothNotationsAndUnits) {
     EXPECT_EQ(textOf(record, "GPSDirection"), "123.45 True North");
     record->gpsDic->set("ImgDirectionRef", "M");
     EXPECT_EQ(textOf(record, "GPSDirection"), "123.45 M");
+    record->gpsDic = Dictionary{{"ImgDirectionRef", "T"}};
+    EXPECT_EQ(textOf(record, "GPSDirection"), "True North") << "no blank for a direction that is not there";
 }
 
 TEST(Formatters, ShowSizesOfPictureAndFile) {
@@ -188,6 +190,11 @@ TEST(Formatters, ShowDatesByTheUsersPattern) {
     EXPECT_EQ(textOf(record, "DateTaken"), "31-12-2019 15:04:05 ") << "the blank before the letter stays";
     settings.setDateFormatString("yyyy/MM/dd");
     EXPECT_EQ(textOf(record, "DateTaken"), "2018/12/31");
+    record->dateModified = record->dateTaken;
+    EXPECT_EQ(textOf(record, "EditedDate"), "") << "a file's date is no date of an edit";
+    record->phAsset = std::make_shared<PHAsset>();
+    record->phAsset->modificationDate = record->dateTaken;
+    EXPECT_EQ(textOf(record, "EditedDate"), "2018/12/31");
     settings.setDatePreference24HourFormat(false);
     settings.reset(*PersistanceManager::settingNamed("dateFormatString"));
     EXPECT_EQ(textOf(recordOf({{"DateTimeOriginal", "0000:00:00 00:00:00"}}), "DateTaken"), "");
@@ -197,7 +204,7 @@ TEST(Formatters, ShowDescriptionsAndSerialNumbers) {
     const auto record = recordWith({
         {"{Exif}", Dictionary{{"FNumber", 2}}},
         {"{TIFF}", Dictionary{{"ImageDescription", "From the tags"}, {"Model", "iPhone10,3"}}},
-        {"{IPTC}", Dictionary{{"Keywords", Array{"one", "two"}}, {"StarRating", 4}}},
+        {"{IPTC}", Dictionary{{"Keywords", Array{"", "one", "", "two"}}, {"StarRating", 4}}},
         {"{ExifAux}", Dictionary{{"LensModel", "50mm"}, {"SerialNumber", 42}, {"ImageNumber", 7}}},
         {"ColorModel", "RGB"},
         {"DPIWidth", 72},
@@ -206,7 +213,7 @@ TEST(Formatters, ShowDescriptionsAndSerialNumbers) {
     EXPECT_EQ(itemOf(*record, "CaptionAbstract").uniqueID, "CaptionAbstract");
     EXPECT_EQ(textOf(record, "Model"), "iPhone X");
     EXPECT_EQ(record->cameraModel, "iPhone X");
-    EXPECT_EQ(textOf(record, "Keywords"), "one,two");
+    EXPECT_EQ(textOf(record, "Keywords"), ",one,,two") << "an empty keyword is one, too";
     EXPECT_EQ(itemOf(*record, "StarRating").exifRAWValue, "4");
     EXPECT_EQ(textOf(record, "LensModel"), "50mm");
     EXPECT_EQ(textOf(record, "CameraSerialNumber"), "42");

@@ -113,7 +113,7 @@ TEST(KeyLists, AreTheDefaultsAtFirstAndMergeByCount) {
          {"GPSSpeed", "LensModel", "LensMake"},
          {"GPSSpeed", "LensModel", "LensMake", "DateTaken", "FramesPerSecond", "GPSAltitude", "Duration", "FileSize",
           "Artist", "Copyright", "Software", "MapView"}},
-        {"an empty list has nothing to be merged into", {}, {}},
+        {"an empty list is shorter than any", {}, namesOf(AppSettings::exifKeysDefaultOrderedArrayForVideos())},
     };
     for (const auto& [why, stored, list] : cases) {
         NSUserDefaults defaults(suite);

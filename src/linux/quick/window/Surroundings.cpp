@@ -8,6 +8,8 @@
 #include <QGuiApplication>
 #include <QMap>
 #include <QPalette>
+#include <QScreen>
+#include <cmath>
 
 #include "platform/UIKit/UIScreen.h"
 #include "platform/UIKit/UITraitCollection.h"
@@ -49,9 +51,13 @@ Surroundings::Surroundings(QQuickWindow& window) : window_(window) {
 }
 
 void Surroundings::followWindow() {
-    UIScreen& screen = UIScreen::mainScreen();
+    UIScreen screen = UIScreen::mainScreen();
     screen.bounds = {static_cast<double>(window_.width()), static_cast<double>(window_.height())};
     screen.scale = window_.effectiveDevicePixelRatio();
+    if (const QScreen* const whole = window_.screen())
+        screen.nativeBounds = {std::round(whole->size().width() * screen.scale),
+                               std::round(whole->size().height() * screen.scale)};
+    UIScreen::setMainScreen(screen);
     traits().setUserInterfaceIdiom(window_.width() >= kTabletWidth ? UIUserInterfaceIdiom::pad
                                                                    : UIUserInterfaceIdiom::phone);
 }
