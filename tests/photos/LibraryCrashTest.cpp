@@ -317,9 +317,14 @@ TEST_F(LibraryCrash, AFileThatCameSinceIsLeftAlone) {
 
 // As long as the folder of one of its photos is missing, or is the empty one that a card was mounted at.
 TEST_F(LibraryCrash, WhatCannotBeFinishedWaits) {
+    const struct {
+        const char* what;
+        bool leavesEmpty;
+        bool comesBack;
+    } cases[] = {{"missing", false, true}, {"empty", true, true}, {"forgotten", true, false}};
     fs::create_directories(path("card"));
-    for (const bool leavesEmpty : {false, true}) {
-        SCOPED_TRACE(leavesEmpty);
+    for (const auto& [what, leavesEmpty, comesBack] : cases) {
+        SCOPED_TRACE(what);
         write("a.jpg", photo(1));
         write("card/b.jpg", photo(2));
         library_->scan();
@@ -343,15 +348,26 @@ TEST_F(LibraryCrash, WhatCannotBeFinishedWaits) {
         library_->scan();
         EXPECT_EQ(count("journal"), 2);
         EXPECT_TRUE(fs::exists(journal[0].content));
-        EXPECT_THAT(change([&] { wishEdit("a.jpg", editedPhoto(7)); }), HasSubstr("is there again: " + path("card")));
-        EXPECT_THAT(change([&] { wishDeletion(find("a.jpg")); }), HasSubstr("is there again: " + path("card")));
-        fs::remove(path("card"));
-        fs::rename(aside, path("card"));
-        // The next change finds the folder there.
+        EXPECT_THAT(
+            change([&] { wishEdit("a.jpg", editedPhoto(7)); }),
+            HasSubstr("waits for the files of this folder, to be there again or to be forgotten: " + path("card")));
+        EXPECT_THAT(
+            change([&] { wishDeletion(find("a.jpg")); }),
+            HasSubstr("waits for the files of this folder, to be there again or to be forgotten: " + path("card")));
+        if (comesBack) {
+            fs::remove(path("card"));
+            fs::rename(aside, path("card"));
+        } else {
+            const std::string away = asset("b.jpg").localIdentifier;
+            ASSERT_EQ(library_->forgetAssets({&away, 1}), "");
+        }
+        // The next change finds the folder there, or nothing to wait for.
         EXPECT_EQ(change([&] { request(asset("a.jpg")).revertAssetContentToOriginal(); }), "");
         library_->scan();
-        expectWhole();
         EXPECT_EQ(contentOf(path("a.jpg")), photo(1).text());
+        EXPECT_EQ(count("journal"), 0);
+        if (!comesBack) continue;
+        expectWhole();
         EXPECT_EQ(contentOf(path("card/b.jpg")), editedPhoto(6).text());
         ASSERT_EQ(change([&] { request(asset("b.jpg")).revertAssetContentToOriginal(); }), "");
     }

@@ -68,6 +68,7 @@ void Torture::scan() {
 /// Everything is there again, and nothing is under way.
 void Torture::finish() {
     while (!world_.unmounted().empty()) mount();
+    fillEmptyFolders();
     model_.afterPerson();
     scan();
     LibraryTask task;
@@ -79,6 +80,17 @@ void Torture::finish() {
     task.kind = Kind::revertAll;
     doTask(task, false);
     scan();
+}
+
+/// An empty folder may be a card that is out, for which the library waits.
+void Torture::fillEmptyFolders() {
+    const auto names = usersFiles();
+    for (const std::string& folder : world_.folders()) {
+        if (std::ranges::any_of(names, [&](const std::string& name) { return name.starts_with(folder + "/"); }))
+            continue;
+        world_.write(folder + "/last.jpg", photographs_.take(), someSecond());
+        note("a new photo " + std::to_string(photoAt(folder + "/last.jpg")) + " is " + folder + "/last.jpg");
+    }
 }
 
 LibraryReport Torture::doTask(const LibraryTask& task, bool mayBeKilled) {

@@ -31,6 +31,7 @@ public:
 private:
     void play();
     void finish();
+    void fillEmptyFolders();
     void personStep();
     void libraryStep();
     LibraryReport doTask(const LibraryTask& task, bool mayBeKilled);

@@ -137,6 +137,7 @@ std::string awaitedFolder(const LibraryStore& store, const std::vector<FileChang
     for (const FileChange& change : all) {
         if (change.kind != FileChange::Kind::trash && isGivenUp) continue;
         if (change.kind != FileChange::Kind::create && !hasAsset(store, change.asset)) continue;
+        if (isElsewhere(store, change)) continue;
         std::string folder = store.read([&](const Database& database) { return awaitedFolder(database, change); });
         if (!folder.empty()) return folder;
     }
@@ -185,7 +186,9 @@ std::string unfinishedChange(const Database& database, const std::string& identi
     for (const JournalEntry& entry : journalOf(database))
         if (const std::string folder = awaitedFolder(database, entry.change);
             entry.number == *number && !folder.empty())
-            why = "belongs to a change that is finished once this folder is there again: " + folder;
+            why =
+                "belongs to a change that waits for the files of this folder, to be there again or to be forgotten: " +
+                folder;
     return why;
 }
 
