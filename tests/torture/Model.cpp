@@ -161,9 +161,10 @@ void Model::allowInheritance() {
 }
 
 bool Model::isNowhere(int photo, const std::string& heir) {
-    // What was moved to a folder that went away before any scan is nowhere that the library knows of. A moment tells
-    // that the heir is another one, unless all are of the same.
-    const bool mayHide = photos_[photo].isMoved && (areAlike_ || !saysMoment(heir));
+    // What was moved to a folder that went away before any scan is nowhere that the library knows of. Moments tell that
+    // the heir is another one, where both say one and not all say the same.
+    const Photo& hidden = photos_[photo];
+    const bool mayHide = hidden.isMoved && (areAlike_ || !saysMoment(heir) || !saysMoment(hidden.last));
     return std::ranges::none_of(files_, [&](const auto& file) {
         return (isUsers(file.first) || (file.first.starts_with("away/") && !mayHide)) && photoIn(file.second) == photo;
     });
