@@ -189,6 +189,35 @@ TEST(Tiff, TakesTheFullPictureNotItsPreview) {
     EXPECT_EQ(makeOf(properties), "Maker");
 }
 
+/// A structure whose first directory stands at `start` and points to an Exif directory behind itself.
+ByteString directoriesAt(std::uint32_t start, TiffBuilder& tiff) {
+    TiffBuilder trial = tiff;
+    const auto length = static_cast<std::uint32_t>(trial.longs(first, 0x8769, {0}).directory(first, start).size());
+    tiff.longs(first, 0x8769, {start + length});
+    return ByteString(tiff.directory(first, start)).add(tiff.directory(exif, start + length));
+}
+
+TEST(Tiff, GivesARawTheSizeOfItsPicture) {
+    // The first directory is the preview.
+    TiffBuilder canon;
+    canon.shorts(first, 0x0100, {1600}).shorts(first, 0x0101, {1200}).text(first, 0x010F, "Canon");
+    canon.longs(exif, 0xA002, {3648}).longs(exif, 0xA003, {2736});
+    const Dictionary cr2 = propertiesOf(ByteString("II*\0\x10\0\0\0CR\2\0\0\0\0\0"_z).add(directoriesAt(16, canon)));
+    EXPECT_EQ(cr2["PixelWidth"], Value(3648));
+    EXPECT_EQ(cr2["PixelHeight"], Value(2736));
+
+    // The sensor has borders; a note that tells more than the sensor has is not believed.
+    for (const auto& [width, expected] : {std::pair(3872U, 3872), std::pair(38720U, 3880)}) {
+        TiffBuilder tags;
+        tags.longs(first, 0xB02B, {2592, width});
+        const ByteString note = ByteString("SONY DSC \0\0\0"_z).add(tags.directory(first, 12));
+        TiffBuilder sony;
+        sony.shorts(first, 0x0100, {3880}).shorts(first, 0x0101, {2600}).shorts(first, 0x0106, {32803});
+        sony.text(first, 0x010F, "SONY").raw(exif, 0x927C, 7, static_cast<std::uint32_t>(note.size()), note);
+        EXPECT_EQ(propertiesOf(sony.build())["PixelWidth"], Value(expected));
+    }
+}
+
 TEST(Tiff, ReadsBigTiff) {
     ByteString file("II+\0\x08\0\0\0"_z);
     file.number(std::uint64_t{16}, true).number(std::uint64_t{2}, true);

@@ -1,5 +1,6 @@
 #pragma once
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -16,6 +17,14 @@ struct ImageProperties {
     Dictionary top, exif, tiff, gps, iptc, aux, pictureStyle, png, gif, jfif, heif, webp, dng, makerApple;
     /// What a maker note says of the things in aux: it holds where neither XMP nor the file's own tags say otherwise.
     Dictionary makerAux;
+    /// The size of the whole picture as a maker note tells it, in pixels; zeros where it does not.
+    struct MakerSize {
+        std::uint64_t width = 0;
+        std::uint64_t height = 0;
+        [[nodiscard]] bool isInside(std::uint64_t outerWidth, std::uint64_t outerHeight) const noexcept {
+            return width > 0 && height > 0 && width <= outerWidth && height <= outerHeight;
+        }
+    } makerSize;
     bool hasXmp = false;      ///< A packet with properties was read.
     std::string extendedXmp;  ///< Identifier of the extended packet that the main one announces; "" for none.
     /// Set before reading: every XMP property goes into `xmp` by its qualified name, which costs more than all the

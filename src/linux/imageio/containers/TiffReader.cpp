@@ -26,6 +26,10 @@ constexpr std::uint16_t kIccProfile = 0x8773;
 constexpr std::uint16_t kDefaultCropSize = 0xC620;
 constexpr std::uint16_t kDngPrivateData = 0xC634;
 constexpr std::uint16_t kPanasonicJpeg = 0x002E;
+/// PhotometricInterpretation of a sensor's own samples (TIFF/EP).
+constexpr std::uint64_t kColorFilterArray = 32803;
+/// Behind the header of a Canon raw: "CR", and a version.
+constexpr std::uint64_t kCanonMark = 8;
 
 constexpr std::size_t kMaximumPages = 1000;
 constexpr std::size_t kMaximumSubDirectories = 16;
@@ -63,6 +67,7 @@ public:
         readEmbeddedJpeg();
         readPixels();
         exif_.readMakerNotes();
+        adoptRawSize();
         readAdobeMakerNote();
         readBlocks();
         adoptTiffBasics(properties_);
@@ -110,8 +115,23 @@ private:
             properties_.setPixelSize(static_cast<std::uint64_t>(width), static_cast<std::uint64_t>(height));
     }
 
+    /// The directories of some raws tell the preview's size or the sensor's with its borders; what the camera calls the
+    /// size of its picture stands elsewhere.
+    void adoptRawSize() {
+        const auto mark = tiff_.source.bytes(tiff_.base + kCanonMark, 2);
+        if (mark && asText(*mark) == "CR") {
+            const auto width = properties_.exif["PixelXDimension"].integerValue();
+            const auto height = properties_.exif["PixelYDimension"].integerValue();
+            if (width > 0 && height > 0)
+                properties_.setPixelSize(static_cast<std::uint64_t>(width), static_cast<std::uint64_t>(height));
+        } else if (properties_.makerSize.isInside(sensor_.width, sensor_.height)) {
+            properties_.setPixelSize(properties_.makerSize.width, properties_.makerSize.height);
+        }
+    }
+
     void describe(const TiffDirectory& directory) {
         const PixelSize size = sizeOf(directory);
+        if (integer(directory, kPhotometric) == kColorFilterArray && !directory.find(kDefaultCropSize)) sensor_ = size;
         properties_.setPixelSize(size.width, size.height);
         if (const auto depth = integer(directory, kBitsPerSample))
             ImageProperties::add(properties_.top, kCGImagePropertyDepth, *depth);
@@ -244,6 +264,7 @@ private:
     ImageProperties& properties_;
     ExifWalk exif_;
     TiffDirectory first_;
+    PixelSize sensor_;  ///< Of a raw that does not say how much of it is picture.
 };
 
 }  // namespace

@@ -10,6 +10,8 @@ namespace {
 
 constexpr std::uint16_t kLensSpecification = 0xB02A;
 constexpr std::uint16_t kEncipheredInfo = 0x9050;
+/// Height, then width.
+constexpr std::uint16_t kFullImageSize = 0xB02B;
 
 constexpr std::array kTags{
     NoteTag{0x2031, TagForm::text, &ImageProperties::makerAux, "SerialNumber"},
@@ -75,6 +77,8 @@ void readSonyNote(const MakerDirectory& note, ImageProperties& properties) {
     addNoteTags(note.tiff, note.directory, kTags, properties);
     if (const auto lens = note.directory.find(kLensSpecification)) readLens(note.tiff, *lens, properties);
     if (const auto info = note.directory.find(kEncipheredInfo)) readCounter(note, *info, properties);
+    if (const auto size = note.directory.find(kFullImageSize); size && size->count == 2)
+        properties.makerSize = {size->integer(note.tiff, 1).value_or(0), size->integer(note.tiff, 0).value_or(0)};
 }
 
 }  // namespace tessaly::imageio
