@@ -82,4 +82,28 @@ ByteString iccProfile(std::string_view description) {
     return profile.add(tag);
 }
 
+ByteString psdResource(unsigned identifier, const ByteString& data) {
+    ByteString made = ByteString("8BIM").u16(identifier).u16(0).u32(static_cast<std::uint32_t>(data.size())).add(data);
+    return data.size() % 2 != 0 ? made.u8(0) : made;
+}
+
+ByteString Psd::build() const {
+    ByteString file("8BPS");
+    file.u16(isLarge ? 2 : 1).add(6, '\0').u16(channels).u32(height).u32(width).u16(depth).u16(mode);
+    file.u32(static_cast<std::uint32_t>(palette.size())).add(palette);
+    file.u32(static_cast<std::uint32_t>(resources.size())).add(resources);
+    if (isLarge)
+        file.u64(layers.size());
+    else
+        file.u32(static_cast<std::uint32_t>(layers.size()));
+    return file.add(layers).add(pixels);
+}
+
+ByteString riffChunk(std::string_view name, std::initializer_list<ByteString> content) {
+    ByteString data;
+    for (const ByteString& part : content) data.add(part);
+    ByteString chunk = ByteString(name).number(static_cast<std::uint32_t>(data.size()), true).add(data);
+    return data.size() % 2 != 0 ? chunk.u8(0) : chunk;
+}
+
 }  // namespace tessaly::test

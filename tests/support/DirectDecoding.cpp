@@ -60,6 +60,8 @@ constexpr std::array kRows{
     Row{"org.webmproject.webp", &PixelsModule::decodeWebp, nullptr},
     Row{"public.tiff", &PixelsModule::decodeTiff, nullptr},
     Row{"com.microsoft.bmp", &PixelsModule::decodeBmp, nullptr},
+    Row{"com.adobe.photoshop-image", &PixelsModule::decodePsd, nullptr},
+    Row{"com.adobe.photoshop-large-image", &PixelsModule::decodePsd, nullptr},
     Row{"public.heic", nullptr, "tessaly-heif.so"},
     Row{"public.heif", nullptr, "tessaly-heif.so"},
     Row{"public.avif", nullptr, "tessaly-heif.so"},

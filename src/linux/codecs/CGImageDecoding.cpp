@@ -70,6 +70,8 @@ constexpr std::array kDecoders{
     Decoder{"com.compuserve.gif", {"ffmpeg"}},
     Decoder{"com.microsoft.bmp", {"pixels", Codec::bmp}},
     Decoder{"public.jpeg-2000", {"ffmpeg"}},
+    Decoder{"com.adobe.photoshop-image", {"pixels", Codec::psd}},
+    Decoder{"com.adobe.photoshop-large-image", {"pixels", Codec::psd}},
 };
 constexpr Decoder kRawDecoder{"raw-image", {"raw"}, true};
 

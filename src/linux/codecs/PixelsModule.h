@@ -15,6 +15,7 @@ struct PixelsModule {
     DecodeImage decodeWebp;
     DecodeImage decodeTiff;
     DecodeImage decodeBmp;
+    DecodeImage decodePsd;
     /// Quality 0 to 1; what is transparent becomes white. False without memory.
     bool (*encodeJpeg)(const CGImage& image, double quality, std::vector<std::byte>& encoded);
     /// With alpha and 16 bits where the image has them.

@@ -27,6 +27,8 @@ constexpr std::array kKinds{
     Kind{"public.jpeg-2000", "image/jp2", ".jp2"},
     Kind{"public.jpeg-xl", "image/jxl", ".jxl"},
     Kind{"com.microsoft.jxr", "image/vnd.ms-photo", ".jxr"},
+    Kind{"com.adobe.photoshop-image", "image/vnd.adobe.photoshop", ".psd"},
+    Kind{"com.adobe.photoshop-large-image", "image/vnd.adobe.photoshop", ".psb"},
     Kind{"com.adobe.raw-image", "image/x-adobe-dng", ".dng"},
     Kind{"com.fuji.raw-image", "image/x-fuji-raf", ".raf"},
     Kind{"com.konicaminolta.raw-image", "image/x-minolta-mrw", ".mrw"},
@@ -43,6 +45,7 @@ constexpr std::array kKinds{
     Kind{"", "video/mp4", ".mp4"},
     Kind{"", "video/quicktime", ".mov"},
     Kind{"", "video/x-matroska", ".mkv"},
+    Kind{"", "video/x-msvideo", ".avi"},
     Kind{"", "text/plain", ".txt"},
 };
 
@@ -57,6 +60,7 @@ std::string_view head(const Data& data) {
 /// ISO/IEC 14496-12, 4.3: the major brand stands behind the type of the first box.
 std::string_view movieTypeOf(std::string_view head) {
     if (head.starts_with("\x1A\x45\xDF\xA3")) return "video/x-matroska";
+    if (head.size() >= 12 && head.starts_with("RIFF") && head.substr(8, 4) == "AVI ") return "video/x-msvideo";
     if (head.size() < 12 || head.substr(4, 4) != "ftyp") return kUnknown;
     return head.substr(8, 4) == "qt  " ? "video/quicktime" : "video/mp4";
 }

@@ -6,6 +6,7 @@
 
 #include "linux/imageio/TiffDirectory.h"
 #include "linux/imageio/containers/Containers.h"
+#include "linux/imageio/containers/PsdSections.h"
 #include "platform/ImageIO/CGImageProperties.h"
 
 namespace tessaly::imageio {
@@ -22,6 +23,8 @@ constexpr std::uint16_t kJpegOffset = 0x0201, kJpegLength = 0x0202, kSubDirector
 constexpr std::uint16_t kStripOffsets = 0x0111, kStripByteCounts = 0x0117, kCompression = 0x0103;
 constexpr std::uint16_t kNewSubfileType = 0x00FE, kJpegFromRaw = 0x002E, kFurtherImages = 0xB002;
 constexpr std::uint64_t kFurtherImageEntry = 16;
+/// The thumbnail among the resources of a PSD.
+constexpr std::uint16_t kPsdThumbnail = 0x040C;
 
 class Search {
 public:
@@ -34,10 +37,25 @@ public:
         const auto mark = source_.bytes(0, 8);
         if (mark && asText(*mark) == "FUJIFILM")
             offer(source_.read<std::uint32_t>(84).value_or(0), source_.read<std::uint32_t>(88).value_or(0));
+        lookInPsd();
         return largest_;
     }
 
 private:
+    /// Behind a head of 28 bytes (format, sizes, depth).
+    void lookInPsd() {
+        const auto read = [this](std::uint64_t offset, std::span<std::byte> target) {
+            return source_.copyTo(offset, target) == target.size();
+        };
+        const auto sections = PsdSectionsReader(source_.size(), read).sections();
+        if (!sections) return;
+        constexpr std::uint64_t head = 28;
+        forEachPsdResource(sections->resources, read, [&](const PsdResource& resource) {
+            if (resource.identifier == kPsdThumbnail && resource.length > head)
+                offer(resource.position + head, resource.length - head);
+        });
+    }
+
     /// Every TIFF header between two places. What looks like one by chance leads to no JPEG.
     void lookIn(std::uint64_t start, std::uint64_t length) {
         const Bytes found = source_.bytesUpTo(start, length);

@@ -17,6 +17,8 @@ constexpr ImageFormat kPng{"public.png", readPng};
 constexpr ImageFormat kGif{"com.compuserve.gif", readGif};
 constexpr ImageFormat kWebp{"org.webmproject.webp", readWebp};
 constexpr ImageFormat kBmp{"com.microsoft.bmp", readBmp};
+constexpr ImageFormat kPsd{"com.adobe.photoshop-image", readPsd};
+constexpr ImageFormat kPsb{"com.adobe.photoshop-large-image", readPsd};
 constexpr ImageFormat kTiff{"public.tiff", readTiff};
 constexpr ImageFormat kDng{"com.adobe.raw-image", readTiff};
 constexpr ImageFormat kRaf{"com.fuji.raw-image", readRaf};
@@ -126,6 +128,8 @@ const ImageFormat* detectImageFormat(ByteSource& source) {
     if (head.starts_with("FUJIFILMCCD-RAW"sv)) return &kRaf;
     if (head.starts_with("\xFF\x0A"sv) || head.starts_with("\0\0\0\x0CJXL \r\n\x87\n"sv)) return &kJxl;
     if (head.starts_with("\0\0\0\x0CjP  \r\n\x87\n"sv)) return &kJp2;
+    if (head.starts_with("8BPS\0\1"sv)) return &kPsd;
+    if (head.starts_with("8BPS\0\2"sv)) return &kPsb;
     if (head.starts_with("\0MRM"sv)) return &kMrw;
     if (head.starts_with("FOVb"sv)) return &kX3f;
     if (head.starts_with("II"sv) || head.starts_with("MM"sv)) return tiffFormat(source);

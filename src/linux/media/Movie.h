@@ -9,6 +9,8 @@ namespace tessaly::media {
 
 /// QuickTime (File Format Specification), MP4 (ISO/IEC 14496-12 and -14), 3GP (3GPP TS 26.244).
 void readMovie(imageio::ByteSource& source, AVAsset& asset);
+/// AVI (Microsoft), of one part or several (OpenDML).
+void readAvi(imageio::ByteSource& source, AVAsset& asset);
 /// Matroska (RFC 9559) and WebM.
 void readMatroska(imageio::ByteSource& source, AVAsset& asset);
 

@@ -7,4 +7,8 @@ namespace tessaly::media {
 [[nodiscard]] imageio::RewriteResult rewriteMatroska(imageio::ByteSource& source, const imageio::BlockChange& change,
                                                      imageio::RewriteFault& fault);
 
+/// AVI: what goes becomes empty space, nothing moves. With a place goes the whole block that may tell it.
+[[nodiscard]] imageio::RewriteResult rewriteAvi(imageio::ByteSource& source, const imageio::BlockChange& change,
+                                                imageio::RewriteFault& fault);
+
 }  // namespace tessaly::media

@@ -51,6 +51,8 @@ DecodeFault FamilyDecoder::decodePixels(Codec codec, PixelInput& input, const De
             return pixels_->decodeTiff(input, request, decoded);
         case Codec::bmp:
             return pixels_->decodeBmp(input, request, decoded);
+        case Codec::psd:
+            return pixels_->decodePsd(input, request, decoded);
         case Codec::picture:
             return picture_ ? picture_(input, request, decoded) : DecodeFault::unsupported;
         case Codec::movie:

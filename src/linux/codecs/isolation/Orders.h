@@ -8,7 +8,7 @@
 namespace tessaly::codecs {
 
 /// Which function of a family's module decodes.
-enum class Codec : std::uint8_t { jpeg, png, webp, tiff, bmp, picture, movie };
+enum class Codec : std::uint8_t { jpeg, png, webp, tiff, bmp, psd, picture, movie };
 
 /// Tells one build's messages from another's.
 inline constexpr std::uint32_t kOrderVersion = 0x7E55'0001;

@@ -29,14 +29,24 @@ struct KnownRewriter {
 
 /// Raws that are TIFF inside are named by their ending; those in containers of their own have none.
 constexpr std::array kRewriters{
-    KnownRewriter{"public.jpeg", rewriteJpeg},         KnownRewriter{"public.png", rewritePng},
-    KnownRewriter{"com.compuserve.gif", rewriteGif},   KnownRewriter{"org.webmproject.webp", rewriteWebp},
-    KnownRewriter{"com.microsoft.bmp", rewriteBmp},    KnownRewriter{"public.tiff", rewriteTiff},
-    KnownRewriter{"public.heic", rewriteHeif},         KnownRewriter{"public.heif", rewriteHeif},
-    KnownRewriter{"public.avif", rewriteHeif},         KnownRewriter{"public.jpeg-2000", rewriteJp2},
-    KnownRewriter{"public.jpeg-xl", rewriteJxl},       KnownRewriter{"com.canon.cr3-raw-image", rewriteCr3},
-    KnownRewriter{"com.fuji.raw-image", rewriteRaf},   KnownRewriter{"com.konicaminolta.raw-image", rewriteMrw},
-    KnownRewriter{"com.sigma.x3f-raw-image", nullptr}, KnownRewriter{"com.microsoft.jxr", nullptr},
+    KnownRewriter{"public.jpeg", rewriteJpeg},
+    KnownRewriter{"public.png", rewritePng},
+    KnownRewriter{"com.compuserve.gif", rewriteGif},
+    KnownRewriter{"org.webmproject.webp", rewriteWebp},
+    KnownRewriter{"com.microsoft.bmp", rewriteBmp},
+    KnownRewriter{"public.tiff", rewriteTiff},
+    KnownRewriter{"public.heic", rewriteHeif},
+    KnownRewriter{"public.heif", rewriteHeif},
+    KnownRewriter{"public.avif", rewriteHeif},
+    KnownRewriter{"public.jpeg-2000", rewriteJp2},
+    KnownRewriter{"public.jpeg-xl", rewriteJxl},
+    KnownRewriter{"com.canon.cr3-raw-image", rewriteCr3},
+    KnownRewriter{"com.fuji.raw-image", rewriteRaf},
+    KnownRewriter{"com.konicaminolta.raw-image", rewriteMrw},
+    KnownRewriter{"com.adobe.photoshop-image", rewritePsd},
+    KnownRewriter{"com.adobe.photoshop-large-image", rewritePsd},
+    KnownRewriter{"com.sigma.x3f-raw-image", nullptr},
+    KnownRewriter{"com.microsoft.jxr", nullptr},
 };
 
 Rewriter rewriterOf(ByteSource& source, FileFault& fault) {
@@ -54,6 +64,7 @@ Rewriter rewriterOf(ByteSource& source, FileFault& fault) {
         fault = FileFault::unknownFormat;
         return nullptr;
     }
+    if (movie == "public.avi") return media::rewriteAvi;
     return movie.starts_with("org.") ? media::rewriteMatroska : rewriteMovie;
 }
 

@@ -31,6 +31,8 @@ using RewriteResult = std::optional<RewritePlan>;
 [[nodiscard]] RewriteResult rewriteRaf(ByteSource& source, const BlockChange& change, RewriteFault& fault);
 [[nodiscard]] RewriteResult rewriteCr3(ByteSource& source, const BlockChange& change, RewriteFault& fault);
 [[nodiscard]] RewriteResult rewriteMrw(ByteSource& source, const BlockChange& change, RewriteFault& fault);
+/// Layers and picture as they are, with whatever stands inside the layers.
+[[nodiscard]] RewriteResult rewritePsd(ByteSource& source, const BlockChange& change, RewriteFault& fault);
 [[nodiscard]] RewriteResult rewriteHeif(ByteSource& source, const BlockChange& change, RewriteFault& fault);
 [[nodiscard]] RewriteResult rewriteJp2(ByteSource& source, const BlockChange& change, RewriteFault& fault);
 [[nodiscard]] RewriteResult rewriteJxl(ByteSource& source, const BlockChange& change, RewriteFault& fault);

@@ -9,6 +9,7 @@ TESSALY_MODULE_SYMBOL PixelsModule tessaly_pixels{
     .decodeWebp = decodeWebp,
     .decodeTiff = decodeTiff,
     .decodeBmp = decodeBmp,
+    .decodePsd = decodePsd,
     .encodeJpeg = encodeJpeg,
     .encodePng = encodePng,
     .convertToSRGB = convertToSRGB,

@@ -7,6 +7,7 @@ DecodeFault decodeJpeg(PixelInput& input, const DecodeRequest& request, DecodedP
 DecodeFault decodePng(PixelInput& input, const DecodeRequest& request, DecodedPixels& decoded);
 DecodeFault decodeWebp(PixelInput& input, const DecodeRequest& request, DecodedPixels& decoded);
 DecodeFault decodeBmp(PixelInput& input, const DecodeRequest& request, DecodedPixels& decoded);
+DecodeFault decodePsd(PixelInput& input, const DecodeRequest& request, DecodedPixels& decoded);
 DecodeFault decodeTiff(PixelInput& input, const DecodeRequest& request, DecodedPixels& decoded);
 bool encodeJpeg(const CGImage& image, double quality, std::vector<std::byte>& encoded);
 bool encodePng(const CGImage& image, std::vector<std::byte>& encoded);

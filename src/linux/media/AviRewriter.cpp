@@ -1,0 +1,117 @@
+#include <algorithm>
+#include <array>
+
+#include "linux/imageio/rewrite/PassingReader.h"
+#include "linux/media/MovieRewriters.h"
+#include "linux/media/RiffChunks.h"
+
+namespace tessaly::media {
+namespace {
+
+using imageio::asText;
+using imageio::ByteSource;
+using imageio::ByteVector;
+using imageio::ByteWriter;
+using imageio::PassingReader;
+using imageio::RewriteFault;
+using imageio::RewritePlan;
+using std::string_view_literals::operator""sv;
+
+constexpr std::uint64_t kLargestChunk = 64 * 1024 * 1024;
+
+/// Chunks become empty ones ("JUNK") of the same length: an index may count from the file's start, so nothing moves.
+class AviPlan {
+public:
+    AviPlan(ByteSource& source, bool everything) : source_(source), reader_(source), everything_(everything) {}
+
+    imageio::RewriteResult make(RewriteFault& fault) {
+        fault = RewriteFault::damaged;
+        // A large file is several parts one behind the other.
+        RiffChunks<PassingReader> parts(reader_, 0, source_.size());
+        std::uint64_t end = 0;
+        bool hasMovie = false;
+        while (const auto part = parts.next()) {
+            if (part->name != "RIFF") break;
+            RiffChunks<PassingReader> chunks(reader_, *part);
+            while (const auto chunk = chunks.next()) {
+                hasMovie |= chunk->isList("movi");
+                place(*chunk);
+            }
+            end = part->end();
+        }
+        if (!hasMovie) return std::nullopt;
+        fault = isTooLarge_ ? RewriteFault::unsupported : RewriteFault::none;
+        if (isTooLarge_) return std::nullopt;
+        RewritePlan plan;
+        plan.copyPatched(0, everything_ ? end : source_.size(), patches_);
+        return plan;
+    }
+
+private:
+    /// What shows and sounds: pictures, indices, and how they are to be read.
+    static bool isPlayed(const RiffChunk& chunk) {
+        static constexpr std::array played{"avih"sv, "idx1"sv, "strh"sv, "strf"sv, "indx"sv, "vprp"sv, "dmlh"sv};
+        return std::ranges::find(played, chunk.name) != played.end() || chunk.isList("movi");
+    }
+
+    void place(const RiffChunk& chunk) {
+        if (chunk.isList("hdrl") || chunk.isList("strl") || chunk.isList("odml")) {
+            RiffChunks<PassingReader> chunks(reader_, chunk);
+            while (const auto inner = chunks.next()) place(*inner);
+        } else if (tellsPlace(chunk) || (everything_ && !isPlayed(chunk) && !isCodecData(chunk))) {
+            blank(chunk);
+        }
+    }
+
+    /// A camera's own data in a stream's head. Other streams keep there what their codec needs.
+    bool isCameraData(const RiffChunk& chunk) {
+        if (chunk.name != "strd") return false;
+        const auto mark = reader_.bytes(chunk.position, 4);
+        const std::string_view text = mark ? asText(*mark) : ""sv;
+        return text == "AVIF" || text == "CASI" || text == "Zora";
+    }
+    bool isCodecData(const RiffChunk& chunk) { return chunk.name == "strd" && !isCameraData(chunk); }
+
+    /// Where coordinates or names of places may stand: with those, all of the block.
+    bool tellsPlace(const RiffChunk& chunk) {
+        return chunk.name == "_PMX" || chunk.isList("hydt") || chunk.isList("pntx") || isCameraData(chunk);
+    }
+
+    void blank(const RiffChunk& chunk) {
+        const std::uint64_t content = chunk.end() - chunk.start - 8;
+        if (content > kLargestChunk) {
+            isTooLarge_ = true;
+            return;
+        }
+        ByteWriter writer(imageio::ByteOrder::little);
+        writer.text("JUNK").write(static_cast<std::uint32_t>(content)).zeros(static_cast<std::size_t>(content));
+        ByteVector bytes = writer.take();
+        ByteVector there(bytes.size());
+        if (source_.copyTo(chunk.start, there) == there.size() && there == bytes) return;
+        patches_.push_back({chunk.start, std::move(bytes)});
+    }
+
+    ByteSource& source_;
+    PassingReader reader_;
+    bool everything_;
+    bool isTooLarge_ = false;
+    std::vector<RewritePlan::Patch> patches_;
+};
+
+}  // namespace
+
+imageio::RewriteResult rewriteAvi(ByteSource& source, const imageio::BlockChange& change, RewriteFault& fault) {
+    if (!change.change().values.empty()) {
+        fault = RewriteFault::unsupported;
+        return std::nullopt;
+    }
+    if (!change.removesPlace()) {
+        RewritePlan plan;
+        plan.copy(0, source.size());
+        fault = RewriteFault::none;
+        return plan;
+    }
+    return AviPlan(source, change.removesEverything()).make(fault);
+}
+
+}  // namespace tessaly::media
