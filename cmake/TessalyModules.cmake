@@ -1,6 +1,10 @@
 # The heavy libraries stand behind shared objects that are loaded on first use (src/linux/foundation/Module.h): a
 # program that is not asked for pixels starts without them. What is not installed is left out.
 set(TESSALY_MODULE_SOURCES ${CMAKE_SOURCE_DIR}/src/linux/codecs/modules)
+# A level below what belongs to the program alone: the packager takes what stands directly in there for libraries that
+# others link.
+set(TESSALY_MODULES_FOLDER ${CMAKE_INSTALL_LIBDIR}/tessaly/modules)
+set(TESSALY_MODULES_FULL_FOLDER ${CMAKE_INSTALL_FULL_LIBDIR}/tessaly/modules)
 
 # tessaly_module(NAME FOLDER PKG-CONFIG-MODULES...)
 function(tessaly_module name folder)
@@ -10,12 +14,12 @@ function(tessaly_module name folder)
     return()
   endif()
   add_library(tessaly-${name} MODULE ${sources})
-  set_target_properties(tessaly-${name} PROPERTIES PREFIX "" CXX_VISIBILITY_PRESET hidden
+  set_target_properties(tessaly-${name} PROPERTIES PREFIX "" CXX_VISIBILITY_PRESET hidden NO_SONAME ON
     LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/modules)
   target_include_directories(tessaly-${name} PRIVATE ${CMAKE_SOURCE_DIR}/src)
-  target_link_libraries(tessaly-${name} PRIVATE tessaly_warnings PkgConfig::${name})
+  target_link_libraries(tessaly-${name} PRIVATE tessaly_warnings tessaly_hardening PkgConfig::${name})
   add_dependencies(tessaly-modules tessaly-${name})
-  install(TARGETS tessaly-${name} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/tessaly COMPONENT program)
+  install(TARGETS tessaly-${name} LIBRARY DESTINATION ${TESSALY_MODULES_FOLDER} COMPONENT program)
 endfunction()
 
 add_custom_target(tessaly-modules ALL)
@@ -29,8 +33,9 @@ tessaly_module(remote ${CMAKE_SOURCE_DIR}/src/linux/remote/modules libcurl)
 target_sources(tessaly-remote PRIVATE ${CMAKE_SOURCE_DIR}/src/linux/foundation/AtomicFile.cpp
                                       ${CMAKE_SOURCE_DIR}/src/linux/foundation/FileExchange.cpp)
 
-file(RELATIVE_PATH TESSALY_MODULES_FROM_PROGRAM ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR}/tessaly)
+file(RELATIVE_PATH TESSALY_MODULES_FROM_PROGRAM ${CMAKE_INSTALL_FULL_BINDIR} ${TESSALY_MODULES_FULL_FOLDER})
 set(TESSALY_MODULE_PLACES TESSALY_MODULES_FROM_PROGRAM="${TESSALY_MODULES_FROM_PROGRAM}"
-    TESSALY_MODULES_INSTALLED="${CMAKE_INSTALL_FULL_LIBDIR}/tessaly")
-target_compile_definitions(libtessaly PRIVATE ${TESSALY_MODULE_PLACES})
+    TESSALY_MODULES_INSTALLED="${TESSALY_MODULES_FULL_FOLDER}")
+set_source_files_properties(${CMAKE_SOURCE_DIR}/src/linux/foundation/Module.cpp PROPERTIES
+                            COMPILE_DEFINITIONS "${TESSALY_MODULE_PLACES}")
 add_dependencies(libtessaly tessaly-modules)

@@ -23,6 +23,14 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   target_compile_options(tessaly_warnings INTERFACE -Wno-restrict)
 endif()
 
+# For what meets the worst files: the decoder and the libraries that it loads. Sanitizers see more by themselves.
+add_library(tessaly_hardening INTERFACE)
+if(CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT TESSALY_SANITIZE)
+  target_compile_options(tessaly_hardening INTERFACE
+    -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -fstack-protector-strong -fstack-clash-protection)
+  target_link_options(tessaly_hardening INTERFACE -Wl,-z,relro,-z,now)
+endif()
+
 if(TESSALY_SANITIZE)
   add_compile_options(-fsanitize=${TESSALY_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${TESSALY_SANITIZE})

@@ -11,8 +11,11 @@ install_missing() {
     local wanted missing
     wanted=$(awk -v groups=" $* " '!/^#/ && index(groups, " " $1 " ") {print $2}' "$root/packages.txt")
     # shellcheck disable=SC2086
+    # A package of another architecture is called name:architecture, and is no substitute for ours.
     missing=$(comm -23 <(sort <<<"$wanted") \
-        <(dpkg-query -W -f '${Status} ${Package}\n' $wanted 2>/dev/null | awk '/^install ok installed/ {print $4}' | sort))
+        <(dpkg-query -W -f '${Status} ${Package} ${Architecture}\n' $wanted 2>/dev/null |
+            awk -v ours="$(dpkg --print-architecture)" \
+                '/^install ok installed/ {print $4 ":" $5; if ($5 == ours || $5 == "all") print $4}' | sort))
     [ -z "$missing" ] && return 0
     local as_root=()
     if [ "$(id -u)" -ne 0 ]; then

@@ -71,12 +71,16 @@ std::optional<int> side(std::string_view text) {
 }
 
 void addOptions(CLI::App& program, Arguments& arguments, std::string& size) {
-    program.add_option("FILE", arguments.items, "What to show")->type_name("");
-    program.add_flag("--app", arguments.isApp, "Show photos of the library, with all that can be done to them");
+    CLI::Option* files = program.add_option("FILE", arguments.items, "What to show")->type_name("");
+    CLI::Option* app =
+        program.add_flag("--app", arguments.isApp, "Show photos of the library, with all that can be done to them");
     program.add_option("--page", arguments.page, "Start with this page")
         ->check(CLI::Range(std::size_t{1}, kMostPages).description(""))
         ->type_name("N");
     program.add_flag("--change-language", arguments.changesLanguage, "Choose the language");
+    program.add_flag("--share-without-metadata", arguments.sharesWithoutMetadata, "Share the photos at once")
+        ->needs(files)
+        ->excludes(app);
     program.add_option("--language", arguments.language, "This time in this language")
         ->transform(CLI::Validator(checkLanguage, ""))
         ->type_name("CODE");

@@ -20,6 +20,7 @@ struct Arguments {
     std::optional<CGSize> size;  ///< Points.
     std::size_t page = 1;        ///< Counted from 1.
     bool changesLanguage = false;
+    bool sharesWithoutMetadata = false;  ///< All photos, as soon as they are there.
     /// The containing app's screens, not a request's: asked for, or there is nothing else to show.
     bool isApp = false;
     std::string screenshot;  ///< The file to write; "" for a window that stays.

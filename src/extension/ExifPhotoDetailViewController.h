@@ -169,6 +169,8 @@ public:
     void shareAction(const std::shared_ptr<UIBarButtonItem>& sender);
     void shareActionOnExtension();
     void shareActionOnApp();
+    /// What the menu's "Share %ld Photos without EXIF" does, for a host that asks before the person could.
+    void shareAllWithoutMetadata();
     void showActivityViewControllerWithItems(std::vector<UIActivityItem> items,
                                              const std::shared_ptr<UIView>& withSourceView = nullptr,
                                              const std::shared_ptr<UIBarButtonItem>& withBarButtonItem = nullptr);

@@ -262,6 +262,13 @@ void ExifPhotoDetailViewController::shareActionOnExtension() {
     menu.present();
 }
 
+void ExifPhotoDetailViewController::shareAllWithoutMetadata() {
+    std::vector<Photo> photos = photosAmong(dataSource->exifDataItemsArray);
+    if (photos.empty()) return showMessage(localized("There is nothing to share"), false);
+    // As of one: somebody is waiting, and is told when nothing can be stripped.
+    shareWithoutMetadata(self(), Amount::one, std::move(photos));
+}
+
 void ExifPhotoDetailViewController::shareActionOnApp() {
     const ExifInformationRef record = currentRecord();
     if (!record) return;

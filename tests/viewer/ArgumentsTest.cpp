@@ -58,6 +58,7 @@ TEST(Arguments, UnderstandsWhatIsAskedFor) {
     EXPECT_TRUE(parsed({"--app", "a.jpg"}).isApp);
     EXPECT_TRUE(parsed({"TESSALYAPP://allphotos?x"}).isApp) << "as the desktop hands over URLs";
     EXPECT_TRUE(parsed({"--change-language"}).changesLanguage);
+    EXPECT_TRUE(parsed({"--share-without-metadata", "a.jpg"}).sharesWithoutMetadata);
 }
 
 TEST(Arguments, RefusesWrongUsageWithAHint) {
@@ -73,6 +74,7 @@ TEST(Arguments, RefusesWrongUsageWithAHint) {
         {"no such option", {"--frobnicate"}, "--frobnicate"},
         {"a page before the first", {"--page", "0"}, "--page"},
         {"no number", {"--page", "two"}, "--page"},
+        {"nothing to share", {"--share-without-metadata"}, "--share-without-metadata"},
         {"text nobody could read", {"--text-size", "0.01"}, "--text-size"},
         {"no text size at all", {"--text-size", "nan"}, "--text-size"},
         {"half a size", {"--size", "390x"}, "390x844"},

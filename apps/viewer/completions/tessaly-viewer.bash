@@ -18,7 +18,7 @@ _tessaly_viewer() {
             ;;
     esac
     if [[ $current == -?* ]]; then
-        mapfile -t COMPREPLY < <(compgen -W "--app --page --change-language --language --appearance --text-size --reduce-motion --size --screenshot --help --version" -- "$current")
+        mapfile -t COMPREPLY < <(compgen -W "--app --page --change-language --share-without-metadata --language --appearance --text-size --reduce-motion --size --screenshot --help --version" -- "$current")
     else
         mapfile -t COMPREPLY < <(compgen -f -- "$current")
     fi

@@ -2,6 +2,7 @@
 complete -c tessaly-viewer -l app -d "Show photos of the library"
 complete -c tessaly-viewer -l page -x -d "Start with this page"
 complete -c tessaly-viewer -l change-language -d "Choose the language"
+complete -c tessaly-viewer -l share-without-metadata -d "Share the photos at once"
 complete -c tessaly-viewer -l language -x -d "This time in this language" -a "zh-Hans zh-Hant nl en fr de hi id it ja ko ml pl pt ru es th uk"
 complete -c tessaly-viewer -l appearance -x -d "Colours" -a "light dark auto"
 complete -c tessaly-viewer -l text-size -x -d "Texts so many times their plain size"

@@ -185,7 +185,19 @@ void Viewer::showRequest(Intake intake) {
         report({{"--page", "there are no more than " + std::to_string(intake.attachments) + " pages"}});
     if (!isEmpty) detail_->currentIndexPath = {std::min(arguments_.page, intake.attachments) - 1, 0};
     window_.setRootViewController(detail_);
+    if (arguments_.sharesWithoutMetadata && !isEmpty) shareWithoutMetadata();
     isEmpty&& screenshot_ ? quit() : contentIsThere();
+}
+
+void Viewer::shareWithoutMetadata() {
+    // The overlay goes when the last file was read. Sharing shows it again, so this is heard once, and not inside.
+    const quick::HudOutlet* const hud = window_.host().hud();
+    const auto connection = std::make_shared<QMetaObject::Connection>();
+    const auto share = [this, hud, connection] {
+        if (hud->isShown() || !QObject::disconnect(*connection)) return;
+        detail_->shareAllWithoutMetadata();
+    };
+    *connection = QObject::connect(hud, &quick::HudOutlet::changed, &window_.window(), share, Qt::QueuedConnection);
 }
 
 void Viewer::showLibrary() {

@@ -27,6 +27,8 @@ private:
     void show();
     void showWaiting();
     void showRequest(Intake intake);
+    /// All photos of the request; files that are still being read are waited for.
+    void shareWithoutMetadata();
     void showLibrary();
     void showLanguages();
     /// Over the screen that is shown.

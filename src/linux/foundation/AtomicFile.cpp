@@ -152,8 +152,9 @@ bool AtomicFile::adopt(int source, bool times) {
     struct stat status {};
     if (::fstat(source, &status) != 0) return false;
     // Only a privileged program may give a file away; the group alone often works.
-    if (::fchown(file_, status.st_uid, status.st_gid) != 0)
-        static_cast<void>(::fchown(file_, static_cast<uid_t>(-1), status.st_gid));
+    if (::fchown(file_, status.st_uid, status.st_gid) != 0) {
+        [[maybe_unused]] const int ignored = ::fchown(file_, static_cast<uid_t>(-1), status.st_gid);
+    }
     if (::fchmod(file_, status.st_mode & 07777U) != 0) return false;
     copyAttributes(source, file_);
     if (!times) return true;

@@ -1,0 +1,70 @@
+# What file managers show: pictures of photos that they cannot decode themselves, and entries in the menus of Dolphin,
+# Nautilus and Nemo. Names come from the program's own strings, and kinds of files from its desktop entry.
+set(packaging ${CMAKE_SOURCE_DIR}/packaging)
+set(desktop_build ${CMAKE_BINARY_DIR}/desktop)
+
+# tessaly_names(KEY LINES TABLE): the text of KEY in each language, as lines of a desktop entry and of a Python table.
+function(tessaly_names key lines_variable table_variable)
+  file(GLOB tables ${CMAKE_SOURCE_DIR}/resources/*.lproj/Localizable.strings)
+  set_property(DIRECTORY ${CMAKE_SOURCE_DIR} APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${tables})
+  string(REGEX REPLACE "([()])" "\\\\\\1" pattern "${key}")
+  foreach(file ${tables})
+    file(READ ${file} text)
+    if(NOT text MATCHES "\n\"${pattern}\" = \"([^\"\\\\]*)\";")
+      message(FATAL_ERROR "${file} has no text for \"${key}\"")
+    endif()
+    set(name "${CMAKE_MATCH_1}")
+    get_filename_component(folder ${file} DIRECTORY)
+    get_filename_component(code ${folder} NAME_WE)
+    string(REPLACE "zh-Hans" "zh_CN" code "${code}")
+    string(REPLACE "zh-Hant" "zh_TW" code "${code}")
+    if(code STREQUAL "en")
+      string(PREPEND lines "Name=${name}\n")
+      string(PREPEND table "    \"C\": \"${name}\",\n    \"en\": \"${name}\",\n")
+    else()
+      string(APPEND lines "Name[${code}]=${name}\n")
+      string(APPEND table "    \"${code}\": \"${name}\",\n")
+    endif()
+  endforeach()
+  string(STRIP "${lines}" lines)
+  string(REGEX REPLACE "\n$" "" table "${table}")
+  set(${lines_variable} "${lines}" PARENT_SCOPE)
+  set(${table_variable} "${table}" PARENT_SCOPE)
+endfunction()
+
+tessaly_names("Remove Metadata (in a Copy)" TESSALY_REMOVE_NAMES TESSALY_REMOVE_TABLE)
+tessaly_names("Share without Metadata" TESSALY_SHARE_NAMES TESSALY_SHARE_TABLE)
+
+set(entry ${CMAKE_SOURCE_DIR}/apps/viewer/desktop/org.tessaly.Tessaly.desktop)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${entry})
+file(READ ${entry} text)
+string(REGEX MATCH "\nMimeType=([^\n]*)" ignored "${text}")
+set(types "${CMAKE_MATCH_1}")
+list(FILTER types INCLUDE REGEX "^(image|video)/")
+string(JOIN ";" TESSALY_CLEANED_TYPES ${types} "")
+list(FILTER types EXCLUDE REGEX "^video/")
+string(JOIN ";" TESSALY_SHARED_TYPES ${types} "")
+# Desktops bring pictures of the common kinds; a second program for them would only race with theirs.
+list(FILTER types INCLUDE REGEX "heif|heic|avif|jxl|photoshop|psd|/x-")
+list(FILTER types EXCLUDE REGEX "x-tiff")
+string(JOIN ";" TESSALY_THUMBNAIL_TYPES ${types} "")
+
+# tessaly_desktop_file(TEMPLATE NAME FOLDER): where the program is, is known when it is installed: a package has another
+# prefix than the build.
+function(tessaly_desktop_file template name folder)
+  set(TESSALY_HELPERS "@TESSALY_HELPERS@")
+  configure_file(${packaging}/${template} ${desktop_build}/${name}.in @ONLY)
+  install(CODE "
+    set(TESSALY_HELPERS \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}/tessaly\")
+    configure_file(\"${desktop_build}/${name}.in\" \"${desktop_build}/${name}\" @ONLY)
+    file(INSTALL DESTINATION \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_DATADIR}/${folder}\" TYPE FILE
+         FILES \"${desktop_build}/${name}\")" COMPONENT program)
+endfunction()
+
+tessaly_desktop_file(tessaly.thumbnailer.in tessaly.thumbnailer thumbnailers)
+tessaly_desktop_file(menus/tessaly-remove.kio.desktop.in tessaly-remove.desktop kio/servicemenus)
+tessaly_desktop_file(menus/tessaly-share.kio.desktop.in tessaly-share.desktop kio/servicemenus)
+tessaly_desktop_file(menus/tessaly-remove.nemo_action.in tessaly-remove.nemo_action nemo/actions)
+tessaly_desktop_file(menus/tessaly-share.nemo_action.in tessaly-share.nemo_action nemo/actions)
+tessaly_desktop_file(menus/tessaly.py.in tessaly.py nautilus-python/extensions)
+install(PROGRAMS ${packaging}/menus/clean-copies DESTINATION ${CMAKE_INSTALL_LIBDIR}/tessaly COMPONENT program)
