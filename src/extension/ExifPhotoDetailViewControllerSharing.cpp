@@ -83,6 +83,7 @@ void underOverlay(const Screen& screen, DispatchPriority priority, Work work, Th
 /// Photos that are about to leave.
 struct Stripped {
     std::vector<UIActivityItem> items;
+    std::vector<UIActivityItem> clean;        ///< The same without any metadata.
     std::vector<std::string_view> leftovers;  ///< In any of them; keys of texts.
 };
 
@@ -96,24 +97,18 @@ void add(const std::vector<std::string_view>& kinds, std::vector<std::string_vie
 Stripped strip(const std::vector<Photo>& photos) {
     Stripped stripped;
     for (const Photo& photo : photos) {
-        Data data = ExifManager::imageDataByRemovingExifAndGeoTagging(bytesOf(photo));
+        const Data original = bytesOf(photo);
+        Data data = ExifManager::imageDataByRemovingExifAndGeoTagging(original);
         if (!data || data->empty()) continue;
-        if (const Data clean = dataWithoutAnyMetadata(data)) {
+        if (const Data clean = dataWithoutAnyMetadata(original)) {
             const auto kinds = identifyingLeftovers(data, clean);
             add(kinds, stripped.leftovers);
             if (kinds.empty()) data = clean;
+            stripped.clean.push_back({clean, photo.name});
         }
         stripped.items.push_back({std::move(data), photo.name});
     }
     return stripped;
-}
-
-std::vector<UIActivityItem> stripCompletely(const std::vector<UIActivityItem>& items) {
-    std::vector<UIActivityItem> clean;
-    for (const UIActivityItem& item : items)
-        if (Data data = dataWithoutAnyMetadata(std::get<Data>(item.content)))
-            clean.push_back({std::move(data), item.suggestedName});
-    return clean;
 }
 
 void share(const Screen& screen, const std::vector<UIActivityItem>& items) {
@@ -130,10 +125,7 @@ void askAboutLeftovers(const Screen& screen, const std::shared_ptr<const Strippe
         UIAlertControllerStyle::alert);
     const WeakScreen weak = screen;
     alert->addAction({localized("Remove this too"), UIAlertActionStyle::normal, [weak, stripped] {
-                          if (const Screen self = weak.lock())
-                              underOverlay(
-                                  self, DispatchPriority::normal,
-                                  [stripped] { return stripCompletely(stripped->items); }, share);
+                          if (const Screen self = weak.lock()) share(self, stripped->clean);
                       }});
     alert->addAction({localized("Share as it is"), UIAlertActionStyle::normal, [weak, stripped] {
                           if (const Screen self = weak.lock()) share(self, stripped->items);

@@ -59,6 +59,8 @@ private:
             else
                 addValues(name, present[name].dictionary(), change.values);
         }
+        addValues(kCGImagePropertyExifAuxDictionary, present[kCGImagePropertyExifAuxDictionary].dictionary(),
+                  change.values);
         if (change.removes.any()) change.removal = MetadataChange::Removal::dictionaries;
         const Value& orientation = properties_[kCGImagePropertyOrientation];
         if (orientation.isNumber() && !(orientation == present[kCGImagePropertyOrientation])) {

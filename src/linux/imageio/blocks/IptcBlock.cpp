@@ -3,60 +3,10 @@
 
 #include "linux/imageio/Text.h"
 #include "linux/imageio/blocks/Blocks.h"
+#include "linux/imageio/blocks/IptcDataSets.h"
 
 namespace tessaly::imageio {
 namespace {
-
-struct DataSet {
-    std::uint8_t number;
-    bool repeats;  ///< Collected into an array.
-    std::string_view name;
-};
-
-// IIM 4.2, chapter 6 (record 2), under the platform's names.
-constexpr std::array kApplicationRecord{
-    DataSet{4, false, "ObjectAttributeReference"},
-    DataSet{5, false, "ObjectName"},
-    DataSet{7, false, "EditStatus"},
-    DataSet{10, false, "Urgency"},
-    DataSet{12, true, "SubjectReference"},
-    DataSet{15, false, "Category"},
-    DataSet{20, true, "SupplementalCategory"},
-    DataSet{22, false, "FixtureIdentifier"},
-    DataSet{25, true, "Keywords"},
-    DataSet{26, true, "ContentLocationCode"},
-    DataSet{27, true, "ContentLocationName"},
-    DataSet{30, false, "ReleaseDate"},
-    DataSet{35, false, "ReleaseTime"},
-    DataSet{37, false, "ExpirationDate"},
-    DataSet{38, false, "ExpirationTime"},
-    DataSet{40, false, "SpecialInstructions"},
-    DataSet{55, false, "DateCreated"},
-    DataSet{60, false, "TimeCreated"},
-    DataSet{62, false, "DigitalCreationDate"},
-    DataSet{63, false, "DigitalCreationTime"},
-    DataSet{65, false, "OriginatingProgram"},
-    DataSet{70, false, "ProgramVersion"},
-    DataSet{75, false, "ObjectCycle"},
-    DataSet{80, true, "Byline"},
-    DataSet{85, true, "BylineTitle"},
-    DataSet{90, false, "City"},
-    DataSet{92, false, "SubLocation"},
-    DataSet{95, false, "Province/State"},
-    DataSet{100, false, "Country/PrimaryLocationCode"},
-    DataSet{101, false, "Country/PrimaryLocationName"},
-    DataSet{103, false, "OriginalTransmissionReference"},
-    DataSet{105, false, "Headline"},
-    DataSet{110, false, "Credit"},
-    DataSet{115, false, "Source"},
-    DataSet{116, false, "CopyrightNotice"},
-    DataSet{118, true, "Contact"},
-    DataSet{120, false, "Caption/Abstract"},
-    DataSet{122, true, "Writer/Editor"},
-    DataSet{130, false, "ImageType"},
-    DataSet{131, false, "ImageOrientation"},
-    DataSet{135, false, "LanguageIdentifier"},
-};
 
 constexpr std::size_t kMaximumDataSets = 4096;
 
@@ -79,10 +29,11 @@ public:
             if (!data) break;
             readDataSet(*record, *number, *data);
         }
-        for (const DataSet& set : kApplicationRecord) {
-            Array& values = gathered_[static_cast<std::size_t>(&set - kApplicationRecord.data())];
-            if (!values.empty())
-                ImageProperties::add(properties_.iptc, set.name, set.repeats ? Value(values) : values.first());
+        for (std::size_t i = 0; i < gathered_.size(); ++i) {
+            const IptcDataSetRule& set = kIptcDataSets[i];
+            if (!gathered_[i].empty())
+                ImageProperties::add(properties_.iptc, set.name,
+                                     set.repeats ? Value(gathered_[i]) : gathered_[i].first());
         }
     }
 
@@ -100,16 +51,16 @@ private:
 
     void readDataSet(std::uint8_t record, std::uint8_t number, Bytes data) {
         if (record != 2) return;
-        const auto set = std::ranges::find(kApplicationRecord, number, &DataSet::number);
-        if (set == kApplicationRecord.end()) return;
+        const auto set = std::ranges::find(kIptcDataSets, number, &IptcDataSetRule::number);
+        if (set == kIptcDataSets.end()) return;
         Value text = textValue(data);
         if (text.isNull()) return;
-        Array& values = gathered_[static_cast<std::size_t>(set - kApplicationRecord.begin())];
+        Array& values = gathered_[static_cast<std::size_t>(set - kIptcDataSets.begin())];
         if (set->repeats || values.empty()) values.append(std::move(text));
     }
 
     ImageProperties& properties_;
-    std::array<Array, kApplicationRecord.size()> gathered_;
+    std::array<Array, kIptcDataSets.size()> gathered_;
 };
 
 }  // namespace

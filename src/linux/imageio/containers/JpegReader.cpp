@@ -93,8 +93,6 @@ private:
     void noteApp2(const Segment& segment) {
         if (startsWith(segment, kIccMark) && segment.length > 14) {
             icc_.push_back(segment);
-        } else if (startsWith(segment, kMpfMark)) {
-            mpf_ = without(segment, 4);
         }
     }
 
@@ -137,7 +135,6 @@ private:
         if (!resources.empty()) readPhotoshopResources(resources, properties_);
         readXmpSegments();
         readIcc();
-        readMpf();
         if (jfifDpi_.first > 0) {
             ImageProperties::add(properties_.top, kCGImagePropertyDPIWidth, jfifDpi_.first);
             ImageProperties::add(properties_.top, kCGImagePropertyDPIHeight, jfifDpi_.second);
@@ -224,22 +221,9 @@ private:
         readIccProfile(joined(bodies), properties_);
     }
 
-    // CIPA DC-007: a TIFF directory whose tag 0xB001 counts the images.
-    void readMpf() {
-        if (mpf_.length == 0) return;
-        ByteSource block = source_.part(mpf_.position, mpf_.length);
-        auto header = readTiffHeader(block);
-        if (!header) return;
-        const TiffDirectory directory = readTiffDirectory(header->context, header->firstDirectory);
-        if (const auto entry = directory.find(0xB001))
-            if (const auto count = entry->integer(header->context); count && *count > 0 && *count < 1000)
-                properties_.imageCount = static_cast<std::size_t>(*count);
-    }
-
     ByteSource& source_;
     ImageProperties& properties_;
     std::vector<Segment> exif_, xmp_, extendedXmp_, icc_, photoshop_;
-    Segment mpf_;
     std::pair<double, double> jfifDpi_;
     int components_ = 3;
     bool framed_ = false;

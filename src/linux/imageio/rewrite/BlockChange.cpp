@@ -67,6 +67,13 @@ ByteVector digestOf(Bytes bytes) {
     return copyOf(std::as_bytes(std::span(digest)));
 }
 
+/// Of a gain map that stays, values besides where it stands are still right.
+bool tellsOfFurtherImages(std::string_view prefix, std::string_view name, bool hasGainMap) {
+    if (prefix == "hdrgm") return !hasGainMap || name == "Version";
+    return prefix == "Container" ||
+           (prefix == "GCamera" && (name.starts_with("MotionPhoto") || name.starts_with("MicroVideo")));
+}
+
 bool isGpsProperty(std::string_view prefix, std::string_view name) {
     return prefix == "exif" && name.starts_with("GPS");
 }
@@ -221,14 +228,24 @@ std::optional<ByteVector> BlockChange::furtherXmp(Bytes packet) const {
     return text.empty() ? std::nullopt : std::optional(copyOf(asBytes(text)));
 }
 
-std::optional<ByteVector> BlockChange::xmp(Bytes packet) const {
-    const bool setsNothing = xmpSets_.empty();
+std::optional<ByteVector> BlockChange::xmp(Bytes packet) const { return changedXmp(packet, nullptr); }
+
+std::optional<ByteVector> BlockChange::xmpBeforeImages(Bytes packet, const std::string& description) const {
+    return changedXmp(packet, &description);
+}
+
+std::optional<ByteVector> BlockChange::changedXmp(Bytes packet, const std::string* description) const {
+    const bool setsNothing = xmpSets_.empty() && (!description || description->empty());
     if (setsNothing && packet.empty()) return std::nullopt;
     if (setsNothing && removesEverything()) return std::nullopt;
     if (setsNothing && change_.removal == MetadataChange::Removal::nothing) return copyOf(packet);
     XmpRules rules;
-    rules.removes = [this](std::string_view prefix, std::string_view name) { return removesProperty(prefix, name); };
+    rules.removes = [this, description](std::string_view prefix, std::string_view name) {
+        return removesProperty(prefix, name) ||
+               (description && tellsOfFurtherImages(prefix, name, !description->empty()));
+    };
     rules.sets = xmpSets_;
+    if (description) rules.descriptions = *description;
     rules.keepsEmptyPacket = rules.keepsUnchanged = change_.removal == MetadataChange::Removal::place;
     const std::string text = changedXmpPacket(removesEverything() ? Bytes() : packet, rules);
     return text.empty() ? std::nullopt : std::optional(copyOf(asBytes(text)));

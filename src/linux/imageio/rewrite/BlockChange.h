@@ -1,5 +1,6 @@
 #pragma once
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include "linux/imageio/rewrite/IptcChange.h"
@@ -26,6 +27,9 @@ public:
     [[nodiscard]] std::optional<ByteVector> exif(Bytes block, bool containerHasDensity = false) const;
     /// An XMP packet, which may be empty; nullopt for none.
     [[nodiscard]] std::optional<ByteVector> xmp(Bytes packet) const;
+    /// The same of a file whose further images and videos were sorted out: what the packet says of them gives way to
+    /// `description`, an element of its own or empty.
+    [[nodiscard]] std::optional<ByteVector> xmpBeforeImages(Bytes packet, const std::string& description) const;
     /// What stays of an extended packet (XMP part 3, 1.1.3.1).
     [[nodiscard]] std::optional<ByteVector> furtherXmp(Bytes packet) const;
     /// IPTC data sets, which may be empty; empty for none.
@@ -41,6 +45,7 @@ public:
     [[nodiscard]] static std::optional<ByteVector> gainMapXmp(Bytes packet);
 
 private:
+    [[nodiscard]] std::optional<ByteVector> changedXmp(Bytes packet, const std::string* description) const;
     [[nodiscard]] bool removesRawField(TiffKind kind, const TiffEntry& entry) const;
     [[nodiscard]] bool removesField(TiffKind kind, const TiffEntry& entry) const;
     [[nodiscard]] bool removesProperty(std::string_view prefix, std::string_view name) const;

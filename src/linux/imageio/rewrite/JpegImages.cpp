@@ -164,20 +164,17 @@ void moveMpfOffsets(ByteVector& bytes, std::size_t start, std::int64_t shift) {
     }
 }
 
-std::optional<ByteVector> gainMapDirectory(const std::vector<JpegImage>& images) {
+std::string gainMapDescription(const std::vector<JpegImage>& images) {
     const auto map = std::ranges::find(images, true, &JpegImage::isGainMap);
-    if (map == images.end()) return std::nullopt;
-    std::string text =
-        "<x:xmpmeta xmlns:x=\"adobe:ns:meta/\"><rdf:RDF xmlns:rdf=\"http://www.w3.org/1999/02/22-rdf-syntax-ns#\">"
-        "<rdf:Description rdf:about=\"\" xmlns:hdrgm=\"http://ns.adobe.com/hdr-gain-map/1.0/\" "
-        "xmlns:Container=\"http://ns.google.com/photos/1.0/container/\" "
-        "xmlns:Item=\"http://ns.google.com/photos/1.0/container/item/\" hdrgm:Version=\"1.0\"><Container:Directory>"
-        "<rdf:Seq><rdf:li rdf:parseType=\"Resource\"><Container:Item Item:Semantic=\"Primary\" "
-        "Item:Mime=\"image/jpeg\"/></rdf:li><rdf:li rdf:parseType=\"Resource\"><Container:Item "
-        "Item:Semantic=\"GainMap\" Item:Mime=\"image/jpeg\" Item:Length=\"" +
-        std::to_string(map->length) +
-        "\"/></rdf:li></rdf:Seq></Container:Directory></rdf:Description></rdf:RDF></x:xmpmeta>";
-    return copyOf(asBytes(text));
+    if (map == images.end()) return {};
+    return "<rdf:Description xmlns:rdf=\"http://www.w3.org/1999/02/22-rdf-syntax-ns#\" rdf:about=\"\" "
+           "xmlns:hdrgm=\"http://ns.adobe.com/hdr-gain-map/1.0/\" "
+           "xmlns:Container=\"http://ns.google.com/photos/1.0/container/\" "
+           "xmlns:Item=\"http://ns.google.com/photos/1.0/container/item/\" hdrgm:Version=\"1.0\"><Container:Directory>"
+           "<rdf:Seq><rdf:li rdf:parseType=\"Resource\"><Container:Item Item:Semantic=\"Primary\" "
+           "Item:Mime=\"image/jpeg\"/></rdf:li><rdf:li rdf:parseType=\"Resource\"><Container:Item "
+           "Item:Semantic=\"GainMap\" Item:Mime=\"image/jpeg\" Item:Length=\"" +
+           std::to_string(map->length) + "\"/></rdf:li></rdf:Seq></Container:Directory></rdf:Description>";
 }
 
 std::vector<RewritePlan::Patch> patchTrailingMovie(ByteSource& source, std::uint64_t imageEnd) {

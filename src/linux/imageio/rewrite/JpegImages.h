@@ -1,6 +1,6 @@
 #pragma once
 #include <cstdint>
-#include <optional>
+#include <string>
 #include <vector>
 
 #include "linux/imageio/rewrite/RewritePlan.h"
@@ -32,8 +32,8 @@ struct JpegImage {
 /// Adds `shift` to the offsets in an index whose TIFF structure starts at `start` of `bytes`.
 void moveMpfOffsets(ByteVector& bytes, std::size_t start, std::int64_t shift);
 
-/// The packet by which a picture says that a gain map follows; nullopt when there is none in `images`.
-[[nodiscard]] std::optional<ByteVector> gainMapDirectory(const std::vector<JpegImage>& images);
+/// The description of XMP by which a picture says that a gain map follows; empty when there is none in `images`.
+[[nodiscard]] std::string gainMapDescription(const std::vector<JpegImage>& images);
 
 /// Patches that take the place out of a motion video somewhere behind `imageEnd`.
 [[nodiscard]] std::vector<RewritePlan::Patch> patchTrailingMovie(ByteSource& source, std::uint64_t imageEnd);

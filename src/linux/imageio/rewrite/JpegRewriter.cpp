@@ -47,14 +47,20 @@ public:
             scans_ = findJpegScans(source_, scanStart_, change_.removesEverything());
             imageEnd = scans_.end;
         }
-        if (change_.removesEverything() && !isGainMap && !isOpenEnded_) cleanFurtherImages(imageEnd);
+        if (cutsTrailer() && !isGainMap && !isOpenEnded_) cleanFurtherImages(imageEnd);
         fault = RewriteFault::tooLarge;
         if (!addBlocks(isGainMap)) return std::nullopt;
         fault = RewriteFault::none;
-        return change_.removesEverything() ? joinClean() : joinWithTrailer(imageEnd);
+        return cutsTrailer() ? joinClean() : joinWithTrailer(imageEnd);
     }
 
 private:
+    /// Of what follows the image, only what shows with it stays: gain maps, not previews, videos, nor what nobody
+    /// knows.
+    [[nodiscard]] bool cutsTrailer() const {
+        return change_.removesEverything() || change_.change().removal == MetadataChange::Removal::dictionaries;
+    }
+
     bool startsWith(const Segment& segment, std::string_view mark) {
         const auto head = source_.bytes(segment.position, mark.size());
         return segment.length >= mark.size() && head && asText(*head) == mark;
@@ -189,9 +195,11 @@ private:
             packet = startsWith(xmp_.front(), kXmpMark) ? body.subspan(kXmpMark.size())
                                                         : body.subspan(std::min(asText(body).find('<'), body.size()));
         }
-        auto changed = change_.xmp(packet);
-        if (change_.removesEverything() && !changed && asText(packet).find("hdr-gain-map") != std::string_view::npos)
-            changed = gainMapDirectory(further_);
+        const bool announcesMap = asText(packet).find("hdr-gain-map") != std::string_view::npos;
+        const auto changed =
+            cutsTrailer() && !isGainMap
+                ? change_.xmpBeforeImages(packet, announcesMap ? gainMapDescription(further_) : std::string())
+                : change_.xmp(packet);
         if (changed && changed->size() > kLargestPayload - kXmpMark.size()) return false;
         if (changed) add(kApp1, kXmpMark, *changed);
         return change_.removesEverything() || (addFurtherXmp() && addExtendedXmp());
@@ -304,7 +312,7 @@ private:
     RewritePlan joinClean() {
         RewritePlan plan, rest;
         startPlan(plan);
-        addOthers(rest, true);
+        addOthers(rest, change_.removesEverything());
         addScans(rest);
         if (!further_.empty() && mpf_.length != 0) plan.add(mpfSegment(further_, plan.size(), rest.size()));
         plan.append(std::move(rest), 0);
@@ -316,8 +324,7 @@ private:
     RewritePlan joinWithTrailer(std::uint64_t imageEnd) {
         RewritePlan plan;
         startPlan(plan);
-        const bool dropsTrailer =
-            change_.change().firstImageOnly || change_.change().removal == MetadataChange::Removal::dictionaries;
+        const bool dropsTrailer = change_.change().firstImageOnly;
         std::size_t mpfSlot = 0;
         std::uint64_t mpfPosition = 0;
         if (mpf_.length != 0 && !dropsTrailer) {

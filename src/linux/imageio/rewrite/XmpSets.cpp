@@ -5,13 +5,14 @@
 #include <cmath>
 #include <string>
 
+#include "linux/imageio/blocks/IptcDataSets.h"
 #include "linux/imageio/rewrite/ValueCopies.h"
 #include "platform/ImageIO/CGImageProperties.h"
 
 namespace tessaly::imageio {
 namespace {
 
-enum class Writing : std::uint8_t { text, number, ratio, date, coordinate, texts };
+enum class Writing : std::uint8_t { text, number, ratio, ratios, date, coordinate, texts };
 
 struct Mapping {
     std::string_view dictionary;
@@ -26,6 +27,7 @@ constexpr std::string_view kTiff = kCGImagePropertyTIFFDictionary;
 constexpr std::string_view kExif = kCGImagePropertyExifDictionary;
 constexpr std::string_view kGps = kCGImagePropertyGPSDictionary;
 constexpr std::string_view kIptc = kCGImagePropertyIPTCDictionary;
+constexpr std::string_view kAux = kCGImagePropertyExifAuxDictionary;
 
 constexpr std::array kMappings{
     Mapping{kTiff, "Make", "tiff", "Make"},
@@ -72,35 +74,18 @@ constexpr std::array kMappings{
     Mapping{kIptc, "Credit", "photoshop", "Credit"},
     Mapping{kIptc, "Source", "photoshop", "Source"},
     Mapping{kIptc, "SpecialInstructions", "photoshop", "Instructions"},
+    Mapping{kIptc, "Category", "photoshop", "Category"},
+    Mapping{kIptc, "Writer/Editor", "photoshop", "CaptionWriter"},
+    Mapping{kAux, "LensModel", "aux", "Lens"},
+    Mapping{kAux, "LensID", "aux", "LensID", XmpForm::simple, Writing::number},
+    Mapping{kAux, "LensInfo", "aux", "LensInfo", XmpForm::simple, Writing::ratios},
+    Mapping{kAux, "LensSerialNumber", "aux", "LensSerialNumber"},
+    Mapping{kAux, "SerialNumber", "aux", "SerialNumber"},
+    Mapping{kAux, "ImageNumber", "aux", "ImageNumber", XmpForm::simple, Writing::number},
+    Mapping{kAux, "OwnerName", "aux", "OwnerName"},
+    Mapping{kAux, "Firmware", "aux", "Firmware"},
+    Mapping{kAux, "FlashCompensation", "aux", "FlashCompensation", XmpForm::simple, Writing::ratio},
     Mapping{kIptc, "StarRating", "xmp", "Rating", XmpForm::simple, Writing::number},
-};
-
-struct DataSet {
-    std::string_view name;
-    std::uint8_t number;
-};
-
-// IIM 4.2, chapter 6.
-constexpr std::array kDataSets{
-    DataSet{"ObjectName", 5},
-    DataSet{"Urgency", 10},
-    DataSet{"Category", 15},
-    DataSet{"Keywords", 25},
-    DataSet{"SpecialInstructions", 40},
-    DataSet{"DateCreated", 55},
-    DataSet{"TimeCreated", 60},
-    DataSet{"Byline", 80},
-    DataSet{"BylineTitle", 85},
-    DataSet{"City", 90},
-    DataSet{"SubLocation", 92},
-    DataSet{"Province/State", 95},
-    DataSet{"Country/PrimaryLocationCode", 100},
-    DataSet{"Country/PrimaryLocationName", 101},
-    DataSet{"Headline", 105},
-    DataSet{"Credit", 110},
-    DataSet{"Source", 115},
-    DataSet{"CopyrightNotice", 116},
-    DataSet{"Caption/Abstract", 120},
 };
 
 /// "2015:01:02 03:04:05" as "2015-01-02T03:04:05".
@@ -135,6 +120,12 @@ std::vector<std::string> written(const Mapping& mapping, const Value& value, con
     std::vector<std::string> texts;
     if (value.isArray() && mapping.writing == Writing::texts) {
         for (const Value& one : value.array()) texts.push_back(one.description());
+    } else if (value.isArray() && mapping.writing == Writing::ratios) {
+        std::string all;
+        for (const Value& one : value.array()) all += (all.empty() ? "" : " ") + ratioText(one.doubleValue());
+        texts.push_back(std::move(all));
+    } else if (value.isArray() && mapping.form == XmpForm::simple) {
+        texts.push_back(value.array().first().description());
     } else if (mapping.writing == Writing::date) {
         texts.push_back(xmpDate(value.string()));
     } else if (mapping.writing == Writing::ratio) {
@@ -172,7 +163,7 @@ std::vector<XmpProperty> xmpProperties(const Dictionary& values) {
 std::vector<IptcDataSet> iptcDataSets(const Dictionary& values) {
     std::vector<IptcDataSet> sets;
     const Dictionary& iptc = values[kIptc].dictionary();
-    for (const DataSet& set : kDataSets) {
+    for (const IptcDataSetRule& set : kIptcDataSets) {
         if (!iptc.contains(set.name)) continue;
         IptcDataSet made{set.number, {}};
         const Value& value = iptc[set.name];
@@ -188,7 +179,7 @@ std::vector<IptcDataSet> iptcDataSets(const Dictionary& values) {
 
 std::vector<std::string_view> iptcNames() {
     std::vector<std::string_view> names;
-    for (const DataSet& set : kDataSets) names.push_back(set.name);
+    for (const IptcDataSetRule& set : kIptcDataSets) names.push_back(set.name);
     for (const Mapping& mapping : kMappings)
         if (mapping.dictionary == kIptc && std::ranges::find(names, mapping.name) == names.end())
             names.push_back(mapping.name);

@@ -7,7 +7,8 @@
 
 namespace tessaly::imageio {
 
-/// The XMP properties that say the same as {TIFF}, {Exif}, {GPS} and {IPTC} of `values` (XMP part 2; CIPA DC-010).
+/// The XMP properties that say the same as {TIFF}, {Exif}, {ExifAux}, {GPS} and {IPTC} of `values` (XMP part 2; CIPA
+/// DC-010).
 [[nodiscard]] std::vector<XmpProperty> xmpProperties(const Dictionary& values);
 
 /// The data sets that say the same as {IPTC} of `values`.
