@@ -23,6 +23,8 @@ class ExifPhotoDetailViewController;
 
 /// The detail screen in the storyboard.
 inline constexpr const char* kDetailSceneIdentifier = "ExifPhotoDetailViewControllerID";
+/// The step to the screen that edits a photo's values.
+inline constexpr const char* kEditExifTransition = "toEditExif";
 /// Makes the storyboard know the detail screen. At start-up.
 void registerDetailScenes();
 
@@ -40,8 +42,8 @@ public:
 
 /// The detail screen: a page for every photo and video that a host handed over, side by side.
 ///
-/// It takes the request's attachments, has a record made of each, and shows the records in the order in which they
-/// were loaded. The bar above names the page's file and ends the request; the actions stand in files of their own.
+/// It takes the request's attachments, has a record made of each, and shows the records in the order of the
+/// attachments. The bar above names the page's file and ends the request; the actions stand in files of their own.
 class ExifPhotoDetailViewController : public UIViewController, public UICollectionViewDelegateFlowLayout {
 public:
     /// Made once and shared; `create` does what the constructor cannot, for it hands itself on.

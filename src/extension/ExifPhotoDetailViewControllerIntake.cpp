@@ -1,10 +1,13 @@
+#include <map>
+#include <mutex>
+
 #include "acquisition/ExifManager.h"
 #include "extension/ExifPhotoDetailViewController.h"
 #include "extension/MBProgressHUD.h"
 #include "platform/Foundation/Log.h"
 
-/// How a request's attachments become pages. Files are looked into and read on other threads; records arrive on the
-/// main queue one by one, in the order in which they were completed.
+/// How a request's attachments become pages. Files are looked into and read on other threads, side by side; a load is
+/// complete once all before it are, so that pages stand in the order in which the person gave the files.
 namespace tessaly {
 namespace {
 
@@ -27,14 +30,42 @@ ExifInformationRef recordOfMovie(const Item& item) {
     return url && !url->empty() ? ExifManager::exifInformationFromVideoURL(*url) : nullptr;
 }
 
-void load(const NSItemProvider& provider, std::string_view type, DispatchGroup group, const Append& append) {
+/// Lets loads be read in any order and complete in that of their numbers. Any thread.
+class Completions {
+public:
+    Completions(DispatchGroup group, Append append) : group_(std::move(group)), append_(std::move(append)) {}
+
+    /// The next number; its load keeps the group waiting until it is completed.
+    [[nodiscard]] std::size_t begin() {
+        group_.enter();
+        return begun_++;
+    }
+    /// Null for a load that makes no page.
+    void read(std::size_t number, ExifInformationRef record) {
+        const std::lock_guard lock(mutex_);
+        waiting_.emplace(number, std::move(record));
+        for (; !waiting_.empty() && waiting_.begin()->first == completed_; ++completed_) {
+            if (const auto first = waiting_.extract(waiting_.begin()); first.mapped()) append_(first.mapped());
+            group_.leave();
+        }
+    }
+
+private:
+    DispatchGroup group_;
+    Append append_;
+    std::size_t begun_ = 0;  ///< Of the thread that begins loads.
+    std::mutex mutex_;
+    std::size_t completed_ = 0;
+    std::map<std::size_t, ExifInformationRef> waiting_;  ///< Read before one of a lower number.
+};
+
+void load(const NSItemProvider& provider, std::string_view type, const std::shared_ptr<Completions>& completions) {
     const auto recordOf = type == kUTTypeMovie ? recordOfMovie : recordOfImage;
     log("%@ attachment", type);
-    group.enter();
-    provider.loadItemForTypeIdentifier(type, [=](const Item& item, const std::string&) mutable {
-        if (const auto record = recordOf(item)) append(record);
-        group.leave();
-    });
+    provider.loadItemForTypeIdentifier(
+        type, [recordOf, completions, number = completions->begin()](const Item& item, const std::string&) {
+            completions->read(number, recordOf(item));
+        });
 }
 
 /// "" for what is neither a picture nor a movie.
@@ -44,10 +75,10 @@ std::string_view typeToLoad(const NSItemProvider& provider) {
     return provider.hasItemConformingToTypeIdentifier(kUTTypeMovie) ? kUTTypeMovie : std::string_view();
 }
 
-void loadAll(const NSExtensionItems& items, const DispatchGroup& group, const Append& append) {
+void loadAll(const NSExtensionItems& items, const std::shared_ptr<Completions>& completions) {
     for (const auto& item : items) {
         for (const auto& provider : item->attachments)
-            if (const auto type = typeToLoad(*provider); !type.empty()) load(*provider, type, group, append);
+            if (const auto type = typeToLoad(*provider); !type.empty()) load(*provider, type, completions);
     }
 }
 
@@ -65,7 +96,8 @@ void ExifPhotoDetailViewController::loadAttachments() {
     };
     // An attachment's type is in the file: a slow medium must not hold up the screen.
     const auto items = extensionContext() ? extensionContext()->inputItems() : NSExtensionItems();
-    group.async(DispatchQueue::global(), [=] { loadAll(items, group, appendOnMain); });
+    const auto completions = std::make_shared<Completions>(group, appendOnMain);
+    group.async(DispatchQueue::global(), [=] { loadAll(items, completions); });
     group.notify(DispatchQueue::main(), [weak = weakSelf()] {
         if (const auto controller = weak.lock()) controller->finishedLoading();
     });

@@ -12,7 +12,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::UnorderedElementsAre;
 
 Data dataOf(const ByteString& bytes) {
     return std::make_shared<const std::vector<std::byte>>(bytes.bytes().begin(), bytes.bytes().end());
@@ -33,9 +32,24 @@ TEST_F(DetailScreenTest, KeepsTheOverlayUntilTheLastAttachmentIsThere) {
     });
     ASSERT_TRUE(waitUntilLoaded());
     EXPECT_EQ(whenHidden, 3U);
-    EXPECT_THAT(namesOf(records()), UnorderedElementsAre("a.jpg", "b.mov", "c.jpg"));
+    EXPECT_THAT(namesOf(records()), ElementsAre("a.jpg", "b.mov", "c.jpg"));
     EXPECT_EQ(screen->collectionView->numberOfItemsInSection(0), 3U);
     EXPECT_EQ(title(), namesOf(records())[0]);
+}
+
+TEST_F(DetailScreenTest, KeepsTheOrderOfTheFilesWhateverTakesLongest) {
+    std::vector<Item> attachments;
+    std::vector<std::string> names;
+    for (int i = 0; i < 40; ++i) {
+        // Every fifth one takes longer to be read, and what makes no page leaves no gap.
+        const ByteString photo = i % 5 == 0 ? detailPhoto().add(2'000'000, '\0') : detailPhoto();
+        names.push_back(std::to_string(100 + i) + ".jpg");
+        attachments.emplace_back(write(names.back(), photo));
+        if (i % 7 == 0) attachments.emplace_back(write(std::to_string(i) + ".txt", "hello"));
+    }
+    open(attachments);
+    ASSERT_TRUE(waitUntilLoaded());
+    EXPECT_EQ(namesOf(records()), names);
 }
 
 TEST_F(DetailScreenTest, TakesPicturesAndMoviesOfEveryForm) {
