@@ -27,6 +27,12 @@ Interface {
     OutletLabel {
         anchors { left: parent.left; leftMargin: 14; right: stars.left; rightMargin: 10; verticalCenter: parent.verticalCenter }
         outlet: row.keyText
+        height: row.height
+        verticalAlignment: Text.AlignVCenter
+        // The row keeps its height: a long word in large letters becomes smaller before it is cut.
+        fontSizeMode: Text.Fit
+        minimumPixelSize: 10
+        wrapMode: Text.Wrap
         elide: Text.ElideRight
         Accessible.ignored: true
     }

@@ -9,6 +9,11 @@ Rectangle {
     required property Outlets outlets
     readonly property ViewOutlet holder: outlets.view("bottomButtonHolderView")
 
+    /// The bar is drawn so many times its plain size, for large letters.
+    readonly property real scaled: Math.min(Math.max(Theme.textScale, 1), 1.6)
+    readonly property int offered: (remove.button.hidden ? 0 : 1) + (place.button.hidden ? 0 : 1)
+                                   + (edit.button.hidden ? 0 : 1) + (erase.button.hidden ? 0 : 1)
+
     visible: !holder.hidden
     color: Theme.raised
 
@@ -35,14 +40,20 @@ Rectangle {
         required property ButtonOutlet button
         required property LabelOutlet caption
         required property ImageOutlet picture
-        width: (bar.width - 44) / 4
-        height: 75
+        width: (bar.width - 44) / Math.max(1, bar.offered)
+        height: 75 * bar.scaled
         enabled: button.enabled
         visible: !button.hidden
         opacity: pressed ? 0.45 : enabled ? 1 : 0.4
         name: button.accessibleLabel
         onTouched: button.touched()
 
+        // Letters as large as the longest word allows: no word is cut, nor broken.
+        TextMetrics {
+            id: word
+            font { family: Theme.family; pixelSize: 12 * bar.scaled; weight: Font.Medium }
+            text: action.caption.text.split(" ").reduce((longest, next) => next.length > longest.length ? next : longest, "")
+        }
         Column {
             anchors { left: parent.left; right: parent.right; top: parent.top; margins: 4; topMargin: 12 }
             spacing: 4
@@ -56,12 +67,17 @@ Rectangle {
             Text {
                 width: parent.width
                 horizontalAlignment: Text.AlignHCenter
+                height: action.height - 44
                 wrapMode: Text.Wrap
                 maximumLineCount: 2
                 elide: Text.ElideRight
                 text: action.caption.text
                 textFormat: Text.PlainText
-                font { family: Theme.family; pixelSize: 12; weight: Font.Medium }
+                font {
+                    family: Theme.family
+                    pixelSize: Math.max(8, Math.floor(12 * bar.scaled * Math.min(1, (action.width - 10) / Math.max(1, word.advanceWidth))))
+                    weight: Font.Medium
+                }
                 color: Theme.text
                 Accessible.ignored: true
             }
@@ -72,21 +88,25 @@ Rectangle {
         id: actions
         anchors { left: parent.left; top: parent.top }
         Action {
+            id: remove
             button: bar.outlets.button("removeEXIFButton")
             caption: bar.outlets.label("removeEXIFButtonLabel")
             picture: bar.outlets.image("deleteExifImageView")
         }
         Action {
+            id: place
             button: bar.outlets.button("removeLocationButton")
             caption: bar.outlets.label("removeLocationButtonLabel")
             picture: bar.outlets.image("deleteLocationImageView")
         }
         Action {
+            id: edit
             button: bar.outlets.button("editEXIFButton")
             caption: bar.outlets.label("editEXIFButtonLabel")
             picture: bar.outlets.image("editEXIFImageView")
         }
         Action {
+            id: erase
             button: bar.outlets.button("deletePhotoButton")
             caption: bar.outlets.label("deletePhotoButtonLabel")
             picture: bar.outlets.image("deletePhotoImageView")
@@ -97,7 +117,7 @@ Rectangle {
         readonly property ButtonOutlet button: bar.outlets.button("expandButton")
         anchors { right: parent.right; top: parent.top }
         width: 44
-        height: 75
+        height: 75 * bar.scaled
         name: button.accessibleLabel
         onTouched: button.touched()
         OutletImage {
@@ -114,7 +134,7 @@ Rectangle {
         required property LabelOutlet caption
         required property SwitchOutlet toggle
         width: bar.width
-        height: 44
+        height: 44 * bar.scaled
         Text {
             anchors {
                 left: parent.left; leftMargin: 14; right: control.left; rightMargin: 10
@@ -122,10 +142,13 @@ Rectangle {
             }
             text: setting.caption.text
             textFormat: Text.PlainText
+            height: setting.height
+            verticalAlignment: Text.AlignVCenter
             wrapMode: Text.Wrap
-            maximumLineCount: 2
             elide: Text.ElideRight
-            font { family: Theme.family; pixelSize: 14; weight: Font.Medium }
+            fontSizeMode: Text.Fit
+            minimumPixelSize: 9
+            font { family: Theme.family; pixelSize: 14 * bar.scaled; weight: Font.Medium }
             color: Theme.text
             Accessible.ignored: true
         }
@@ -145,14 +168,13 @@ Rectangle {
             readonly property LabelOutlet hint: bar.outlets.label("overWriteHintLabel")
             x: 14
             width: bar.width - 28
-            height: 29
+            height: 29 * bar.scaled
             text: hint.text
             textFormat: Text.PlainText
             wrapMode: Text.Wrap
-            maximumLineCount: 3
             fontSizeMode: Text.Fit
             minimumPixelSize: 8
-            font { family: Theme.family; pixelSize: 12 }
+            font { family: Theme.family; pixelSize: 12 * bar.scaled }
             color: Theme.secondaryText
         }
         Setting {

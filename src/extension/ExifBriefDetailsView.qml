@@ -12,6 +12,9 @@ Interface {
     readonly property LabelOutlet longMessage: outlets.label("noExifDataAvailableLabel")
     readonly property bool isMovie: outlets.constraint("movieArrangementConstraint").active
     readonly property bool isEmpty: !longMessage.hidden
+    /// Letters grow with the person's text size as far as the two lines have room.
+    readonly property real scaled: Math.min(Math.max(Theme.textScale, 0.8), 1.5)
+    readonly property real margin: 14
 
     Rectangle {
         anchors.fill: parent
@@ -21,7 +24,7 @@ Interface {
     component Value: OutletLabel {
         id: value
         property real fit: 1
-        font { family: Theme.family; pixelSize: Math.max(9, Math.floor(15 * value.fit)); weight: Font.DemiBold }
+        font { family: Theme.family; pixelSize: Math.max(9, Math.floor(15 * brief.scaled * value.fit)); weight: Font.DemiBold }
         color: Theme.text
     }
 
@@ -29,14 +32,14 @@ Interface {
         id: values
         // All in one line: on a narrow screen in smaller letters.
         readonly property real fit: Math.min(1, width / Math.max(1, needed.width + 4 * 10 + 24))
-        anchors { left: parent.left; right: parent.right; top: parent.top; leftMargin: 14; rightMargin: 14; topMargin: 11 }
-        height: 20
+        anchors { left: parent.left; right: parent.right; top: parent.top; leftMargin: brief.margin; rightMargin: brief.margin; topMargin: brief.scaled > 1.2 ? 5 : 11 }
+        height: 20 * Math.max(1, brief.scaled)
         spacing: 0
         visible: !brief.isEmpty && !brief.isMovie
 
         TextMetrics {
             id: needed
-            font { family: Theme.family; pixelSize: 15; weight: Font.DemiBold }
+            font { family: Theme.family; pixelSize: 15 * brief.scaled; weight: Font.DemiBold }
             text: brief.outlets.label("fStopLabel").text + brief.outlets.label("exposureTimeInSecondsLabel").text
                   + brief.outlets.label("isoValueLabel").text + brief.outlets.label("focalLengthLabel").text
         }
@@ -59,22 +62,26 @@ Interface {
         // The flash in words takes the camera's line, for it is long.
         id: flash
         readonly property LabelOutlet outlet: brief.outlets.label("flashModeLabel")
-        anchors { left: parent.left; right: parent.right; top: values.bottom; margins: 14; topMargin: 3 }
+        anchors { left: parent.left; right: parent.right; top: values.bottom; leftMargin: brief.margin; rightMargin: brief.margin; topMargin: brief.scaled > 1.2 ? 1 : 3 }
         visible: !brief.isMovie && !brief.isEmpty && !outlet.hidden
         horizontalAlignment: Text.AlignRight
         elide: Text.ElideRight
         text: outlet.text
         textFormat: Text.PlainText
-        font { family: Theme.family; pixelSize: 13; weight: Font.Medium }
+        fontSizeMode: Text.HorizontalFit
+        minimumPixelSize: 9
+        font { family: Theme.family; pixelSize: 13 * brief.scaled; weight: Font.Medium }
         color: Theme.secondaryText
         Accessible.ignored: true
     }
     OutletLabel {
-        anchors { left: parent.left; right: parent.right; top: values.bottom; margins: 14; topMargin: 3 }
+        anchors { left: parent.left; right: parent.right; top: values.bottom; leftMargin: brief.margin; rightMargin: brief.margin; topMargin: brief.scaled > 1.2 ? 1 : 3 }
         visible: !brief.isMovie && !brief.isEmpty && !flash.visible
         outlet: brief.outlets.label("cameraModelLabel")
         elide: Text.ElideRight
-        font { family: Theme.family; pixelSize: 13; weight: Font.Medium }
+        fontSizeMode: Text.HorizontalFit
+        minimumPixelSize: 9
+        font { family: Theme.family; pixelSize: 13 * brief.scaled; weight: Font.Medium }
         color: Theme.secondaryText
     }
     Touchable {
@@ -99,20 +106,22 @@ Interface {
             minimumPixelSize: 9
             text: fact.key.text
             textFormat: Text.PlainText
-            font { family: Theme.family; pixelSize: 13; weight: Font.Medium }
+            font { family: Theme.family; pixelSize: 13 * brief.scaled; weight: Font.Medium }
             color: Theme.secondaryText
         }
         Text {
             width: parent.width
             elide: Text.ElideRight
+            fontSizeMode: Text.HorizontalFit
+            minimumPixelSize: 9
             text: fact.value.text
             textFormat: Text.PlainText
-            font { family: Theme.family; pixelSize: 15; weight: Font.DemiBold }
+            font { family: Theme.family; pixelSize: 15 * brief.scaled; weight: Font.DemiBold }
             color: Theme.text
         }
     }
     Row {
-        anchors { left: parent.left; right: parent.right; verticalCenter: parent.verticalCenter; margins: 14 }
+        anchors { left: parent.left; right: parent.right; verticalCenter: parent.verticalCenter; leftMargin: brief.margin; rightMargin: brief.margin }
         spacing: 12
         visible: brief.isMovie && !brief.isEmpty
         Fact {
@@ -142,7 +151,7 @@ Interface {
         horizontalAlignment: Text.AlignHCenter
         fontSizeMode: Text.Fit
         minimumPixelSize: 8
-        font { family: Theme.family; pixelSize: 13; weight: Font.Medium }
+        font { family: Theme.family; pixelSize: 13 * Theme.textScale; weight: Font.Medium }
         color: Theme.secondaryText
     }
     Row {
@@ -154,7 +163,7 @@ Interface {
             width: Math.min(implicitWidth, brief.width - 76)
             wrapMode: Text.Wrap
             outlet: brief.outlets.label("noExifDataAvailableShortMessageLabel")
-            font { family: Theme.family; pixelSize: 14; weight: Font.Medium }
+            font { family: Theme.family; pixelSize: 14 * brief.scaled; weight: Font.Medium }
             color: Theme.text
         }
         OutletButton {

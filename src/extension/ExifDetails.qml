@@ -41,7 +41,7 @@ Interface {
             horizontalAlignment: Text.AlignHCenter
             wrapMode: Text.Wrap
             text: Theme.localized("No photos to show")
-            font { family: Theme.family; pixelSize: 15; weight: Font.Medium }
+            font { family: Theme.family; pixelSize: 15 * Theme.textScale; weight: Font.Medium }
             color: Theme.secondaryText
         }
     }
@@ -63,8 +63,8 @@ Interface {
         id: bar
         outlets: screen.outlets
         anchors { left: parent.left; right: parent.right }
-        height: screen.barHeight.constant
-        y: parent.height - height - screen.barBottom.constant
+        height: screen.barHeight.constant * scaled
+        y: parent.height - height - screen.barBottom.constant * scaled
         Behavior on y {
             enabled: screen.barBottom.animationDuration > 0
             NumberAnimation { duration: screen.barBottom.animationDuration; easing.type: Easing.OutCubic }
@@ -97,7 +97,7 @@ Interface {
             wrapMode: Text.Wrap
             text: banner.message.text
             textFormat: Text.PlainText
-            font { family: Theme.family; pixelSize: 14; weight: Font.DemiBold }
+            font { family: Theme.family; pixelSize: 14 * Math.min(Theme.textScale, 2); weight: Font.DemiBold }
             color: banner.message.color
             Accessible.ignored: true
         }

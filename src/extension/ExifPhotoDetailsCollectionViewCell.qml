@@ -10,7 +10,9 @@ Interface {
         color: Theme.surface
     }
     CollectionView {
-        anchors.fill: parent
+        // On a wide screen in the middle, where names and values stay near each other.
+        anchors { top: parent.top; bottom: parent.bottom; horizontalCenter: parent.horizontalCenter }
+        width: Math.min(parent.width, Theme.contentWidth)
         outlet: page.outlets.collection("collectionView")
     }
 }

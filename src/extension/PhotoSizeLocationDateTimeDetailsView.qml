@@ -6,7 +6,12 @@ import Tessaly
 Interface {
     id: line
 
-    implicitHeight: 96
+    /// Letters grow with the person's text size; large ones have a line for each text.
+    readonly property real scaled: Math.min(Math.max(Theme.textScale, 0.8), 2)
+    readonly property bool stacked: scaled > 1.3
+    readonly property real margin: 14
+
+    implicitHeight: stacked ? place.height + date.height + size.height + name.height + 44 : 96 * Math.max(1, scaled)
 
     Rectangle {
         anchors.fill: parent
@@ -19,7 +24,10 @@ Interface {
     }
 
     component Caption: OutletLabel {
-        font { family: Theme.family; pixelSize: 13; weight: Font.Medium }
+        font { family: Theme.family; pixelSize: 13 * line.scaled; weight: Font.Medium }
+        // A text that is too long becomes smaller before it is cut.
+        fontSizeMode: line.stacked ? Text.HorizontalFit : Text.FixedSize
+        minimumPixelSize: 13
         color: "white"
         elide: Text.ElideRight
         maximumLineCount: 1
@@ -35,7 +43,7 @@ Interface {
 
     Icon {
         id: pin
-        anchors { left: parent.left; leftMargin: 14; verticalCenter: place.verticalCenter }
+        anchors { left: parent.left; leftMargin: line.margin; verticalCenter: place.verticalCenter }
         width: 13
         height: 13
         name: "location_pin"
@@ -43,30 +51,42 @@ Interface {
     }
     Caption {
         id: place
-        anchors { left: pin.right; leftMargin: 4; bottom: size.top; bottomMargin: 3; right: date.left; rightMargin: 12 }
+        anchors {
+            left: pin.right; leftMargin: 4
+            bottom: line.stacked ? date.top : size.top; bottomMargin: 3
+            right: line.stacked ? parent.right : date.left; rightMargin: line.stacked ? line.margin : 12
+        }
         outlet: line.outlets.label("locationLabel")
         horizontalAlignment: Text.AlignLeft
     }
     Caption {
         id: size
-        anchors { left: parent.left; leftMargin: 14; bottom: parent.bottom; bottomMargin: 11 }
-        width: Math.min(implicitWidth, line.width * 0.52)
+        anchors {
+            left: parent.left; leftMargin: line.margin
+            bottom: line.stacked ? name.top : parent.bottom; bottomMargin: line.stacked ? 3 : 11
+        }
+        width: line.stacked ? line.width - 2 * line.margin : Math.min(implicitWidth, line.width * 0.52)
+        horizontalAlignment: Text.AlignLeft
         outlet: line.outlets.label("imageDimensionAndFileSize")
         opacity: 0.88
     }
     Caption {
         id: date
-        anchors { right: parent.right; rightMargin: 14; bottom: name.top; bottomMargin: 3 }
-        width: Math.min(implicitWidth, line.width * 0.5)
+        anchors {
+            right: parent.right; rightMargin: line.margin
+            bottom: line.stacked ? size.top : name.top; bottomMargin: 3
+        }
+        width: line.stacked ? line.width - 2 * line.margin : Math.min(implicitWidth, line.width * 0.5)
         outlet: line.outlets.label("dateTakenLabel")
-        horizontalAlignment: Text.AlignRight
+        horizontalAlignment: line.stacked ? Text.AlignLeft : Text.AlignRight
     }
     Caption {
         id: name
-        anchors { right: parent.right; rightMargin: 14; bottom: parent.bottom; bottomMargin: 11 }
-        width: Math.min(implicitWidth, line.width - size.width - 44)
+        anchors { right: parent.right; rightMargin: line.margin; bottom: parent.bottom; bottomMargin: 11 }
+        width: line.stacked ? line.width - 2 * line.margin
+                            : Math.min(implicitWidth, line.width - size.width - 2 * line.margin - 16)
         outlet: line.outlets.label("imageFileNameLabel")
-        horizontalAlignment: Text.AlignRight
+        horizontalAlignment: line.stacked ? Text.AlignLeft : Text.AlignRight
         elide: Text.ElideMiddle
         opacity: 0.88
     }

@@ -8,6 +8,9 @@ Rectangle {
 
     required property NavigationOutlet navigation
 
+    /// Letters grow with the person's text size as far as a bar has room for them.
+    readonly property real scaled: Math.min(Math.max(Theme.textScale, 0.8), 1.6)
+
     implicitHeight: 52
     color: Theme.surface
 
@@ -27,7 +30,7 @@ Rectangle {
             visible: button.outlet.imageName.length === 0
             text: button.outlet.title
             textFormat: Text.PlainText
-            font { family: Theme.family; pixelSize: 16; weight: Font.DemiBold }
+            font { family: Theme.family; pixelSize: 16 * bar.scaled; weight: Font.DemiBold }
             color: Theme.accent
             Accessible.ignored: true
         }
@@ -69,11 +72,16 @@ Rectangle {
         readonly property real side: Math.max(left.width, right.width) + 8
         anchors.centerIn: parent
         width: Math.max(0, bar.width - 2 * side)
+        height: bar.height - 8
         horizontalAlignment: Text.AlignHCenter
+        verticalAlignment: Text.AlignVCenter
+        // Large letters become smaller before a name is cut.
+        fontSizeMode: bar.scaled > 1 ? Text.HorizontalFit : Text.FixedSize
+        minimumPixelSize: 12
         elide: Text.ElideMiddle
         text: bar.navigation.title
         textFormat: Text.PlainText
-        font { family: Theme.family; pixelSize: 16; weight: Font.DemiBold }
+        font { family: Theme.family; pixelSize: 16 * bar.scaled; weight: Font.DemiBold }
         color: Theme.text
         TapHandler { onLongPressed: bar.navigation.titleHeld() }
         TapHandler {

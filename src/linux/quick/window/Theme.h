@@ -22,6 +22,8 @@ class Theme : public QObject {
     Q_PROPERTY(bool wide READ wide NOTIFY changed)
     Q_PROPERTY(bool mirrored READ mirrored NOTIFY changed)
     Q_PROPERTY(qreal textScale READ textScale NOTIFY changed)
+    /// The most that a page takes of a wide screen: further apart, a name and its value are no row to the eye.
+    Q_PROPERTY(qreal contentWidth READ contentWidth CONSTANT)
     /// Milliseconds of the common transition; 0 where motion is not wanted.
     Q_PROPERTY(int duration READ duration NOTIFY changed)
     Q_PROPERTY(QColor surface READ surface NOTIFY changed)
@@ -46,6 +48,7 @@ public:
     [[nodiscard]] bool wide() const;
     [[nodiscard]] bool mirrored() const;
     [[nodiscard]] qreal textScale() const;
+    [[nodiscard]] qreal contentWidth() const { return 1100; }
     [[nodiscard]] int duration() const;
     [[nodiscard]] QColor surface() const;
     [[nodiscard]] QColor raised() const;
