@@ -5,6 +5,7 @@
 #include "extension/DetailRecord.h"
 #include "extension/ExifPhotoDetailViewController.h"
 #include "platform/Foundation/NSBundle.h"
+#include "platform/Foundation/NSFileManager.h"
 #include "platform/UIKit/UIGestureRecognizer.h"
 #include "settings/Apperance.h"
 
@@ -14,6 +15,7 @@ namespace {
 constexpr double kSpinnerDelay = 0.5;  // Seconds: what comes sooner should not flicker.
 constexpr double kStateTextSize = 14;  // Points.
 constexpr double kFallbackHeight = 281;
+constexpr double kSummaryHeight = 65;
 /// How many times larger a view has to become before its picture is decoded again.
 constexpr double kWorthAnother = 1.25;
 /// The longest side of what is shown while the sharp picture is being made. A photo in full, which some records carry,
@@ -37,6 +39,19 @@ UIImageRef smallPicture(const ExifInformation& record) {
 /// A movie's picture is one of its frames, which the record makes when somebody looks at it.
 UIImageRef frameOf(const ExifInformation& record) {
     return record.cachedThumbNailImage ? record.cachedThumbNailImage : record.thumbNailImage;
+}
+
+/// Deleted, or taken away with its medium, since the record was made.
+bool isGone(const ExifInformation& record) {
+    const NSURL& file = record.imageFilePathURL;
+    return !file.empty() && !NSFileManager::fileExistsAtPath(file.path());
+}
+
+/// Whether less than half of a picture would be left of it when it fills the view: a portrait, cut to a strip.
+bool wouldBeAStrip(CGSize picture, CGSize view) {
+    if (picture.width <= 0 || picture.height <= 0 || view.width <= 0 || view.height <= 0) return false;
+    const double across = view.width / picture.width, along = view.height / picture.height;
+    return std::min(across, along) < std::max(across, along) / 2;
 }
 
 /// What stands below the icon, or over a preview.
@@ -121,6 +136,7 @@ void ExifPhotoAndLocationValueCollectionViewCell::updateWidth() {
 
 void ExifPhotoAndLocationValueCollectionViewCell::boundsChanged() {
     updateWidth();
+    updateContentMode();
     // Only what is shown already: content that was never asked for waits for updateContent.
     if (loadedSize_.width > 0) updatePicture();
 }
@@ -128,6 +144,18 @@ void ExifPhotoAndLocationValueCollectionViewCell::boundsChanged() {
 CGSize ExifPhotoAndLocationValueCollectionViewCell::pictureSize() const noexcept {
     const CGSize size = boundsSize();
     return size.width > 0 && size.height > 0 ? size : CGSize{Apperance::mainScreenBounds().width, kFallbackHeight};
+}
+
+void ExifPhotoAndLocationValueCollectionViewCell::showPicture(const UIImageRef& picture) {
+    photoImageView->setImage(picture);
+    updateContentMode();
+}
+
+void ExifPhotoAndLocationValueCollectionViewCell::updateContentMode() {
+    const UIImageRef& picture = photoImageView->image();
+    const CGSize header = pictureSize();
+    const bool fits = picture && wouldBeAStrip(picture->size(), {header.width, header.height - kSummaryHeight});
+    photoImageView->setContentMode(fits ? UIViewContentMode::scaleAspectFit : UIViewContentMode::scaleAspectFill);
 }
 
 void ExifPhotoAndLocationValueCollectionViewCell::updatePicture() {
@@ -138,9 +166,9 @@ void ExifPhotoAndLocationValueCollectionViewCell::updatePicture() {
         size.width <= loadedSize_.width * kWorthAnother && size.height <= loadedSize_.height * kWorthAnother;
     if (loadedSize_.width > 0 && suffices) return;
     loadedSize_ = size;
-    if (!photoImageView->image() && shouldUseCachedImage) photoImageView->setImage(smallPicture(*record));
+    if (!photoImageView->image() && shouldUseCachedImage) showPicture(smallPicture(*record));
     if (const auto frame = frameOf(*record); isVideo(*record) && frame) {
-        photoImageView->setImage(frame);
+        showPicture(frame);
     } else if (shouldShowFullResolutionImage || !photoImageView->image()) {
         loadPicture(record);
     }
@@ -160,7 +188,7 @@ void ExifPhotoAndLocationValueCollectionViewCell::pictureArrived(const UIImageRe
     const auto record = exifInfo();
     const bool isOfLibrary = record && record->phAsset;
     if (picture) {
-        photoImageView->setImage(picture);
+        showPicture(picture);
         showState(state);
         // Fetched ahead for this page, encoded, and of no more use: the list of records is long.
         if (isOfLibrary) record->cachedThumbNailImage = nullptr;
@@ -170,6 +198,7 @@ void ExifPhotoAndLocationValueCollectionViewCell::pictureArrived(const UIImageRe
     if (isOfLibrary && photoImageView->image()) return;
     photoImageView->setImage(nullptr);
     showState(state);
+    if (record && !isOfLibrary && isGone(*record)) stateLabel->setText(localized("This photo is no longer there."));
 }
 
 void ExifPhotoAndLocationValueCollectionViewCell::showState(DetailPictureState state) {

@@ -58,6 +58,9 @@ protected:
 
 private:
     [[nodiscard]] CGSize pictureSize() const noexcept;
+    void showPicture(const UIImageRef& picture);
+    /// A picture fills the view, unless that would hide more than half of it.
+    void updateContentMode();
     void updatePicture();
     void loadPicture(const ExifInformationRef& record);
     void pictureArrived(const UIImageRef& picture, DetailPictureState state);

@@ -97,6 +97,8 @@ void ExifPhotoDetailViewController::hideBottomBarView() {
 void ExifPhotoDetailViewController::updateBottomBarBasedOnSettingsAndPreviewType() {
     messageHolderView->setHidden(true);
     bottomButtonHolderView->setHidden(!isInContainingApp || is3DTouchPreview);
+    // Only what leads somewhere is offered.
+    editEXIFButton->setHidden(!UIStoryboard::hasScene(kEditExifTransition));
 }
 
 void ExifPhotoDetailViewController::showMessage(const std::string& message, bool withSuccessStatus) {

@@ -231,7 +231,7 @@ void ExifPhotoDetailViewController::deletePhotoButtonTapped() {
 }
 
 void ExifPhotoDetailViewController::editEXIFButtonTapped() {
-    if (const ExifInformationRef record = currentRecord()) performSegueWithIdentifier("toEditExif", record);
+    if (const ExifInformationRef record = currentRecord()) performSegueWithIdentifier(kEditExifTransition, record);
 }
 
 }  // namespace tessaly

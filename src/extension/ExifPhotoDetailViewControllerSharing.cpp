@@ -80,6 +80,9 @@ void underOverlay(const Screen& screen, DispatchPriority priority, Work work, Th
     });
 }
 
+/// A photo whose bytes are not there any more, deleted while it was shown.
+void tellThatItIsGone(const Screen& screen) { screen->showMessage(localized("This photo is no longer there."), false); }
+
 /// Photos that are about to leave.
 struct Stripped {
     std::vector<UIActivityItem> items;
@@ -159,6 +162,7 @@ void shareWithMetadata(const Screen& screen, const Photo& photo, const std::stri
     underOverlay(
         screen, DispatchPriority::normal, [photo] { return bytesOf(photo); },
         [name = photo.name, text](const Screen& self, const Data& data) {
+            if (!data) tellThatItIsGone(self);
             self->showActivityViewControllerWithItems(itemsOf(data, name, text));
         });
 }
@@ -296,7 +300,7 @@ void ExifPhotoDetailViewController::openImageWithEXIF(const ExifInformationRef& 
             return {data, data ? temporaryURLForImageNSData(data, name) : NSURL()};
         },
         [name, record](const Screen& screen, const OpenedFile& file) {
-            if (!file.data) return;
+            if (!file.data) return tellThatItIsGone(screen);
             UIDocumentInteractionController documents(file.url);
             documents.didEndSendingToApplication = [] { removeAllTemporaryFiles(); };
             if (!file.url.empty()) documents.presentOpenInMenuFromRect({}, screen->view(), true);

@@ -5,12 +5,28 @@
 #include "platform/UIKit/UITraitCollection.h"
 
 namespace tessaly {
+namespace {
+
+/// Says so where no program takes such places, instead of doing nothing.
+bool isOpenable(const NSURL& url, UIViewController& screen) {
+    const UIApplication* const application = UIApplication::sharedApplication();
+    if (!application || application->canOpenURL(url)) return true;
+    const auto alert = std::make_shared<UIAlertController>(localized("No program on this device opens maps."), "",
+                                                           UIAlertControllerStyle::alert);
+    alert->addAction({localized("Done"), UIAlertActionStyle::cancel, nullptr});
+    screen.presentViewController(alert, true);
+    return false;
+}
+
+}  // namespace
 
 /// The desktop's own maps program is the one that it has for places (RFC 5870).
 void ExifPhotoLocationMapCollectionViewCell::openUsingAppleMaps() const {
     const CLLocationCoordinate2D at = location().coordinate;
     UIApplication* const application = UIApplication::sharedApplication();
-    if (application) application->openURL(NSURL::URLWithString(formatted("geo:%f,%f", at.latitude, at.longitude)));
+    const NSURL url = NSURL::URLWithString(formatted("geo:%f,%f", at.latitude, at.longitude));
+    const auto parent = parentViewController.lock();
+    if (application && (!parent || isOpenable(url, *parent))) application->openURL(url);
 }
 
 void ExifPhotoLocationMapCollectionViewCell::openInMapsApp() {
@@ -34,7 +50,7 @@ void ExifPhotoLocationMapCollectionViewCell::openInMapsApp() {
                           if (cell) cell->openUsingAppleMaps();
                       }});
     sheet->addAction({"Google Maps", UIAlertActionStyle::normal, [weak = std::weak_ptr(parent), url] {
-                          if (const auto screen = weak.lock()) screen->openURL(url);
+                          if (const auto screen = weak.lock(); screen && isOpenable(url, *screen)) screen->openURL(url);
                       }});
     parent->presentViewController(sheet, true);
 }

@@ -79,6 +79,7 @@ TEST_F(ActionBar, IsShownInTheContainingAppOnly) {
             screen->updateBottomBarBasedOnSettingsAndPreviewType();
             EXPECT_EQ(screen->bottomButtonHolderView->isHidden(), !isApp || isPreview);
             EXPECT_TRUE(screen->messageHolderView->isHidden());
+            EXPECT_EQ(screen->editEXIFButton->isHidden(), !UIStoryboard::hasScene(kEditExifTransition));
         }
 }
 

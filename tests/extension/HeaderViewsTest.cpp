@@ -340,10 +340,38 @@ TEST_F(HeaderPicture, OfAFileThatCannotBeDecodedSaysSo) {
     show(broken);
     ASSERT_TRUE(pumpUntil([&] { return isBroken(); }));
     EXPECT_EQ(header->stateImageView->imageName(), "broken");
+    EXPECT_EQ(header->stateLabel->text(), "This picture cannot be shown");
     EXPECT_FALSE(header->loadingIndicator->isAnimating());
     show(recordOfFile(TESSALY_SAMPLE));
     EXPECT_FALSE(isBroken());
     EXPECT_TRUE(pumpUntil([&] { return image() != nullptr; }));
+}
+
+TEST_F(HeaderPicture, FillsItsPlaceUnlessThatWouldHideMoreThanHalf) {
+    struct Case {
+        const char* why;
+        CGSize picture;
+        UIViewContentMode mode;
+    };
+    // Above the summary are 390 x 216 points.
+    const Case cases[] = {{"landscape", {1600, 1067}, UIViewContentMode::scaleAspectFill},
+                          {"square", {800, 800}, UIViewContentMode::scaleAspectFill},
+                          {"portrait", {900, 1200}, UIViewContentMode::scaleAspectFit},
+                          {"a phone's screen", {390, 844}, UIViewContentMode::scaleAspectFit},
+                          {"panorama", {4000, 1200}, UIViewContentMode::scaleAspectFill},
+                          {"a long panorama", {9000, 1200}, UIViewContentMode::scaleAspectFit}};
+    for (const auto& [why, picture, mode] : cases) {
+        const auto record = recordOfFile("/movie.mov");
+        record->setMediaType(PHAssetMediaTypeVideo);
+        record->thumbNailImage = UIImage::imageMadeOnDemand(picture, [] { return CGImageRef(); });
+        show(record);
+        EXPECT_EQ(header->photoImageView->contentMode(), mode) << why;
+        if (record->thumbNailImage->size() != CGSize{900, 1200}) continue;
+        header->setFrame({{0, 0}, {390, 700}});
+        EXPECT_EQ(header->photoImageView->contentMode(), UIViewContentMode::scaleAspectFill)
+            << "there is more room now";
+        header->setFrame({{0, 0}, {390, 281}});
+    }
 }
 
 TEST_F(HeaderPicture, OfAnotherRecordIsNotShown) {

@@ -135,7 +135,9 @@ TEST_F(MapCell, HandsThePlaceToAMapsProgram) {
     struct Application : UIApplication {
         Application() { setSharedApplication(this); }
         ~Application() override { setSharedApplication(nullptr); }
+        bool canOpenURL(const NSURL&) const override { return hasProgram; }
         void openURL(const NSURL& url) override { opened.push_back(url.absoluteString()); }
+        bool hasProgram = true;
         std::vector<std::string> opened;
     } application;
     struct Screen : UIViewController {
@@ -162,6 +164,14 @@ TEST_F(MapCell, HandsThePlaceToAMapsProgram) {
     choose(2);
     EXPECT_EQ(screen->opened,
               std::vector<std::string>{"comgooglemaps://?center=48.858400,2.294500&q=48.858400,2.294500"});
+    application.hasProgram = false;
+    for (const std::size_t way : {1U, 2U}) {
+        choose(way);
+        const auto alert = std::dynamic_pointer_cast<UIAlertController>(recorder.last);
+        ASSERT_TRUE(alert);
+        EXPECT_EQ(alert->title(), "No program on this device opens maps.");
+    }
+    EXPECT_EQ(application.opened.size() + screen->opened.size(), 2U) << "nothing more";
 }
 
 }  // namespace

@@ -25,6 +25,8 @@ public:
 class UIApplication : public UIResponder {
 public:
     [[nodiscard]] bool respondsToOpenURL() const noexcept override { return true; }
+    /// Whether the desktop has a program for such URLs.
+    [[nodiscard]] virtual bool canOpenURL(const NSURL&) const { return true; }
     [[nodiscard]] const char* className() const noexcept override { return "UIApplication"; }
 
     /// Null until a screen has set it.

@@ -92,6 +92,8 @@ void UIStoryboard::registerScene(const std::string& identifier, Factory factory)
     scenes()[identifier] = std::move(factory);
 }
 
+bool UIStoryboard::hasScene(std::string_view identifier) { return scenes().contains(identifier); }
+
 UIViewControllerRef UIStoryboard::instantiateViewControllerWithIdentifier(std::string_view identifier) {
     const auto scene = scenes().find(identifier);
     return scene == scenes().end() ? nullptr : scene->second();

@@ -147,6 +147,7 @@ class UIStoryboard {
 public:
     using Factory = std::function<UIViewControllerRef()>;
     static void registerScene(const std::string& identifier, Factory factory);
+    [[nodiscard]] static bool hasScene(std::string_view identifier);
     /// Null for an identifier that was not registered.
     [[nodiscard]] static UIViewControllerRef instantiateViewControllerWithIdentifier(std::string_view identifier);
 };

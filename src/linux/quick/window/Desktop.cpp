@@ -7,6 +7,7 @@
 #include <QProcess>
 #include <QUrl>
 
+#include "linux/desktop/DesktopEntries.h"
 #include "linux/quick/outlets/ViewOutlet.h"
 #include "linux/quick/pictures/PictureItem.h"
 #include "platform/Foundation/Dispatch.h"
@@ -22,6 +23,14 @@ void DesktopPasteboard::setString(const std::string& text) { QGuiApplication::cl
 std::string DesktopPasteboard::string() const { return QGuiApplication::clipboard()->text().toStdString(); }
 void DesktopPasteboard::setImage(const UIImageRef& image) {
     if (const QImage picture = toQt(image); !picture.isNull()) QGuiApplication::clipboard()->setImage(picture);
+}
+
+/// Of schemes, programs say that they take them as of types (Desktop Entry Specification 1.5).
+bool DesktopApplication::canOpenURL(const NSURL& url) const {
+    const QString scheme = QUrl(toQt(url.absoluteString())).scheme();
+    if (scheme == QStringLiteral("tessalyapp") || scheme == QStringLiteral("file")) return true;
+    desktop::DesktopEntries entries;
+    return !entries.applicationsFor("x-scheme-handler/" + scheme.toStdString()).empty();
 }
 
 /// The program's own links are its own business, whether or not the desktop was told of them.

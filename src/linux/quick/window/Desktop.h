@@ -24,6 +24,7 @@ class DesktopApplication : public UIApplication {
 public:
     DesktopApplication() { setSharedApplication(this); }
     ~DesktopApplication() override { setSharedApplication(nullptr); }
+    [[nodiscard]] bool canOpenURL(const NSURL& url) const override;
     void openURL(const NSURL& url) override;
 };
 
