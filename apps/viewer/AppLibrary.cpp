@@ -15,6 +15,8 @@ namespace tessaly::viewer {
 namespace {
 
 constexpr const char* kNotInLibrary = "is not in the photo library";
+constexpr std::string_view kNotInLibraryLabel = localizable("This photo is not in the photo library.");
+constexpr std::string_view kEmptyLabel = localizable("There are no photos in the library yet.");
 
 /// The detail screen has asked before it tells the library to delete, and knows what the person said.
 void allowDeletions() {
@@ -40,10 +42,10 @@ OpenRequest existing(const OpenRequest& request) {
 
 void addURL(const std::string& url, LibrarySelection& selection) {
     const auto request = parseAppURL(url);
-    if (!request) return selection.complaints.push_back({url, "names no photos"});
+    if (!request) return selection.complaints.push_back({url, "names no photos", kNotInLibraryLabel});
     OpenRequest found = existing(*request);
     if (found.identifiers.size() < request->identifiers.size())
-        selection.complaints.push_back({url, "names photos that are not in the photo library"});
+        selection.complaints.push_back({url, "names photos that are not in the photo library", kNotInLibraryLabel});
     if (!found.identifiers.empty()) selection.position = selection.identifiers.size() + found.position;
     std::ranges::move(found.identifiers, std::back_inserter(selection.identifiers));
 }
@@ -58,7 +60,7 @@ void addFiles(const std::string& argument, LibrarySelection& selection) {
         isFound = isFound || identifier;
     }
     if (!isFound && selection.complaints.size() == complaints)
-        selection.complaints.push_back({argument, kNotInLibrary});
+        selection.complaints.push_back({argument, kNotInLibrary, kNotInLibraryLabel});
 }
 
 }  // namespace
@@ -69,7 +71,7 @@ LibrarySelection selectInLibrary(const std::vector<std::string>& arguments) {
         if (isAppURL(argument))
             addURL(argument, selection);
         else if (argument == "-")
-            selection.complaints.push_back({argument, kNotInLibrary});
+            selection.complaints.push_back({argument, kNotInLibrary, kNotInLibraryLabel});
         else
             addFiles(argument, selection);
     }
@@ -109,13 +111,29 @@ void AppLibrary::open(const std::vector<std::string>& arguments, std::size_t pag
 }
 
 void AppLibrary::openSelection(LibrarySelection selection, std::size_t page, const Opened& opened) {
-    if (!selection.identifiers.empty()) {
+    foundNothing_ = selection.identifiers.empty();
+    if (!foundNothing_) {
         const std::size_t last = selection.identifiers.size() - 1;
         source_->onLoadOpenPHAssetIDsArray = std::move(selection.identifiers);
         source_->onLoadOpenPHAssetIDsArrayCurrentIndexPosition = std::min(page > 0 ? page : selection.position, last);
         source_->checkAndGoToExifDetailsScreenForPHAssetID();
     }
     opened(selection.complaints);
+}
+
+void AppLibrary::addFolder(const std::string& path, Opened opened) {
+    const std::weak_ptr weak = self_;
+    DispatchQueue::global(DispatchPriority::high)
+        .async([weak, path, opened = std::move(opened), stack = std::weak_ptr(navigation_)] {
+            const auto library = std::dynamic_pointer_cast<photos::PhotoLibrary>(PHPhotoLibrary::sharedPhotoLibrary());
+            const std::string fault = library ? library->addFolder(path) : "there is no photo library";
+            if (fault.empty()) static_cast<void>(library->scan());
+            DispatchQueue::main().async([=] {
+                const auto self = weak.lock();
+                if (!self) return;
+                fault.empty() ? (*self)->openAll(0, opened) : opened({{path, fault}});
+            });
+        });
 }
 
 void AppLibrary::openAll(std::size_t page, Opened opened) {
@@ -143,11 +161,13 @@ void AppLibrary::loadUntil(std::size_t page, const Opened& opened) {
         const ExifDataListDataSource& source = *(*self)->source_;
         if (source.exifDataItemsArray.size() <= page && source.hasMoreExifObjects)
             return (*self)->loadUntil(page, opened);
+        (*self)->foundNothing_ = source.exifDataItemsArray.empty();
         (*self)->showLoaded(page);
-        opened(
-            source.exifDataItemsArray.empty()
-                ? std::vector<Complaint>{{"", "the photo library is empty; 'tessaly library add FOLDER' adds photos"}}
-                : std::vector<Complaint>());
+        std::vector<Complaint> complaints;
+        if (source.exifDataItemsArray.empty())
+            complaints.push_back(
+                {"", "the photo library is empty; 'tessaly library add FOLDER' adds photos", kEmptyLabel});
+        opened(complaints);
     });
 }
 

@@ -41,6 +41,12 @@ public:
     /// Opens the photos that the arguments name, or the whole library, the newest first, when there are none.
     /// `page` is counted from 0; a URL brings its own.
     void open(const std::vector<std::string>& arguments, std::size_t page, Opened opened);
+    /// Adds a folder to the library, has it read, and opens the whole library.
+    void addFolder(const std::string& path, Opened opened);
+    /// Whether what was opened last has no photo in the library, so that no screen was shown for it.
+    [[nodiscard]] bool foundNothing() const noexcept { return foundNothing_; }
+    /// Whether a screen with photos stands on the stack.
+    [[nodiscard]] bool showsPhotos() const { return navigation_->viewControllers().size() > 1; }
     /// The back button's work, or Escape's.
     void goBack();
 
@@ -59,6 +65,7 @@ private:
     std::shared_ptr<AppLibrary*> self_ = std::make_shared<AppLibrary*>(this);
     Observable::Observation stack_;
     bool hasShown_ = false;
+    bool foundNothing_ = false;
 };
 
 }  // namespace tessaly::viewer

@@ -11,6 +11,7 @@
 #include "StandardInput.h"
 #include "acquisition/MediaFile.h"
 #include "platform/Foundation/Dispatch.h"
+#include "platform/Foundation/NSBundle.h"
 #include "platform/ImageIO/CGImageSource.h"
 
 namespace tessaly::viewer {
@@ -20,6 +21,9 @@ namespace fs = std::filesystem;
 
 constexpr const char* kStandardInput = "-";
 constexpr std::string_view kNothingKnown = "is not a photo or video of a known format";
+constexpr std::string_view kMissing = localizable("%@ cannot be found.");
+constexpr std::string_view kForeign = localizable("%@ is not a photo or video that can be shown here.");
+constexpr std::string_view kNoPhotosInside = localizable("There are no photos or videos in %@.");
 /// Beyond one a core, for files that have to be waited for.
 constexpr std::size_t kThreadsPerCore = 2;
 
@@ -30,6 +34,7 @@ struct Candidate {
     bool isStandardInput = false;
     std::shared_ptr<NSItemProvider> provider;  ///< Null where there is a fault.
     std::string fault;                         ///< "" also for what folders may hold beside photos.
+    std::string_view label{};
 };
 
 bool isShown(const fs::directory_entry& entry) {
@@ -62,10 +67,14 @@ std::string faultOf(const NamedFile& file) {
 
 void lookIntoFile(Candidate& candidate) {
     auto provider = std::make_shared<NSItemProvider>(NSURL::fileURLWithPath(candidate.file.path));
-    if (provider->typeIdentifier().empty())
+    if (provider->typeIdentifier().empty()) {
+        std::error_code ignored;
+        const bool isThere = fs::exists(candidate.file.path, ignored);
         candidate.fault = faultOf(candidate.file);
-    else
+        candidate.label = isThere ? kForeign : kMissing;
+    } else {
         candidate.provider = std::move(provider);
+    }
 }
 
 /// A picture is handed on as bytes; players and the movie readers want a file.
@@ -84,6 +93,7 @@ void lookIntoStandardInput(Candidate& candidate, ScratchFolder& scratch) {
             lookIntoFile(candidate);
     } else if (provider->typeIdentifier().empty()) {
         candidate.fault = kNothingKnown;
+        candidate.label = kForeign;
     } else {
         candidate.provider = std::move(provider);
     }
@@ -96,11 +106,11 @@ std::vector<Candidate> candidatesOf(const std::vector<std::string>& arguments,
     for (std::size_t at = 0; at < arguments.size(); ++at) {
         if (arguments[at] != kStandardInput) {
             for (NamedFile& file : filesOfArgument(arguments[at], complaints[at]))
-                candidates.push_back({std::move(file), at, false, nullptr, {}});
+                candidates.push_back({std::move(file), at, false, nullptr, {}, {}});
         } else if (std::exchange(isInputTaken, true)) {
             complaints[at].push_back({kStandardInput, "standard input can be shown once only"});
         } else {
-            candidates.push_back({{kStandardInput, {}, false}, at, true, nullptr, {}});
+            candidates.push_back({{kStandardInput, {}, false}, at, true, nullptr, {}, {}});
         }
     }
     return candidates;
@@ -164,12 +174,13 @@ Intake takeIn(const std::vector<std::string>& arguments) {
         if (candidate.provider)
             items[candidate.argument]->attachments.push_back(std::move(candidate.provider));
         else if (!candidate.fault.empty())
-            complaints[candidate.argument].push_back({std::move(candidate.file.name), std::move(candidate.fault)});
+            complaints[candidate.argument].push_back(
+                {std::move(candidate.file.name), std::move(candidate.fault), candidate.label});
     }
     for (std::size_t at = 0; at < arguments.size(); ++at) {
         intake.attachments += items[at]->attachments.size();
         if (items[at]->attachments.empty() && complaints[at].empty())
-            complaints[at].push_back({arguments[at], "there are no photos or videos in it"});
+            complaints[at].push_back({arguments[at], "there are no photos or videos in it", kNoPhotosInside});
         if (!items[at]->attachments.empty()) intake.items.push_back(std::move(items[at]));
         std::ranges::move(complaints[at], std::back_inserter(intake.complaints));
     }

@@ -2,6 +2,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/Foundation/NSExtensionContext.h"
@@ -19,6 +20,8 @@ struct NamedFile {
 struct Complaint {
     std::string name;
     std::string what;
+    /// The same for the screen: an English key, with a place for the name where it has one; "" shows `what`.
+    std::string_view label{};
 };
 
 /// Where the bytes of "-" are kept when only a file will do. Gone with the object.

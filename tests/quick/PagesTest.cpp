@@ -3,7 +3,9 @@
 #include <filesystem>
 
 #include "WindowFixture.h"
+#include "extension/EmptyPageViewController.h"
 #include "platform/Foundation/NSBundle.h"
+#include "settings/NSBundle+Language.h"
 
 /// Pages: which there are, and turning them.
 namespace tessaly::test {
@@ -136,12 +138,38 @@ TEST_F(Pages, OfAnEmptyRequestSayThatThereIsNothing) {
     EXPECT_EQ(ended, 1);
 }
 
+TEST_F(Pages, WithoutPhotosSayWhyAndWhatCanBeDone) {
+    int first = 0, second = 0, closed = 0;
+    const auto empty = std::make_shared<EmptyPageViewController>(
+        EmptyPageViewController::Content{{{"%@ cannot be found.", "a.jpg"}, {"", "b.jpg: permission denied"}},
+                                         "Choose the photos that you want to look at.",
+                                         {{"Choose Photos", [&] { ++first; }}, {"Add Folder", [&] { ++second; }}}},
+        [&] { ++closed; });
+    show(empty, {320, 480});
+    ASSERT_TRUE(waitFor([this] { return textReading(root(), "a.jpg cannot be found.\nb.jpg: permission denied"); }));
+    tap(buttonNamed(root(), "Choose Photos"));
+    EXPECT_TRUE(waitFor([&] { return first == 1; }));
+    QQuickItem* const other = buttonNamed(root(), "Add Folder");
+    ASSERT_TRUE(other);
+    other->forceActiveFocus(Qt::TabFocusReason);
+    press(Qt::Key_Return);
+    EXPECT_EQ(second, 1) << "by keyboard";
+    NSBundleLanguage::setLanguage("de");
+    empty->reloadInterface();
+    EXPECT_TRUE(textReading(root(), "Wähle die Fotos aus, die du ansehen möchtest."));
+    EXPECT_TRUE(buttonNamed(root(), "Ordner hinzufügen"));
+    empty->showFault("Could not open: here");
+    EXPECT_TRUE(waitFor([this] { return textReading(root(), "Could not open: here"); }));
+    UIBarButtonItem::send(empty->navigationItem().leftBarButtonItem());
+    EXPECT_EQ(closed, 1);
+}
+
 TEST_F(Pages, OfFilesThatVanishSaySo) {
     open(photos(4));
     for (const std::string& name : names()) std::filesystem::remove(folder.path() / name);
     press(Qt::Key_End);
     ASSERT_TRUE(arrivesAt(3));
-    EXPECT_TRUE(waitFor([&] { return header() && textReading(*header(), "This picture cannot be shown"); }))
+    EXPECT_TRUE(waitFor([&] { return header() && textReading(*header(), "This photo is no longer there."); }))
         << "instead of its picture";
     EXPECT_FALSE(rows().empty()) << "what was read is still known";
     tap(buttonNamed(root(), "Share"));

@@ -177,16 +177,18 @@ void Viewer::showRequest(Intake intake) {
     MBProgressHUD::hideAllHUDsForView(waiting_, false);
     scratch_ = intake.scratch;
     report(intake.complaints);
-    const bool isEmpty = intake.attachments == 0;
-    if (isEmpty) report({{"", "there is nothing to show"}});
+    if (intake.attachments == 0) {
+        report({{"", "there is nothing to show"}});
+        return showNothing(intake.complaints);
+    }
     detail_ = ExifPhotoDetailViewController::create();
-    detail_->setExtensionContext(std::make_shared<Request>(std::move(intake.items), [this] { quit(); }));
-    if (arguments_.page > intake.attachments && !isEmpty)
+    detail_->setExtensionContext(std::make_shared<Request>(std::move(intake.items), [this] { endRequest(); }));
+    if (arguments_.page > intake.attachments)
         report({{"--page", "there are no more than " + std::to_string(intake.attachments) + " pages"}});
-    if (!isEmpty) detail_->currentIndexPath = {std::min(arguments_.page, intake.attachments) - 1, 0};
+    detail_->currentIndexPath = {std::min(arguments_.page, intake.attachments) - 1, 0};
     window_.setRootViewController(detail_);
-    if (arguments_.sharesWithoutMetadata && !isEmpty) shareWithoutMetadata();
-    isEmpty&& screenshot_ ? quit() : contentIsThere();
+    if (arguments_.sharesWithoutMetadata) shareWithoutMetadata();
+    contentIsThere();
 }
 
 void Viewer::shareWithoutMetadata() {
@@ -205,7 +207,7 @@ void Viewer::showLibrary() {
     window_.setRootViewController(library_->navigation());
     library_->open(arguments_.items, arguments_.page - 1, [this](const std::vector<Complaint>& complaints) {
         report(complaints);
-        contentIsThere();
+        library_->foundNothing() ? showNothing(complaints) : contentIsThere();
     });
 }
 
@@ -244,17 +246,31 @@ void Viewer::takeHandover(const Handover& handover) {
     window.raise();
     window.requestActivate();
     if (handover.items.empty() || !library_) return;
-    library_->open(handover.items, 0, [this](const std::vector<Complaint>& complaints) { report(complaints); });
+    library_->open(handover.items, 0, [this, items = handover.items](const std::vector<Complaint>& complaints) {
+        if (!library_->foundNothing()) {
+            report(complaints);
+            return window_.setRootViewController(library_->navigation());
+        }
+        if (std::ranges::any_of(items, isAppURL)) {
+            report(complaints);
+            return showNothing(complaints);
+        }
+        // Not of the library: shown as files, as a program of their own would.
+        takeInBackground(items, [self = std::weak_ptr(self_)](Intake intake) {
+            if (const auto viewer = self.lock()) (*viewer)->showRequest(std::move(intake));
+        });
+    });
 }
 
 void Viewer::goBack() {
-    if (library_) return library_->goBack();
-    if (detail_ && detail_->presentedViewController()) return detail_->dismissViewController(true);
-    leave();
+    const UIViewControllerRef shown = window_.host().controller();
+    if (library_ && !showsRequest() && shown != nothing_) return library_->goBack();
+    if (shown && shown->presentedViewController()) return shown->dismissViewController(true);
+    showsRequest() ? detail_->backButtonOnExtensionTapped() : leave();
 }
 
 void Viewer::leave() {
-    if (detail_ && detail_->extensionContext()) return detail_->backButtonOnExtensionTapped();
+    if (!library_ && showsRequest()) return detail_->backButtonOnExtensionTapped();
     quit();
 }
 

@@ -9,7 +9,9 @@
 #include "../SingleInstance.h"
 #include "KeyFilter.h"
 #include "Screenshot.h"
+#include "extension/EmptyPageViewController.h"
 #include "extension/ExifPhotoDetailViewController.h"
+#include "linux/quick/sheets/OpenPortal.h"
 #include "linux/quick/window/ViewerWindow.h"
 
 namespace tessaly::viewer {
@@ -30,6 +32,14 @@ private:
     /// All photos of the request; files that are still being read are waited for.
     void shareWithoutMetadata();
     void showLibrary();
+    /// A page that says why there are no photos, and what can be done.
+    void showNothing(const std::vector<Complaint>& complaints);
+    void choosePhotos();
+    void addFolder();
+    void openFileManager() const;
+    /// The request is done: back to the library where that was shown before.
+    void endRequest();
+    [[nodiscard]] bool showsRequest() const;
     void showLanguages();
     /// Over the screen that is shown.
     void presentLanguages();
@@ -50,6 +60,8 @@ private:
     PinnedTraits traits_;
     std::unique_ptr<AppLibrary> library_;
     std::shared_ptr<ExifPhotoDetailViewController> detail_;
+    std::shared_ptr<EmptyPageViewController> nothing_;
+    quick::OpenPortal chooser_{QDBusConnection::sessionBus()};
     std::shared_ptr<ScratchFolder> scratch_;
     std::shared_ptr<UIView> waiting_;
     std::unique_ptr<KeyFilter> keys_;
