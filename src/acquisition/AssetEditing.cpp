@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "acquisition/ExifManager.h"
+#include "acquisition/TemporaryImageFile.h"
 #include "platform/AVFoundation/AVAssetExportSession.h"
 #include "platform/Foundation/Log.h"
 #include "platform/Foundation/NSFileManager.h"
@@ -108,6 +109,8 @@ void editAsset(const PHAssetRef& asset, AssetEdit edit, EditCompletion completio
 }
 
 Data photoWithoutMetadata(const NSURL& photo) {
+    // Its bytes are no part of the result: a raw photo is not replaced by its development.
+    static_cast<void>(RawFileManager::fetchImageFromRawFile(photo));
     return ExifManager::imageDataByRemovingExifAndGeoTagging(NSFileManager::contentsAtPath(photo.path()));
 }
 

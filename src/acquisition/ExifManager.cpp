@@ -1,5 +1,7 @@
 #include "acquisition/ExifManager.h"
 
+#include <filesystem>
+
 #include "acquisition/UIImage+Resize.h"
 #include "platform/Foundation/Log.h"
 #include "platform/Foundation/NSLocale.h"
@@ -73,7 +75,6 @@ ExifInformationRef ExifManager::exifInformationFromSource(const CGImageSourceRef
     record->imageResultIsInCloud = false;
     record->fileSizeInBytes = static_cast<std::int64_t>(CGImageSourceGetByteCount(source));
     record->imageFilePathURL = url;
-    record->isRAWFile = CGImageSourceGetType(source).find("raw-image") != std::string_view::npos;
     return record;
 }
 
@@ -81,6 +82,10 @@ ExifInformationRef ExifManager::exifinformationFromNSURL(const NSURL& url) {
     log("exifinformationFromNSURL %@", url.absoluteString());
     const auto source = CGImageSourceCreateWithURL(url.path());
     auto record = exifInformationFromSource(source, url);
+    // What is no picture has a size all the same.
+    std::error_code error;
+    const auto size = source ? 0 : std::filesystem::file_size(url.path(), error);
+    if (!source && !error) record->fileSizeInBytes = static_cast<std::int64_t>(size);
     if (!record->thumbNailImage) record->thumbNailImage = UIImageResize::thumbNailImageFromImageSource(source);
     return record;
 }

@@ -14,9 +14,13 @@ std::string_view lastComponent(std::string_view name) {
     return last.empty() || last == "." || last == ".." ? "tempImage" : last;
 }
 
+constexpr std::string_view kRawName = "/temp_raw.tiff";
+
+std::string ownFolder() { return NSFileManager::temporaryDirectory() + "/tessaly-" + NSFileManager::userName(); }
+
 /// "" where the folder cannot be made.
 std::string preparedFolder() {
-    std::string folder = NSFileManager::temporaryDirectory() + "/tessaly-" + NSFileManager::userName();
+    std::string folder = ownFolder();
     log("FOLDER %@", folder);
     if (const std::string error = NSFileManager::createDirectoryAtPath(folder); !error.empty()) {
         log("Error %@", error);
@@ -42,10 +46,12 @@ bool deleteTemporaryFileAtURL(const NSURL& url) { return NSFileManager::isDeleta
 
 std::string RawFileManager::temporaryFilePath() {
     const std::string folder = preparedFolder();
-    return folder.empty() ? std::string() : folder + "/temp_raw.tiff";
+    return folder.empty() ? std::string() : std::string(folder).append(kRawName);
 }
 
-Data RawFileManager::fetchImageFromRawFile() { return NSFileManager::contentsAtPath(temporaryFilePath()); }
+Data RawFileManager::fetchImageFromRawFile(const NSURL&) {
+    return NSFileManager::contentsAtPath(ownFolder().append(kRawName));
+}
 
 void MemoryManager::report_memory() {
     const auto statistics = HostStatistics::current();

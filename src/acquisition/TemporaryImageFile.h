@@ -18,8 +18,8 @@ namespace RawFileManager {
 
 /// "temp_raw.tiff" in the temporary folder's part of this program; its folder is made.
 [[nodiscard]] std::string temporaryFilePath();
-/// The bytes of that file, null when there is none.
-[[nodiscard]] Data fetchImageFromRawFile();
+/// The bytes of that file, null when there is none, whatever raw file is asked for: who develops one leaves it there.
+[[nodiscard]] Data fetchImageFromRawFile(const NSURL& rawFile);
 
 }  // namespace RawFileManager
 

@@ -111,11 +111,13 @@ UIImageRef rotateUIImage(const UIImageRef& image, UIImageOrientation orientation
 
 UIImageRef rotateImage(const UIImageRef& image, float degrees) {
     if (!image) return nullptr;
-    const double side = std::max(image->size().width, image->size().height);
+    const auto [width, height] = image->size();
+    const double side = std::max(width, height);
     UIGraphicsImageContext context({side, side});
     context.translate(side / 2, side / 2);
     context.rotate(static_cast<double>(degrees) * std::numbers::pi / 180);
-    context.draw(image->cgImage(), {{-side / 2, -side / 2}, {side, side}});
+    // From the picture's own corner but as wide as the square: what is not square is stretched, and cut off at one end.
+    context.draw(image->cgImage(), {{-width / 2, -height / 2}, {side, side}});
     return context.image();
 }
 
@@ -164,13 +166,16 @@ UIImageRef scaleTo(const UIImageRef& image, CGSize size) {
 UIImageRef fixOrientation(const UIImageRef& image) {
     if (!image || image->imageOrientation() == UIImageOrientation::up) return image;
     const CGSize size = image->size();
-    // Pixel for pixel: depth, alpha and colours stay, nothing is resampled.
+    // Pixel for pixel: depth, alpha and colours stay, and nothing is resampled where a point is a pixel.
     const CGImageRef upright = CGImageCreateTurned(image->cgImage(), exifOrientation(image->imageOrientation()));
     if (!std::isfinite(size.width) || !std::isfinite(size.height) || !upright) {
         writeLogLine("fixOrientation: a picture without a bitmap cannot be turned");
         std::abort();
     }
-    return UIImage::imageWithCGImage(upright);
+    if (image->scale() == 1) return UIImage::imageWithCGImage(upright);
+    // As large as it is displayed: a pixel a point, and whole ones.
+    const CGSize whole{std::max(1.0, std::floor(size.width)), std::max(1.0, std::floor(size.height))};
+    return imageWithImage(UIImage::imageWithCGImage(upright), whole, {{0, 0}, whole});
 }
 
 }  // namespace tessaly::UIImageResize

@@ -32,7 +32,8 @@ std::shared_ptr<SharedImage> imageWithVeryLargeNSData(const Data& data,
 [[nodiscard]] float degreeOfOrientation(UIImageOrientation orientation);
 /// The same bitmap with scale 1 and orientation up, whatever is asked for.
 [[nodiscard]] UIImageRef rotateUIImage(const UIImageRef& image, UIImageOrientation orientation);
-/// The bitmap turned clockwise and stretched to a square as wide as its longer side.
+/// The bitmap turned clockwise, stretched to a square as wide as its longer side, and as far off its middle as the
+/// shorter side is shorter.
 [[nodiscard]] UIImageRef rotateImage(const UIImageRef& image, float onDegrees);
 /// The picture in a rectangle of a canvas of that size, in pixels.
 [[nodiscard]] UIImageRef imageWithImage(const UIImageRef& image, CGSize scaledToSize, CGRect inRect);
@@ -44,7 +45,8 @@ std::shared_ptr<SharedImage> imageWithVeryLargeNSData(const Data& data,
 [[nodiscard]] UIImageRef imageWithRoundedCornersRadius(const UIImageRef& image, double radius);
 /// Stretched to a size in points of the main screen; the picture itself when that is not possible.
 [[nodiscard]] UIImageRef scaleTo(const UIImageRef& image, CGSize size);
-/// The same picture with its bitmap turned upright. A picture without a bitmap or of no finite size ends the program.
+/// The same picture with its bitmap turned upright, a pixel a point. A picture without a bitmap or of no finite size
+/// ends the program.
 [[nodiscard]] UIImageRef fixOrientation(const UIImageRef& image);
 
 }  // namespace tessaly::UIImageResize

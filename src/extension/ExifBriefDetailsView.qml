@@ -24,7 +24,7 @@ Interface {
     component Value: OutletLabel {
         id: value
         property real fit: 1
-        font { family: Theme.family; pixelSize: Math.max(9, Math.floor(15 * brief.scaled * value.fit)); weight: Font.DemiBold }
+        font { family: Theme.family; pixelSize: Math.max(9, Math.floor(15 * brief.scaled * value.fit)); weight: value.outlet.font.weight }
         color: Theme.text
     }
 
@@ -39,7 +39,7 @@ Interface {
 
         TextMetrics {
             id: needed
-            font { family: Theme.family; pixelSize: 15 * brief.scaled; weight: Font.DemiBold }
+            font { family: Theme.family; pixelSize: 15 * brief.scaled; weight: brief.outlets.label("fStopLabel").font.weight }
             text: brief.outlets.label("fStopLabel").text + brief.outlets.label("exposureTimeInSecondsLabel").text
                   + brief.outlets.label("isoValueLabel").text + brief.outlets.label("focalLengthLabel").text
         }
@@ -70,7 +70,7 @@ Interface {
         textFormat: Text.PlainText
         fontSizeMode: Text.HorizontalFit
         minimumPixelSize: 9
-        font { family: Theme.family; pixelSize: 13 * brief.scaled; weight: Font.Medium }
+        font { family: Theme.family; pixelSize: 13 * brief.scaled; weight: flash.outlet.font.weight }
         color: Theme.secondaryText
         Accessible.ignored: true
     }
@@ -81,7 +81,7 @@ Interface {
         elide: Text.ElideRight
         fontSizeMode: Text.HorizontalFit
         minimumPixelSize: 9
-        font { family: Theme.family; pixelSize: 13 * brief.scaled; weight: Font.Medium }
+        font { family: Theme.family; pixelSize: 13 * brief.scaled; weight: outlet.font.weight }
         color: Theme.secondaryText
     }
     Touchable {
@@ -106,7 +106,7 @@ Interface {
             minimumPixelSize: 9
             text: fact.key.text
             textFormat: Text.PlainText
-            font { family: Theme.family; pixelSize: 13 * brief.scaled; weight: Font.Medium }
+            font { family: Theme.family; pixelSize: 13 * brief.scaled; weight: fact.key.font.weight }
             color: Theme.secondaryText
         }
         Text {
@@ -116,7 +116,7 @@ Interface {
             minimumPixelSize: 9
             text: fact.value.text
             textFormat: Text.PlainText
-            font { family: Theme.family; pixelSize: 15 * brief.scaled; weight: Font.DemiBold }
+            font { family: Theme.family; pixelSize: 15 * brief.scaled; weight: fact.value.font.weight }
             color: Theme.text
         }
     }
@@ -151,7 +151,7 @@ Interface {
         horizontalAlignment: Text.AlignHCenter
         fontSizeMode: Text.Fit
         minimumPixelSize: 8
-        font { family: Theme.family; pixelSize: 13 * Theme.textScale; weight: Font.Medium }
+        font { family: Theme.family; pixelSize: 13 * Theme.textScale; weight: brief.longMessage.font.weight }
         color: Theme.secondaryText
     }
     Row {
@@ -163,7 +163,7 @@ Interface {
             width: Math.min(implicitWidth, brief.width - 76)
             wrapMode: Text.Wrap
             outlet: brief.outlets.label("noExifDataAvailableShortMessageLabel")
-            font { family: Theme.family; pixelSize: 14 * brief.scaled; weight: Font.Medium }
+            font { family: Theme.family; pixelSize: 14 * brief.scaled; weight: outlet.font.weight }
             color: Theme.text
         }
         OutletButton {

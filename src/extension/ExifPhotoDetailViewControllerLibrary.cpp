@@ -130,6 +130,7 @@ private:
             });
     }
 
+    /// Whether the original may go is the library's to say: it refuses, and tells why, what is on a server or locked.
     void deleteOriginal() {
         PHPhotoLibrary::sharedPhotoLibrary()->performChanges(
             [asset = asset_] {

@@ -230,10 +230,18 @@ NSURL mainAppURL(const std::vector<std::optional<NSDate>>& dates, std::size_t cu
                                           identifiers, position));
 }
 
+/// A copy of a photo for other programs, and those that take it.
 struct OpenedFile {
     Data data;
     NSURL url;
+    std::vector<OpeningProgram> programs;
 };
+
+void shareFromBar(const Screen& screen, const Data& data, const std::string& name, ExifInformation& record) {
+    const UIBarButtonItems& buttons = screen->navigationItem().rightBarButtonItems();
+    screen->showActivityViewControllerWithItems(itemsOf(data, name, record.shortExifStringsForShare()), screen->view(),
+                                                buttons.empty() ? nullptr : buttons.front());
+}
 
 }  // namespace
 
@@ -296,17 +304,26 @@ void ExifPhotoDetailViewController::openImageWithEXIF(const ExifInformationRef& 
     underOverlay(
         self(), DispatchPriority::normal,
         [asset = record->phAsset, name]() -> OpenedFile {
-            const Data data = bytesOf(asset, true);
-            return {data, data ? temporaryURLForImageNSData(data, name) : NSURL()};
+            OpenedFile file;
+            file.data = bytesOf(asset, true);
+            if (file.data) file.url = temporaryURLForImageNSData(file.data, name);
+            if (!file.url.empty()) file.programs = programsThatOpen(file.url);
+            return file;
         },
         [name, record](const Screen& screen, const OpenedFile& file) {
             if (!file.data) return tellThatItIsGone(screen);
-            UIDocumentInteractionController documents(file.url);
+            const auto share = [weak = WeakScreen(screen), data = file.data, name, record] {
+                if (const Screen self = weak.lock()) shareFromBar(self, data, name, *record);
+            };
+            UIDocumentInteractionController documents(file.url, file.programs);
             documents.didEndSendingToApplication = [] { removeAllTemporaryFiles(); };
-            if (!file.url.empty()) documents.presentOpenInMenuFromRect({}, screen->view(), true);
-            const UIBarButtonItems& buttons = screen->navigationItem().rightBarButtonItems();
-            screen->showActivityViewControllerWithItems(itemsOf(file.data, name, record->shortExifStringsForShare()),
-                                                        screen->view(), buttons.empty() ? nullptr : buttons.front());
+            documents.didFailToSend = [weak = WeakScreen(screen)](const std::string& why) {
+                if (const Screen self = weak.lock())
+                    self->showMessage(formatted(localized("Could not open: %@"), why), false);
+            };
+            // One after the other: two sheets at once are one too many to answer.
+            documents.didDismissOpenInMenu = share;
+            if (!documents.presentOpenInMenuFromRect({}, screen->view(), *screen, true)) share();
         });
 }
 

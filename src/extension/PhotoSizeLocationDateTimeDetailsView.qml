@@ -10,25 +10,30 @@ Interface {
     readonly property real scaled: Math.min(Math.max(Theme.textScale, 0.8), 2)
     readonly property bool stacked: scaled > 1.3
     readonly property real margin: 14
+    readonly property color veil: outlets.self().backgroundColor
 
     implicitHeight: stacked ? place.height + date.height + size.height + name.height + 44 : 96 * Math.max(1, scaled)
 
+    // Even behind the texts; above them it goes over into the photo.
     Rectangle {
-        anchors.fill: parent
+        anchors { left: parent.left; right: parent.right; top: parent.top; bottom: ground.top }
         gradient: Gradient {
-            GradientStop { position: 0; color: "transparent" }
-            GradientStop { position: 0.35; color: "#73000000" }
-            GradientStop { position: 0.6; color: "#b0000000" }
-            GradientStop { position: 1; color: "#d0000000" }
+            GradientStop { position: 0; color: Qt.alpha(line.veil, 0) }
+            GradientStop { position: 1; color: line.veil }
         }
+    }
+    Rectangle {
+        id: ground
+        anchors { left: parent.left; right: parent.right; bottom: parent.bottom }
+        height: line.stacked ? line.height - 20 : 54 * Math.max(1, line.scaled)
+        color: line.veil
     }
 
     component Caption: OutletLabel {
-        font { family: Theme.family; pixelSize: 13 * line.scaled; weight: Font.Medium }
+        font { family: Theme.family; pixelSize: 13 * line.scaled; weight: outlet.font.weight }
         // A text that is too long becomes smaller before it is cut.
         fontSizeMode: line.stacked ? Text.HorizontalFit : Text.FixedSize
         minimumPixelSize: 13
-        color: "white"
         elide: Text.ElideRight
         maximumLineCount: 1
     }
@@ -47,7 +52,7 @@ Interface {
         width: 13
         height: 13
         name: "location_pin"
-        color: "white"
+        color: place.color
     }
     Caption {
         id: place

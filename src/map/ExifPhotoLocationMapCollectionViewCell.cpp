@@ -88,8 +88,8 @@ void ExifPhotoLocationMapCollectionViewCell::updateWidth() {
 MKAnnotationViewRef ExifPhotoLocationMapCollectionViewCell::viewForAnnotation(MKMapView& map,
                                                                               const MKAnnotationRef& annotation) {
     if (std::dynamic_pointer_cast<MKUserLocation>(annotation)) return nullptr;
-    // A negative course is an unknown one: an arrow would claim what nobody knows.
-    if (location().course > 0) {
+    // A negative course is an unknown one: an arrow would claim what nobody knows. Due north is a pin, too.
+    if (const double course = location().course; std::isfinite(course) && course > 0) {
         annotationView = std::dynamic_pointer_cast<PhotoDirectionAnnotationView>(
             map.dequeueReusableAnnotationViewWithIdentifier(kArrowReuseID));
         if (!annotationView) annotationView = std::make_shared<PhotoDirectionAnnotationView>(kArrowReuseID);

@@ -43,12 +43,14 @@ TEST(ExifManager, PlacesAPhotoByItsHemispheresAndNothingElse) {
 
 TEST(ExifManager, NeverFails) {
     const TemporaryFolder folder;
-    for (const std::string& path : {folder.write("broken.jpg", "\xFF\xD8\xFF"), folder.write("text.txt", "hello"),
-                                    (folder.path() / "missing.jpg").string()}) {
+    for (const auto& [path, size] :
+         {std::pair(folder.write("broken.jpg", "\xFF\xD8\xFF"), 3), std::pair(folder.write("text.txt", "hello"), 5),
+          std::pair((folder.path() / "missing.jpg").string(), 0)}) {
         const auto record = ExifManager::exifinformationFromNSURL(NSURL::fileURLWithPath(path));
         ASSERT_TRUE(record);
         EXPECT_FALSE(record->exifInfoAvailable);
         EXPECT_FALSE(record->gpsInfoAvailable());
+        EXPECT_EQ(record->fileSizeInBytes, size) << "what is no picture has a size all the same";
     }
     EXPECT_FALSE(ExifManager::metadataFromImageData(nullptr));
     EXPECT_FALSE(ExifManager::metadataFromImageURL({}));

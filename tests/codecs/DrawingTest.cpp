@@ -150,7 +150,7 @@ TEST(Resizing, FixesOrientationPixelForPixel) {
                 return Pixel{1, static_cast<int>('a' + x + 3 * y), 2, 3};
             };
             const CGImageRef stored = bitmap(3, 2, letters, CGImageAlphaInfo::first, bits);
-            const UIImageRef fixed = fixOrientation(UIImage::imageWithCGImage(stored, 2, orientation));
+            const UIImageRef fixed = fixOrientation(UIImage::imageWithCGImage(stored, 1, orientation));
             EXPECT_EQ(lettersOf(fixed->cgImage()), upright);
             EXPECT_EQ(fixed->imageOrientation(), UIImageOrientation::up);
             EXPECT_EQ(fixed->cgImage()->bitsPerComponent, bits);
@@ -160,6 +160,9 @@ TEST(Resizing, FixesOrientationPixelForPixel) {
     EXPECT_EQ(imageOrientation(0), UIImageOrientation::up);
     EXPECT_EQ(imageOrientation(9), UIImageOrientation::up);
     EXPECT_FALSE(fixOrientation(nullptr));
+    const UIImageRef sharp = fixOrientation(UIImage::imageWithCGImage(quadrants(), 2, UIImageOrientation::right));
+    EXPECT_EQ(sizeOf(sharp->cgImage()), "16 x 32") << "as large as it is displayed, in points";
+    EXPECT_EQ(colorsOf(sharp->cgImage()), "BRWG");
 }
 
 TEST(ResizingDeathTest, APictureWithoutABitmapCannotBeFixed) {
@@ -171,16 +174,24 @@ TEST(ResizingDeathTest, APictureWithoutABitmapCannotBeFixed) {
 TEST(Resizing, TurnsTheBitmapIntoASquare) {
     struct Row {
         float degrees;
-        const char* expected;
+        UIImageOrientation orientation;
+        const char* edges;  ///< Top, right, bottom and left; a point where nothing was drawn.
     };
-    for (const auto& [degrees, expected] :
-         {Row{0, "RGBW"}, Row{90, "BRWG"}, Row{180, "WBGR"}, Row{-90, "GWRB"}, Row{450, "BRWG"}}) {
-        const CGImageRef turned = rotateImage(picture(), degrees)->cgImage();
-        EXPECT_EQ(sizeOf(turned), "64 x 64") << degrees;
-        EXPECT_EQ(colorsOf(turned), expected) << degrees;
+    using enum UIImageOrientation;
+    for (const auto& [degrees, orientation, edges] :
+         {Row{0, up, ".GBR"}, Row{90, up, "R.GB"}, Row{180, up, "WR.G"}, Row{-90, up, "GWR."}, Row{450, up, "R.GB"},
+          Row{90, right, ".RWB"}}) {
+        const CGImageRef turned = rotateImage(picture(orientation), degrees)->cgImage();
+        ASSERT_EQ(sizeOf(turned), "64 x 64") << degrees;
+        const std::pair<std::size_t, std::size_t> points[] = {{20, 4}, {59, 24}, {20, 59}, {4, 24}};
+        std::string colors;
+        for (const auto& [x, y] : points) {
+            const Pixel pixel = pixelAt(turned, x, y);
+            const bool red = pixel[0] > 128, green = pixel[1] > 128, blue = pixel[2] > 128;
+            colors += pixel[3] < 128 ? '.' : red && green && blue ? 'W' : red ? 'R' : green ? 'G' : 'B';
+        }
+        EXPECT_EQ(colors, edges) << degrees << ": from the picture's own corner, the bitmap whatever its orientation";
     }
-    EXPECT_EQ(colorsOf(rotateImage(picture(UIImageOrientation::right), 90)->cgImage()), "BRWG")
-        << "the bitmap, whatever its orientation";
     const UIImageRef reset =
         rotateUIImage(UIImage::imageWithCGImage(quadrants(), 3, UIImageOrientation::left), UIImageOrientation::down);
     EXPECT_EQ(reset->imageOrientation(), UIImageOrientation::up);

@@ -1,6 +1,8 @@
+#include <cstdlib>
 #include <filesystem>
 
 #include "ActionsFixture.h"
+#include "acquisition/TemporaryImageFile.h"
 #include "extension/ShareActivities.h"
 #include "platform/ImageIO/MetadataRewrite.h"
 #include "platform/UIKit/UIActivityViewController.h"
@@ -335,25 +337,49 @@ TEST_F(Sharing, OpensTheMainAppAtTheSamePhotos) {
 TEST_F(Sharing, OpensACopyInAnotherProgram) {
     write("a.jpg", describedPhoto());
     library_->scan();
-    RecordingApplication application;
+    const TemporaryFolder desktop;
+    desktop.write("applications/copier.desktop",
+                  "[Desktop Entry]\nType=Application\nName=Copier\nMimeType=image/jpeg;\nExec=cp %f " +
+                      (desktop.path() / "copy").string() + "\n");
+    desktop.write("applications/org.tessaly.Tessaly.desktop",
+                  "[Desktop Entry]\nType=Application\nName=Tessaly\nMimeType=image/jpeg;\nExec=cp %f\n");
+    desktop.write("applications/mimeinfo.cache",
+                  "[MIME Cache]\nimage/jpeg=org.tessaly.Tessaly.desktop;copier.desktop;\n");
+    const char* const before = std::getenv("XDG_DATA_DIRS");
+    const std::string directories = before ? before : "";
+    ::setenv("XDG_DATA_DIRS", desktop.path().c_str(), 1);
     struct Case {
         const char* name;
         const char* file;
+        bool isOpened;
     };
-    for (const auto& [name, file] : {Case{"a.jpg", "a.jpg"}, Case{"", "Image.JPG"}, Case{"../../b.jpg", "b.jpg"}}) {
+    std::string path;
+    for (const auto& [name, file, isOpened] :
+         {Case{"a.jpg", "a.jpg", true}, Case{"", "Image.JPG", false}, Case{"../../b.jpg", "b.jpg", true}}) {
         const auto shown = recordOfAsset("a.jpg");
         shown->setFileNameCached(name);
         const auto share = std::make_shared<UIBarButtonItem>(std::make_shared<UIView>());
         screen->navigationItem().setRightBarButtonItems({share});
         screen->openImageWithEXIF(shown);
         finish();
-        const NSURL url = NSURL::URLWithString(application.opened.back());
-        EXPECT_EQ(url.lastPathComponent(), file);
-        EXPECT_EQ(contentOf(url.path()), describedPhoto().text());
+        const auto menu = presenter.last<UIAlertController>();
+        ASSERT_TRUE(menu) << "the share sheet waits until it is gone";
+        EXPECT_EQ(titles(*menu), (Names{"Copier", "Cancel"}));
+        EXPECT_EQ(menu->message(), file);
+        path = (std::filesystem::path(RawFileManager::temporaryFilePath()).parent_path() / file).string();
+        EXPECT_EQ(contentOf(path), describedPhoto().text());
+        menu->userChose(isOpened ? 0 : 1);
         EXPECT_EQ(shared().size(), 2U);
+        const auto copy = desktop.path() / "copy";
+        const auto isCopied = [&] { return contentOf(copy.string()) == describedPhoto().text(); };
+        EXPECT_EQ(DispatchQueue::pumpMainQueueUntil(isCopied, std::chrono::milliseconds(isOpened ? 20000 : 0)),
+                  isOpened);
+        std::filesystem::remove(copy);
     }
     Screen::removeAllTemporaryFiles();
-    EXPECT_FALSE(std::filesystem::exists(NSURL::URLWithString(application.opened.back()).path()));
+    EXPECT_FALSE(std::filesystem::exists(path));
+    ::setenv("XDG_DATA_DIRS", directories.c_str(), 1);
+    if (!before) ::unsetenv("XDG_DATA_DIRS");
 }
 
 TEST_F(Sharing, DoesNothingPastTheRecords) {

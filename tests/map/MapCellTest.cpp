@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <numbers>
 
 #include "map/ExifPhotoLocationMapCollectionViewCell.h"
@@ -60,7 +61,10 @@ TEST_F(MapCell, PointsAnArrowWhereTheDirectionIsKnown) {
     const Case cases[] = {
         {"east", 90, "AnnotatioViewReuseID", 90},
         {"due north is told by a pin", 0, "stao", 0},
+        {"the least that is known", 1e-6, "AnnotatioViewReuseID", 1e-6},
         {"unknown", -1, "stao", 0},
+        {"not a number", std::numeric_limits<double>::quiet_NaN(), "stao", 0},
+        {"beyond all directions", std::numeric_limits<double>::infinity(), "stao", 0},
     };
     const auto cell = makeCell();
     for (const auto& [why, course, identifier, turned] : cases) {

@@ -7,6 +7,8 @@
 #include <thread>
 
 #include "LibraryFixture.h"
+#include "acquisition/ExifManager.h"
+#include "platform/Foundation/NSTimeZone.h"
 #include "platform/Photos/PHAssetResource.h"
 
 // What a scan makes of folders that others change as they like.
@@ -454,6 +456,28 @@ TEST_F(LibraryScan, KnowsScreenshots) {
             << name;
 }
 
+// Ten in the morning stays ten in the morning; what is an instant stays that.
+TEST_F(LibraryScan, KeepsTheTimeOfDayInEveryTimeZone) {
+    TiffBuilder offset;
+    offset.text(exif, 0x9011, "-05:00");
+    write("photo.jpg", photo(36000, offset));
+    write("movie.mov", movie(5));
+    write("undated.jpg", jpeg({}));
+    library_->scan();
+    const auto film = asset("movie.mov").creationDate;
+    const auto undated = asset("undated.jpg").creationDate;
+    for (const char* zone : {"Asia/Tokyo", "America/St_Johns", "UTC"}) {
+        NSTimeZone::setDefaultTimeZone(zone);
+        reopen();
+        const auto record = ExifManager::exifinformationFromNSURL(NSURL::fileURLWithPath(path("photo.jpg")));
+        EXPECT_EQ(asset("photo.jpg").creationDate, record->dateTaken) << zone;
+        EXPECT_EQ(asset("movie.mov").creationDate, film) << zone;
+        EXPECT_EQ(asset("undated.jpg").creationDate, undated) << zone;
+        EXPECT_EQ(library_->scan().changed, 0U) << zone;
+    }
+    EXPECT_EQ(asset("photo.jpg").creationDate->timeIntervalSince1970, kNewYear + 36000);
+}
+
 TEST_F(LibraryScan, ReadsDatesAndPlaces) {
     const auto placed = [](const char* north, const char* east, unsigned below) {
         TiffBuilder tiff;
@@ -477,7 +501,8 @@ TEST_F(LibraryScan, ReadsDatesAndPlaces) {
         ASSERT_TRUE(found.location) << name;
         EXPECT_EQ(found.location->coordinate, (CLLocationCoordinate2D{latitude, longitude})) << name;
         EXPECT_EQ(found.location->altitude, altitude) << name;
-        EXPECT_DOUBLE_EQ(found.creationDate->timeIntervalSince1970, kNewYear + 0.25) << name;
+        EXPECT_DOUBLE_EQ(found.creationDate->timeIntervalSince1970, kNewYear + 7200.25)
+            << name << ": the camera's clock";
         EXPECT_EQ(found.pixelWidth, 64U);
     }
     write("none.jpg", jpeg({}));

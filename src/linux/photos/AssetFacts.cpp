@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <filesystem>
 #include <vector>
 
@@ -25,23 +24,10 @@ using std::string_view_literals::operator""sv;
 
 constexpr std::int64_t kNanoseconds = 1'000'000'000;
 
-/// "+02:00", in seconds.
-std::optional<int> offsetOf(std::string_view text) {
-    if (text.size() != 6 || (text[0] != '+' && text[0] != '-') || text[3] != ':') return std::nullopt;
-    int hours = 0;
-    int minutes = 0;
-    if (std::from_chars(text.data() + 1, text.data() + 3, hours).ec != std::errc() ||
-        std::from_chars(text.data() + 4, text.data() + 6, minutes).ec != std::errc())
-        return std::nullopt;
-    return (text[0] == '-' ? -1 : 1) * (hours * 3600 + minutes * 60);
-}
-
-/// A date with its own time zone is that instant; without one it is local time.
-std::optional<NSDate> dateOf(std::string_view text, std::string_view offset, std::string_view fraction) {
-    const auto seconds = offsetOf(offset);
-    auto date = seconds ? dateFromExifStringInUTC(text) : dateFromExifString(text);
+/// What the camera's clock showed, whatever zone it tells: a record reads its date the same way.
+std::optional<NSDate> dateOf(std::string_view text, std::string_view fraction) {
+    auto date = dateFromExifString(text);
     if (!date) return std::nullopt;
-    if (seconds) date->timeIntervalSince1970 -= *seconds;
     if (!fraction.empty() && std::ranges::all_of(fraction, [](char c) { return c >= '0' && c <= '9'; }))
         date->timeIntervalSince1970 += Value("0." + std::string(fraction.substr(0, 9))).doubleValue();
     return date;
@@ -49,11 +35,9 @@ std::optional<NSDate> dateOf(std::string_view text, std::string_view offset, std
 
 std::optional<NSDate> creationOf(const Dictionary& properties) {
     const Dictionary& exif = properties[kCGImagePropertyExifDictionary].dictionary();
-    if (auto date = dateOf(exif["DateTimeOriginal"].string(), exif["OffsetTimeOriginal"].string(),
-                           exif["SubsecTimeOriginal"].string()))
-        return date;
-    if (auto date = dateOf(exif["DateTimeDigitized"].string(), exif["OffsetTimeDigitized"].string(), {})) return date;
-    return dateOf(properties[kCGImagePropertyTIFFDictionary].dictionary()["DateTime"].string(), {}, {});
+    if (auto date = dateOf(exif["DateTimeOriginal"].string(), exif["SubsecTimeOriginal"].string())) return date;
+    if (auto date = dateOf(exif["DateTimeDigitized"].string(), {})) return date;
+    return dateOf(properties[kCGImagePropertyTIFFDictionary].dictionary()["DateTime"].string(), {});
 }
 
 std::optional<CLLocation> placeOf(const Dictionary& gps) {

@@ -10,6 +10,7 @@
 #include <filesystem>
 
 #include "linux/photos/AssetRows.h"
+#include "linux/photos/WallClock.h"
 #include "platform/Foundation/Log.h"
 
 namespace tessaly::photos {
@@ -55,6 +56,12 @@ Database openedForWriting(const std::string& path) {
     Database database(path, Database::Mode::readWrite);
     prepareSchema(database);
     checkNowAndThen(database, isSuspect);
+    try {
+        followTimeZone(database);
+    } catch (const DatabaseError& error) {
+        // The same as above.
+        log("library: %@", error.what());
+    }
     return database;
 }
 

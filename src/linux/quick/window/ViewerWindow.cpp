@@ -6,6 +6,7 @@
 #include <QQmlComponent>
 #include <QQmlExtensionPlugin>
 
+#include "platform/UIKit/MemoryWarning.h"
 #include "settings/LanguageManager.h"
 
 Q_IMPORT_QML_PLUGIN(TessalyPlugin)
@@ -49,6 +50,11 @@ ViewerWindow::ViewerWindow() {
     host_ = window_->findChild<ControllerHost*>(QStringLiteral("rootHost"));
     presenter_ = std::make_unique<QuickPresenter>(*window_->findChild<QQuickItem*>(QStringLiteral("layer")));
     surroundings_ = std::make_unique<Surroundings>(*window_);
+    memory_ = NSNotificationCenter::defaultCenter().addObserver(
+        UIApplicationDidReceiveMemoryWarningNotification, [this](const NSNotification&) {
+            for (UIViewControllerRef shown = host_->controller(); shown; shown = shown->presentedViewController())
+                shown->didReceiveMemoryWarning();
+        });
     language_ = NSNotificationCenter::defaultCenter().addObserver(LanguageManagerDidChangeLanguageNotification,
                                                                   [this](const NSNotification&) {
                                                                       if (host_->controller())

@@ -7,6 +7,7 @@
 #include "linux/quick/sheets/QuickPresenter.h"
 #include "linux/quick/window/ControllerHost.h"
 #include "linux/quick/window/Desktop.h"
+#include "linux/quick/window/MemoryWarnings.h"
 #include "linux/quick/window/Surroundings.h"
 #include "platform/Foundation/NSNotificationCenter.h"
 #include "platform/UIKit/UIViewController.h"
@@ -42,6 +43,7 @@ private:
     ControllerHost* host_ = nullptr;
     std::unique_ptr<QuickPresenter> presenter_;
     std::unique_ptr<Surroundings> surroundings_;
+    MemoryWarnings memoryWarnings_;
     std::unique_ptr<QObject> closeFilter_;
     NSNotificationCenter::Observer language_;
     Observable::Observation traits_;
