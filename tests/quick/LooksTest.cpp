@@ -1,7 +1,12 @@
+#include <QFile>
+#include <QGlyphRun>
 #include <QImage>
+#include <QTextLayout>
+#include <set>
 
 #include "WindowFixture.h"
 #include "linux/quick/pictures/PictureItem.h"
+#include "platform/Foundation/NSBundle.h"
 #include "platform/Foundation/NSNotificationCenter.h"
 #include "platform/UIKit/UITraitCollection.h"
 #include "settings/Apperance.h"
@@ -85,6 +90,27 @@ TEST_F(Looks, FollowTheLanguageWhileThePageStays) {
     NSNotificationCenter::defaultCenter().postNotificationName(LanguageManagerDidChangeLanguageNotification);
     EXPECT_TRUE(waitFor([&] { return !rows().empty() && rows().at(0).key() == english[0]; }));
     EXPECT_TRUE(textReading(root(), "Done"));
+}
+
+TEST_F(Looks, LettersAreThereForEveryLanguage) {
+    const QFont font(QStringLiteral("Inter"), 14);
+    for (const InterfaceLanguage& language : LanguageManager::languages()) {
+        const std::string code(language.code);
+        QFile texts(
+            QString::fromStdString(NSBundle::mainBundle().folder() + '/' + code + ".lproj/Localizable.strings"));
+        ASSERT_TRUE(texts.open(QFile::ReadOnly)) << code;
+        // Whole lines: signs of many scripts have a shape in their company only.
+        std::set<std::string> lacking;
+        for (const QString& line : QString::fromUtf8(texts.readAll()).split(u'\n')) {
+            QTextLayout layout(line, font);
+            layout.beginLayout();
+            layout.createLine();
+            layout.endLayout();
+            for (const QGlyphRun& run : layout.glyphRuns())
+                if (run.glyphIndexes().contains(0)) lacking.insert(line.toStdString());
+        }
+        EXPECT_TRUE(lacking.empty()) << code << ": " << lacking.size() << " lines, as " << *lacking.begin();
+    }
 }
 
 TEST_F(Looks, PictureIsShownUprightAndWithoutBorders) {
