@@ -11,9 +11,10 @@ Interface {
     readonly property int rating: one(1) + one(2) + one(3) + one(4) + one(5)
 
     implicitHeight: 40
+    activeFocusOnTab: true
     Accessible.role: Accessible.ListItem
-    Accessible.name: keyText.text
-    Accessible.description: rating + " / 5"
+    Accessible.name: keyText.text + ", " + rating + " / 5"
+    Accessible.focusable: true
     Accessible.ignored: !visible
 
     function one(number: int): int {
@@ -52,4 +53,5 @@ Interface {
             }
         }
     }
+    FocusRing { shown: row.activeFocus }
 }

@@ -10,10 +10,14 @@ Interface {
     readonly property ConstraintOutlet bannerDistance: outlets.constraint("messageViewBottomToBottomBarTopVerticalSpaceConstraint")
 
     focus: true
+    // Keys that scroll are the page's.
+    Keys.forwardTo: pages.shown ? [pages.shown] : []
     Keys.onLeftPressed: pages.outlet.turnPages(-1)
     Keys.onRightPressed: pages.outlet.turnPages(1)
     Keys.onPressed: event => {
         const last = pages.outlet.itemCount - 1;
+        if (!(event.modifiers & Qt.ControlModifier))
+            return;
         if (event.key === Qt.Key_Home)
             pages.outlet.turnToPage(0);
         else if (event.key === Qt.Key_End)

@@ -196,6 +196,8 @@ public:
     void refreshDeleteOverWriteSettingsUI();
     void updateOverwriteSettingsBarUI();
     [[nodiscard]] double bottomBarConstraintValueForCurrentState() const;
+    /// Of the points that it covers with its drawer closed; 0 without a bar.
+    [[nodiscard]] double closedBottomBarHeight() const;
     [[nodiscard]] bool isBottomBarHidden() const;
     void showBottomBarView();
     void hideBottomBarView();

@@ -78,6 +78,10 @@ double ExifPhotoDetailViewController::bottomBarConstraintValueForCurrentState() 
                                                                               : kOpenDrawer;
 }
 
+double ExifPhotoDetailViewController::closedBottomBarHeight() const {
+    return bottomButtonHolderView->isHidden() ? 0 : kBarHeight + kClosedDrawer;
+}
+
 bool ExifPhotoDetailViewController::isBottomBarHidden() const {
     return bottomBarBottomToViewControllerBottomLayoutConstraint->constant() == -bottomBarHeightConstraint->constant();
 }

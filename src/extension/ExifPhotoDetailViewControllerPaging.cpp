@@ -45,7 +45,11 @@ CGSize ExifPhotoDetailViewController::sizeForItemAtIndexPath(UICollectionView& v
 
 void ExifPhotoDetailViewController::willDisplayCell(UICollectionView&,
                                                     const std::shared_ptr<UICollectionViewCell>& cell, NSIndexPath) {
-    if (const auto page = std::dynamic_pointer_cast<Page>(cell)) page->exifListViewController = exifListViewController;
+    const auto page = std::dynamic_pointer_cast<Page>(cell);
+    if (!page) return;
+    page->exifListViewController = exifListViewController;
+    // The last rows can be brought above the bar.
+    page->collectionView->setContentInset({0, 0, closedBottomBarHeight(), 0});
 }
 
 std::size_t ExifPhotoDetailViewController::pageIndex() const {

@@ -79,10 +79,13 @@ ExifKeys ExifPhotoDetailsCollectionViewCell::exifVisibleKeysOrderedArrayForCurre
     return keys;
 }
 
+bool ExifPhotoDetailsCollectionViewCell::shouldHighlightItemAtIndexPath(UICollectionView&, NSIndexPath at) {
+    const auto key = at.section == 0 ? keyAt(at.item) : std::nullopt;
+    return key && key->key == "GPS";
+}
+
 void ExifPhotoDetailsCollectionViewCell::didSelectItemAtIndexPath(UICollectionView& view, NSIndexPath at) {
-    if (at.section != 0) return;
-    const auto key = keyAt(at.item);
-    if (!key || key->key != "GPS") return;
+    if (!shouldHighlightItemAtIndexPath(view, at)) return;
     PersistanceManager& settings = PersistanceManager::sharedInstance();
     settings.setShouldShowGPSInDecimalValues(!settings.shouldShowGPSInDecimalValues());
     view.reloadItemsAtIndexPaths({at});
@@ -98,15 +101,18 @@ void ExifPhotoDetailsCollectionViewCell::handleLongPress(const UIGestureRecogniz
     }
     const auto row =
         std::dynamic_pointer_cast<ExifValueCollectionViewCell>(collectionView->cellForItemAtIndexPath(*at));
-    if (row) presentCopySheet(textToCopy(*row), touch);
+    if (row && !row->exifValueLabel->text().empty()) presentCopySheet(textToCopy(*row), touch);
 }
 
 void ExifPhotoDetailsCollectionViewCell::presentCopySheet(const std::string& text, CGPoint touch) {
     const auto presenter = delegate.lock();
     if (!presenter) return;
     const auto sheet = std::make_shared<UIAlertController>("", "", UIAlertControllerStyle::actionSheet);
-    sheet->addAction({formatted(localized("Copy '%@' to clipboard"), text), UIAlertActionStyle::normal,
-                      [text] { UIPasteboard::generalPasteboard().setString(text); }});
+    sheet->addAction(
+        {formatted(localized("Copy '%@' to clipboard"), text), UIAlertActionStyle::normal, [text, weak = delegate] {
+             UIPasteboard::generalPasteboard().setString(text);
+             if (const auto screen = weak.lock()) screen->showMessage(localized("Copied"), true);
+         }});
     if (UITraitCollection::currentTraitCollection().isPad()) {
         const CGPoint list = collectionView->frame().origin;
         const CGPoint offset = collectionView->contentOffset();

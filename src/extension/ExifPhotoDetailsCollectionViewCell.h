@@ -61,6 +61,8 @@ public:
                                                            std::size_t) override {
         return 0;
     }
+    /// A touch does something for the coordinate only.
+    [[nodiscard]] bool shouldHighlightItemAtIndexPath(UICollectionView& view, NSIndexPath indexPath) override;
     void didSelectItemAtIndexPath(UICollectionView& view, NSIndexPath indexPath) override;
     void scrollViewDidScroll(UIScrollView& view) override;
     void scrollViewWillBeginDragging(UIScrollView& view) override;

@@ -17,9 +17,11 @@ Interface {
     LayoutMirroring.childrenInherit: true
     implicitHeight: Math.max(44, stacked ? key.implicitHeight + value.implicitHeight + 28
                                          : Math.max(key.implicitHeight, value.implicitHeight) + 24)
+    activeFocusOnTab: true
     Accessible.role: Accessible.ListItem
-    Accessible.name: cell.accessibleLabel
-    Accessible.description: cell.accessibleValue
+    Accessible.name: cell.accessibleValue.length > 0 ? cell.accessibleLabel + ", " + cell.accessibleValue : cell.accessibleLabel
+    Accessible.focusable: true
+    Accessible.onPressAction: (row.parent as CollectionContent)?.press(row)
     Accessible.ignored: !visible
 
     Rectangle {
@@ -68,4 +70,14 @@ Interface {
         horizontalAlignment: row.stacked !== Theme.mirrored ? Text.AlignLeft : Text.AlignRight
         Accessible.ignored: true
     }
+    Rectangle {
+        // There is such a value, and it is empty.
+        anchors.verticalCenter: key.verticalCenter
+        x: Theme.mirrored ? 14 : row.width - width - 14
+        visible: value.outlet.text.length === 0
+        width: 10
+        height: 1
+        color: Theme.secondaryText
+    }
+    FocusRing { shown: row.activeFocus }
 }

@@ -5,6 +5,8 @@ import Tessaly
 Interface {
     id: screen
 
+    Keys.forwardTo: [list]
+
     Rectangle {
         anchors.fill: parent
         color: Theme.row
@@ -32,6 +34,7 @@ Interface {
         elide: Text.ElideRight
     }
     CollectionView {
+        id: list
         anchors { left: parent.left; right: parent.right; top: heading.bottom; topMargin: 8; bottom: parent.bottom }
         outlet: screen.outlets.collection("collectionView")
     }

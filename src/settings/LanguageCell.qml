@@ -8,9 +8,14 @@ Interface {
     readonly property ViewOutlet cell: outlets.self()
 
     implicitHeight: names.height + 20
+    activeFocusOnTab: true
     Accessible.role: Accessible.RadioButton
     Accessible.name: cell.accessibleLabel
     Accessible.description: cell.accessibleValue
+    Accessible.focusable: true
+    Accessible.checkable: true
+    Accessible.checked: mark.visible
+    Accessible.onPressAction: (row.parent as CollectionContent)?.press(row)
     Accessible.ignored: !visible
 
     Rectangle {
@@ -47,4 +52,5 @@ Interface {
         outlet: row.outlets.image("checkmarkImageView")
         iconColor: Theme.accent
     }
+    FocusRing { shown: row.activeFocus }
 }

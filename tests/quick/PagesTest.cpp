@@ -24,6 +24,10 @@ protected:
         const double middle = window().width() / 2.0;
         drag({middle - by / 2, 600}, {middle + by / 2, 600});
     }
+    /// Alone, these two go to the ends of the page.
+    static Qt::KeyboardModifiers withControl(Qt::Key key) {
+        return key == Qt::Key_Home || key == Qt::Key_End ? Qt::ControlModifier : Qt::NoModifier;
+    }
     [[nodiscard]] std::size_t itemsInAll() const {
         return itemsBelow(root(), [](const QQuickItem&) { return true; }).size();
     }
@@ -57,10 +61,42 @@ TEST_F(Pages, AreTurnedByFingerAndByKeyboard) {
     };
     for (const auto& [key, page] : {Case{Qt::Key_Right, 1}, Case{Qt::Key_Right, 2}, Case{Qt::Key_Left, 1},
                                     Case{Qt::Key_End, 3}, Case{Qt::Key_Right, 3}, Case{Qt::Key_Home, 0}}) {
-        press(key);
+        press(key, withControl(key));
         EXPECT_TRUE(arrivesAt(page)) << key << ": " << title();
         EXPECT_TRUE(waitFor([&] { return header() && qAbs(sceneRect(*header()).left()) < 1; }))
             << "and has come to rest";
+    }
+}
+
+TEST_F(Pages, AreTurnedOnceForEveryPress) {
+    open(photos(6));
+    for (int i = 0; i < 4; ++i) press(Qt::Key_Right);
+    EXPECT_TRUE(arrivesAt(4)) << page();
+    for (int i = 0; i < 3; ++i) press(Qt::Key_Left);
+    EXPECT_TRUE(arrivesAt(1)) << page();
+}
+
+TEST_F(Pages, AreScrolledByKeyboard) {
+    open({photo()});
+    const double end = list()->contentSize().height - list()->boundsSize().height;
+    ASSERT_GT(end, 300);
+    const auto standsAt = [&](double low, double high) {
+        return waitFor([&] { return list()->contentOffset().y >= low && list()->contentOffset().y <= high; });
+    };
+    struct Case {
+        const char* why;
+        Qt::Key key;
+        double low, high;
+    };
+    const double page = list()->boundsSize().height;
+    for (const auto& [why, key, low, high] :
+         {Case{"to the end", Qt::Key_End, end, end}, Case{"no further", Qt::Key_PageDown, end, end},
+          Case{"a page up", Qt::Key_PageUp, end - page, end - page / 2}, Case{"to the beginning", Qt::Key_Home, 0, 0},
+          Case{"a line down", Qt::Key_Down, 20, 100}, Case{"a line up", Qt::Key_Up, 0, 0},
+          Case{"a page down", Qt::Key_Space, std::min(end, page / 2), std::min(end, page)}}) {
+        press(key);
+        EXPECT_TRUE(standsAt(low, high)) << why << ": " << list()->contentOffset().y;
+        waitForRest(*itemsOf(root(), "CollectionContent").front());
     }
 }
 
@@ -73,7 +109,7 @@ TEST_F(Pages, KeepTheirPlaceInTheList) {
     press(Qt::Key_Right);
     EXPECT_TRUE(arrivesAt(1));
     EXPECT_DOUBLE_EQ(list()->contentOffset().y, offset);
-    press(Qt::Key_End);
+    press(Qt::Key_End, Qt::ControlModifier);
     EXPECT_TRUE(arrivesAt(2));
     EXPECT_TRUE(waitFor([&] { return list() && list()->contentOffset().y == offset; })) << "and those further away";
     // What is told is what is seen.
@@ -98,7 +134,7 @@ TEST_F(Pages, AreMadeWhenTheyAreSeen) {
     QObject::disconnect(drawn);
     ASSERT_EQ(names().size(), std::size_t{kManyPages});
     for (const Qt::Key key : {Qt::Key_Home, Qt::Key_Right, Qt::Key_End}) {
-        press(key);
+        press(key, withControl(key));
         const std::size_t wanted = key == Qt::Key_Home ? 0 : key == Qt::Key_Right ? 1 : kManyPages - 1;
         EXPECT_TRUE(arrivesAt(wanted)) << wanted << ": " << title() << " at " << page();
         EXPECT_LT(detail->collectionView->visibleCells().size(), 5U);
@@ -167,7 +203,7 @@ TEST_F(Pages, WithoutPhotosSayWhyAndWhatCanBeDone) {
 TEST_F(Pages, OfFilesThatVanishSaySo) {
     open(photos(4));
     for (const std::string& name : names()) std::filesystem::remove(folder.path() / name);
-    press(Qt::Key_End);
+    press(Qt::Key_End, Qt::ControlModifier);
     ASSERT_TRUE(arrivesAt(3));
     EXPECT_TRUE(waitFor([&] { return header() && textReading(*header(), "This photo is no longer there."); }))
         << "instead of its picture";

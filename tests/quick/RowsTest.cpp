@@ -129,6 +129,53 @@ TEST_F(Rows, AreCopiedByALongPress) {
     }
 }
 
+TEST_F(Rows, AreWorkedByKeyboard) {
+    open({photo()});
+    const auto walkTo = [this](const QString& key) {
+        for (int presses = 0; presses < 120; ++presses) {
+            press(Qt::Key_Tab);
+            const QQuickItem* const at = window().activeFocusItem();
+            for (const Row& row : rows())
+                if (row.item == at && row.key() == key) return true;
+        }
+        return false;
+    };
+    const QString gps = text("GPS");
+    ASSERT_TRUE(walkTo(gps));
+    const QString before = values().at(gps);
+    press(Qt::Key_Space);
+    EXPECT_TRUE(waitFor([&] { return values().contains(gps) && values().at(gps) != before; })) << "as a touch";
+    ASSERT_TRUE(walkTo(text("Make")));
+    const QString make = "Make " + values().at("Make");
+    QGuiApplication::clipboard()->clear();
+    press(Qt::Key_Return);
+    ASSERT_TRUE(waitFor([&] { return buttonNamed(layer(), "Copy '" + make + "' to clipboard"); }));
+    for (int i = 0; i < 5; ++i) {
+        press(Qt::Key_Tab);
+        EXPECT_TRUE(layer().isAncestorOf(window().activeFocusItem())) << "stays in the sheet";
+    }
+    const double offset = list()->contentOffset().y;
+    while (window().activeFocusItem()->property("name") != QVariant("Copy '" + make + "' to clipboard"))
+        press(Qt::Key_Tab);
+    press(Qt::Key_Space);
+    EXPECT_TRUE(waitFor([&] { return QGuiApplication::clipboard()->text() == make; }));
+    EXPECT_TRUE(waitFor([this] { return textReading(root(), text("Copied")); })) << "it says so";
+    EXPECT_TRUE(waitUntilAlone());
+    EXPECT_EQ(list()->contentOffset().y, offset) << "nothing behind it moved";
+}
+
+TEST_F(Rows, WithoutAValueHaveNothingToCopy) {
+    open({folder.write("empty.jpg", jpegWithExif(TiffBuilder().text(TiffBuilder::first, 0x010F, " ").build()))});
+    const auto isEmpty = [](const Row& row) { return row.value().isEmpty(); };
+    for (const Row& row : rows()) {
+        if (!isEmpty(row)) continue;
+        waitForRest(*row.item);
+        QTest::mouseClick(&window(), Qt::RightButton, {}, sceneRect(*row.item).center().toPoint());
+        window().grabWindow();
+        EXPECT_TRUE(layer().childItems().isEmpty()) << row.key().toStdString();
+    }
+}
+
 TEST_F(Rows, FitWhateverTheWindowIs) {
     open(photos(3));
     press(Qt::Key_Right);

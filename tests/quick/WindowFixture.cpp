@@ -242,7 +242,7 @@ void WindowTest::drag(QPointF from, QPointF to) {
     QTest::touchEvent(&window(), finger()).release(0, to.toPoint());
 }
 
-void WindowTest::press(Qt::Key key) { QTest::keyClick(&window(), key); }
+void WindowTest::press(Qt::Key key, Qt::KeyboardModifiers with) { QTest::keyClick(&window(), key, with); }
 
 void WindowTest::pressLong(const QQuickItem* item, const std::function<bool()>& done) {
     ASSERT_TRUE(item) << "nothing to press";

@@ -66,7 +66,7 @@ protected:
     void tapAt(QPointF at);
     void click(const QQuickItem* item);
     void drag(QPointF from, QPointF to);
-    void press(Qt::Key key);
+    void press(Qt::Key key, Qt::KeyboardModifiers with = {});
     /// The finger stays until `done`.
     void pressLong(const QQuickItem* item, const std::function<bool()>& done);
     void waitForRest(const QQuickItem& item);

@@ -33,7 +33,9 @@ MapOutlet::MapOutlet(std::shared_ptr<MKMapView> map, QObject* parent) : ViewOutl
     animation_.setEndValue(1.0);
     animation_.setEasingCurve(QEasingCurve::OutCubic);
     connect(this, &ViewOutlet::changed, this, &MapOutlet::followAnnotations);
+    connect(this, &ViewOutlet::changed, this, &MapOutlet::followHome);
     followAnnotations();
+    followHome();
 }
 
 void MapOutlet::followAnnotations() {
@@ -67,8 +69,19 @@ QString MapOutlet::placeName() const {
 }
 
 void MapOutlet::report(const location::MapProjection& shown) {
-    if (!shown.isEmpty()) map_->userChangedRegion(shown.region(), shown.heading());
+    if (shown.isEmpty()) return;
+    isReporting_ = true;
+    map_->userChangedRegion(shown.region(), shown.heading());
+    isReporting_ = false;
 }
+
+void MapOutlet::followHome() {
+    if (isReporting_) return;
+    home_ = map_->region();
+    homeHeading_ = map_->heading();
+}
+
+bool MapOutlet::isAway() const { return map_->region() != home_ || map_->heading() != homeHeading_; }
 
 void MapOutlet::moved(const QPointF& by) {
     animation_.stop();
@@ -99,6 +112,22 @@ void MapOutlet::zoomSmoothly(const QPointF& at, qreal factor, int duration) {
     animate([start = projection(), at = CGPoint{at.x(), at.y()},
              factor](double share) { return start.zoomed(at, std::pow(factor, share)); },
             duration);
+}
+
+void MapOutlet::goBack(int duration) {
+    const MKCoordinateRegion from = map_->region();
+    const double turn = std::remainder(homeHeading_ - map_->heading(), 360);
+    animate(
+        [this, from, turn, heading = map_->heading(), size = map_->boundsSize()](double share) {
+            if (share >= 1) return location::MapProjection(home_, homeHeading_, size);
+            const auto between = [share](double a, double b) { return a + (b - a) * share; };
+            const MKCoordinateRegion now{{between(from.center.latitude, home_.center.latitude),
+                                          between(from.center.longitude, home_.center.longitude)},
+                                         {between(from.span.latitudeDelta, home_.span.latitudeDelta),
+                                          between(from.span.longitudeDelta, home_.span.longitudeDelta)}};
+            return location::MapProjection(now, std::fmod(heading + turn * share + 360, 360), size);
+        },
+        duration);
 }
 
 void MapOutlet::turnNorthUp(int duration) {

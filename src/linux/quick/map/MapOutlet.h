@@ -42,6 +42,8 @@ class MapOutlet : public tessaly::quick::ViewOutlet {
     Q_PROPERTY(int annotationCount READ annotationCount NOTIFY changed)
     /// Which direction is up: degrees clockwise from north, 0 up to 360.
     Q_PROPERTY(qreal heading READ heading NOTIFY changed)
+    /// Whether the person has moved it away from what it was given to show.
+    Q_PROPERTY(bool isAway READ isAway NOTIFY changed)
     /// What the place of the first annotation, else of the middle, is called; its coordinates far from everything.
     Q_PROPERTY(QString placeName READ placeName NOTIFY changed)
 
@@ -52,6 +54,7 @@ public:
     [[nodiscard]] int annotationCount() const { return static_cast<int>(map_->annotations().size()); }
     [[nodiscard]] qreal heading() const { return projection().heading(); }
     [[nodiscard]] QString placeName() const;
+    [[nodiscard]] bool isAway() const;
     [[nodiscard]] MKMapType mapType() const { return map_->mapType(); }
     /// Of the region that is shown onto the item.
     [[nodiscard]] location::MapProjection projection() const;
@@ -65,11 +68,15 @@ public:
     Q_INVOKABLE void zoomSmoothly(const QPointF& at, qreal factor, int duration);
     /// North comes up again.
     Q_INVOKABLE void turnNorthUp(int duration);
+    /// Back to what it was given to show.
+    Q_INVOKABLE void goBack(int duration);
 
 private:
     /// The views of the annotations change by themselves, an arrow's rotation above all.
     void followAnnotations();
     void report(const location::MapProjection& shown);
+    /// What others set is what the way back leads to.
+    void followHome();
     /// What is to be shown by the share of the way, 0 to 1.
     void animate(std::function<location::MapProjection(double)> shownAt, int duration);
 
@@ -79,6 +86,9 @@ private:
     };
 
     std::shared_ptr<MKMapView> map_;
+    MKCoordinateRegion home_;
+    double homeHeading_ = 0;
+    bool isReporting_ = false;
     std::vector<Followed> followed_;
     QVariantAnimation animation_;
     QMetaObject::Connection step_;

@@ -36,6 +36,7 @@ Item {
         case Qt.Key_Down: outlet.moved(Qt.point(0, -step)); break;
         case Qt.Key_Plus:
         case Qt.Key_Equal: outlet.zoomSmoothly(middle, 2, Theme.duration); break;
+        case Qt.Key_Home: outlet.goBack(Theme.duration); break;
         case Qt.Key_Minus: outlet.zoomSmoothly(middle, 0.5, Theme.duration); break;
         default: return;
         }
@@ -92,6 +93,7 @@ Item {
         preventStealing: drags
         onPressed: event => {
             drags = false;
+            map.forceActiveFocus(Qt.MouseFocusReason);
             last = Qt.point(event.x, event.y);
         }
         onPositionChanged: event => {
@@ -134,8 +136,40 @@ Item {
     }
     WheelHandler {
         target: null
+        // Whoever scrolls past the map does not mean it; whoever has touched it, or holds Control, does.
+        enabled: map.activeFocus
+        onWheel: event => map.outlet.zoomed(Qt.point(event.x, event.y), Math.pow(2, event.angleDelta.y / 480))
+    }
+    WheelHandler {
+        target: null
         acceptedModifiers: Qt.ControlModifier
         onWheel: event => map.outlet.zoomed(Qt.point(event.x, event.y), Math.pow(2, event.angleDelta.y / 480))
+    }
+    Touchable {
+        id: wayBack
+        anchors { bottom: parent.bottom; right: parent.right; margins: 4 }
+        width: 44
+        height: 44
+        visible: map.outlet.isAway
+        name: Theme.localized("Back to the marker")
+        onTouched: map.outlet.goBack(Theme.duration)
+
+        Rectangle {
+            anchors.centerIn: parent
+            width: 34
+            height: 34
+            radius: 17
+            color: Theme.raised
+            border { width: 1; color: Theme.hairline }
+            opacity: wayBack.pressed ? 0.5 : 1
+            Icon {
+                anchors.centerIn: parent
+                width: 18
+                height: 18
+                name: "location_pin"
+                color: Theme.accent
+            }
+        }
     }
     Touchable {
         id: compass

@@ -13,6 +13,7 @@ Flickable {
     flickableDirection: Flickable.VerticalFlick
     boundsBehavior: Flickable.DragAndOvershootBounds
     pixelAligned: true
+    bottomMargin: outlet.bottomInset
 
     function report(): void {
         if (width > 0 && height > 0)
@@ -25,6 +26,62 @@ Flickable {
     Component.onCompleted: {
         report();
         fit();
+    }
+    readonly property Item focused: Window.activeFocusItem
+    onFocusedChanged: if (Theme.byKeyboard && holds(focused)) reveal(focused)
+
+    function holds(item: Item): bool {
+        for (let above = item; above; above = above.parent)
+            if (above === content)
+                return item !== content;
+        return false;
+    }
+    function scrollTo(y: real): void {
+        const to = Math.max(0, Math.min(y, contentHeight + bottomMargin - height));
+        cancelFlick();
+        glide.stop();
+        if (Theme.duration > 0) {
+            glide.to = to;
+            glide.start();
+        } else {
+            contentY = to;
+            outlet.animationEnded();
+        }
+    }
+    /// Brings what the keyboard is at into sight, and makes what it will be at next.
+    function reveal(item: Item): void {
+        const top = item.mapToItem(content, 0, 0).y;
+        const air = 52;
+        const seen = height - bottomMargin;
+        const lowest = Math.max(0, contentHeight + bottomMargin - height);
+        glide.stop();
+        contentY = Math.min(lowest, Math.max(0, Math.min(Math.max(contentY, top + item.height + air - seen), top - air)));
+        content.settle();
+        outlet.animationEnded();
+    }
+    Keys.onPressed: event => {
+        if (event.modifiers & (Qt.ControlModifier | Qt.AltModifier | Qt.MetaModifier))
+            return;
+        const from = glide.running ? glide.to : contentY;
+        const page = 0.9 * (height - bottomMargin);
+        const isBack = event.modifiers & Qt.ShiftModifier;
+        switch (event.key) {
+        case Qt.Key_Down: scrollTo(from + 60); break;
+        case Qt.Key_Up: scrollTo(from - 60); break;
+        case Qt.Key_PageDown: scrollTo(from + page); break;
+        case Qt.Key_PageUp: scrollTo(from - page); break;
+        case Qt.Key_Space: scrollTo(isBack ? from - page : from + page); break;
+        case Qt.Key_Home: scrollTo(0); break;
+        case Qt.Key_End: scrollTo(contentHeight); break;
+        default: return;
+        }
+        event.accepted = true;
+    }
+    WheelHandler {
+        // The list moves by itself; the screen is told as of a finger's drag.
+        target: null
+        blocking: false
+        onWheel: event => { if (event.angleDelta.y !== 0) list.outlet.wheeled(event.angleDelta.y < 0); }
     }
     onContentYChanged: outlet.scrolledTo(0, contentY)
     onDraggingChanged: dragging ? outlet.dragBegan() : outlet.dragEnded(moving)

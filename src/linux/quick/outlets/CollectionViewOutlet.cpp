@@ -9,6 +9,7 @@ CollectionViewOutlet::CollectionViewOutlet(std::shared_ptr<UICollectionView> vie
     offset_ = collection_->observe([this] {
         if (collection_->contentOffset() == reported_) return;
         reported_ = collection_->contentOffset();
+        destination_.reset();
         emit scrollRequested(reported_.x, reported_.y, false);
     });
     collection_->setAnimatedScroller([this](CGPoint to) { emit scrollRequested(to.x, to.y, true); });
@@ -39,6 +40,7 @@ void CollectionViewOutlet::scrolledTo(qreal x, qreal y) {
 
 void CollectionViewOutlet::dragBegan() {
     velocity_ = {};
+    destination_.reset();
     collection_->userBeganDragging();
 }
 
@@ -46,15 +48,29 @@ void CollectionViewOutlet::dragEnded(bool moves) {
     collection_->userEndedDragging(velocity_, collection_->contentOffset(), moves);
 }
 
-void CollectionViewOutlet::movementEnded() { collection_->userEndedDecelerating(); }
-void CollectionViewOutlet::animationEnded() { collection_->scrollingAnimationEnded(); }
+void CollectionViewOutlet::movementEnded() {
+    destination_.reset();
+    collection_->userEndedDecelerating();
+}
 
-void CollectionViewOutlet::turnPages(int by) { turnToPage(page() + by); }
+void CollectionViewOutlet::animationEnded() {
+    destination_.reset();
+    collection_->scrollingAnimationEnded();
+}
+
+void CollectionViewOutlet::wheeled(bool towardsEnd) {
+    collection_->userBeganDragging();
+    collection_->userEndedDragging({0, towardsEnd ? 1.0 : -1.0}, collection_->contentOffset(), false);
+}
+
+void CollectionViewOutlet::turnPages(int by) { turnToPage(destination_.value_or(page()) + by); }
 
 void CollectionViewOutlet::turnToPage(int index) {
     const int last = itemCount() - 1;
     if (last < 0) return;
-    collection_->scrollToItemAtIndexPath({static_cast<std::size_t>(std::clamp(index, 0, last)), 0}, true);
+    // Before the animation: without motion it has ended when this returns.
+    destination_ = std::clamp(index, 0, last);
+    collection_->scrollToItemAtIndexPath({static_cast<std::size_t>(*destination_), 0}, true);
 }
 
 }  // namespace tessaly::quick

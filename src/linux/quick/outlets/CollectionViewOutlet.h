@@ -1,5 +1,6 @@
 #pragma once
 #include <QElapsedTimer>
+#include <optional>
 
 #include "linux/quick/outlets/ViewOutlet.h"
 #include "platform/UIKit/UICollectionView.h"
@@ -13,6 +14,8 @@ class CollectionViewOutlet : public tessaly::quick::ViewOutlet {
     QML_UNCREATABLE("Outlets come from their owner")
     Q_PROPERTY(qreal contentWidth READ contentWidth NOTIFY changed)
     Q_PROPERTY(qreal contentHeight READ contentHeight NOTIFY changed)
+    /// Room below the content for what covers the view's lower edge.
+    Q_PROPERTY(qreal bottomInset READ bottomInset NOTIFY changed)
     Q_PROPERTY(int itemCount READ itemCount NOTIFY changed)
     Q_PROPERTY(bool scrollEnabled READ scrollEnabled NOTIFY changed)
     Q_PROPERTY(int page READ page NOTIFY changed)
@@ -23,6 +26,7 @@ public:
 
     [[nodiscard]] qreal contentWidth() const { return collection_->contentSize().width; }
     [[nodiscard]] qreal contentHeight() const { return collection_->contentSize().height; }
+    [[nodiscard]] qreal bottomInset() const { return collection_->contentInset().bottom; }
     /// Of the first section.
     [[nodiscard]] int itemCount() const { return static_cast<int>(collection_->numberOfItemsInSection(0)); }
     [[nodiscard]] bool scrollEnabled() const;
@@ -37,7 +41,9 @@ public:
     Q_INVOKABLE void dragEnded(bool moves);
     Q_INVOKABLE void movementEnded();
     Q_INVOKABLE void animationEnded();
-    /// To the item so many pages on, with an animation.
+    /// The wheel was turned: `towardsEnd` of the content, or back.
+    Q_INVOKABLE void wheeled(bool towardsEnd);
+    /// To the item so many pages on from where it stands, or is being sent, with an animation.
     Q_INVOKABLE void turnPages(int by);
     Q_INVOKABLE void turnToPage(int index);
 
@@ -51,6 +57,7 @@ private:
     CGPoint reported_;  ///< Where the flickable stands.
     CGPoint velocity_;
     QElapsedTimer sinceReport_;
+    std::optional<int> destination_;  ///< The page that an animation is on its way to.
 };
 
 }  // namespace tessaly::quick

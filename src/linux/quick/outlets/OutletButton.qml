@@ -12,7 +12,7 @@ Touchable {
 
     visible: !outlet.hidden
     enabled: outlet.enabled && outlet.touchable
-    opacity: (enabled ? outlet.alpha : 0.4) * (pressed ? 0.5 : 1)
+    opacity: (outlet.enabled ? outlet.alpha : 0.4) * (pressed ? 0.5 : 1)
     name: outlet.accessibleLabel.length > 0 ? outlet.accessibleLabel : outlet.title
     Accessible.ignored: outlet.accessibilityHidden
     Accessible.description: outlet.accessibleHint

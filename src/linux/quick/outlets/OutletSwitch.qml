@@ -12,7 +12,7 @@ Item {
     implicitHeight: 44
     visible: !outlet.hidden
     enabled: outlet.enabled
-    opacity: enabled ? 1 : 0.4
+    opacity: outlet.enabled ? 1 : 0.4
     activeFocusOnTab: true
     Accessible.role: Accessible.CheckBox
     Accessible.name: name
@@ -22,6 +22,8 @@ Item {
     Accessible.onToggleAction: flip()
     Accessible.onPressAction: flip()
     Keys.onSpacePressed: flip()
+    Keys.onReturnPressed: flip()
+    Keys.onEnterPressed: flip()
 
     function flip(): void { outlet.moved(!outlet.on); }
 

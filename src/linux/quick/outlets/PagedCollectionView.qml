@@ -24,6 +24,8 @@ ListView {
         height: ListView.view.height
     }
 
+    /// The page that is in sight.
+    readonly property Item shown: content.current
     property bool jumping: false
     // The list below moves by itself when its width changes, and only finds its place with the next frame.
     property bool resizing: false
@@ -118,6 +120,7 @@ ListView {
         }
     }
     CollectionContent {
+        id: content
         parent: pages.contentItem
         x: pages.originX
         width: Math.max(pages.width, pages.outlet.contentWidth)

@@ -76,11 +76,20 @@ QQuickItem* QuickPresenter::make(const UIViewControllerRef& controller) {
     return item;
 }
 
+/// What lies behind is out of reach for the keyboard and for readers, too.
+void QuickPresenter::enableTopmost() {
+    for (QQuickItem* const behind : layer_.parentItem()->childItems())
+        if (behind != &layer_) behind->setEnabled(presented_.empty());
+    for (const Presented& one : presented_)
+        if (one.item) one.item->setEnabled(one.item == presented_.back().item);
+}
+
 void QuickPresenter::present(const UIViewControllerRef& controller, bool animated, std::function<void()> completion) {
     QPointer<QQuickItem> focusBefore = layer_.window() ? layer_.window()->activeFocusItem() : nullptr;
     QQuickItem* const item = make(controller);
     if (item) {
         presented_.push_back({controller, item, focusBefore});
+        enableTopmost();
         item->forceActiveFocus();
         QMetaObject::invokeMethod(item, "open", Q_ARG(bool, animated));
     }
@@ -92,6 +101,7 @@ void QuickPresenter::dismiss(const UIViewControllerRef& controller, bool animate
     if (at != presented_.end()) {
         const Presented leaving = *at;
         presented_.erase(at);
+        enableTopmost();
         if (leaving.item) QMetaObject::invokeMethod(leaving.item, "close", Q_ARG(bool, animated));
         if (leaving.focusBefore) leaving.focusBefore->forceActiveFocus();
     }

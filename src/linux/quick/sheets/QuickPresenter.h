@@ -28,6 +28,7 @@ private:
         QPointer<QQuickItem> focusBefore;
     };
     [[nodiscard]] QQuickItem* make(const UIViewControllerRef& controller);
+    void enableTopmost();
 
     QQuickItem& layer_;
     std::vector<Presented> presented_;

@@ -1,5 +1,7 @@
 #include "linux/quick/window/ControllerHost.h"
 
+#include <QCoreApplication>
+#include <QKeyEvent>
 #include <QQuickWindow>
 
 #include "linux/quick/outlets/Interfaces.h"
@@ -63,6 +65,14 @@ void ControllerHost::geometryChange(const QRectF& now, const QRectF& before) {
     QQuickItem::geometryChange(now, before);
     if (!shown_ || now.isEmpty() || now.size() == before.size()) return;
     hasAppeared_ ? polish() : appear();
+}
+
+void ControllerHost::keyPressEvent(QKeyEvent* event) {
+    event->ignore();
+    const QQuickItem* const focused = window() ? window()->activeFocusItem() : nullptr;
+    // What was pressed within the screen has passed it already.
+    if (!interface_ || !focused || focused == interface_ || interface_->isAncestorOf(focused)) return;
+    QCoreApplication::sendEvent(interface_, event);
 }
 
 /// Once a frame at most, however fast the window is dragged.

@@ -31,6 +31,8 @@ public:
 protected:
     void geometryChange(const QRectF& now, const QRectF& before) override;
     void updatePolish() override;
+    /// Keys of what stands around the screen, its bar: the screen has the next use for them.
+    void keyPressEvent(QKeyEvent* event) override;
 
 private:
     void followStack();

@@ -9,6 +9,7 @@ Rectangle {
     property alias host: host
 
     color: Theme.surface
+    Keys.forwardTo: [host]
     LayoutMirroring.enabled: Theme.mirrored
     LayoutMirroring.childrenInherit: true
 
