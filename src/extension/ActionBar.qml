@@ -13,6 +13,8 @@ Rectangle {
     readonly property real scaled: Math.min(Math.max(Theme.textScale, 1), 1.6)
     readonly property int offered: (remove.button.hidden ? 0 : 1) + (place.button.hidden ? 0 : 1)
                                    + (edit.button.hidden ? 0 : 1) + (erase.button.hidden ? 0 : 1)
+    /// How much of it stands above the window's edge: what does not is out of the keyboard's reach.
+    readonly property real inSight: parent ? parent.height - y : 0
 
     visible: !holder.hidden
     color: Theme.raised
@@ -44,7 +46,7 @@ Rectangle {
         height: 75 * bar.scaled
         enabled: button.enabled
         visible: !button.hidden
-        opacity: pressed ? 0.45 : enabled ? 1 : 0.4
+        opacity: pressed ? 0.45 : button.enabled ? 1 : 0.4
         name: button.accessibleLabel
         onTouched: button.touched()
 
@@ -86,6 +88,7 @@ Rectangle {
 
     Row {
         id: actions
+        enabled: bar.inSight > height / 2
         anchors { left: parent.left; top: parent.top }
         Action {
             id: remove
@@ -118,6 +121,7 @@ Rectangle {
         anchors { right: parent.right; top: parent.top }
         width: 44
         height: 75 * bar.scaled
+        enabled: actions.enabled
         name: button.accessibleLabel
         onTouched: button.touched()
         OutletImage {
@@ -159,6 +163,7 @@ Rectangle {
         }
     }
     Column {
+        enabled: bar.inSight > actions.height + 44
         anchors { top: actions.bottom; left: parent.left; right: parent.right }
         Setting {
             caption: bar.outlets.label("overwriteSwitchLabel")

@@ -74,14 +74,29 @@ Interface {
                 color: "white"
             }
         }
-        Rectangle {
-            // A dark ground for the symbol, whatever the picture is.
+        Item {
+            id: playButton
+            // Touches are the picture's, all of it.
+            function press(): void { header.photo.tapped(Qt.point(0, 0)); }
             anchors.centerIn: parent
             width: 64
             height: 64
-            radius: 32
-            color: "#80000000"
             visible: !play.outlet.hidden
+            activeFocusOnTab: true
+            Accessible.role: Accessible.Button
+            Accessible.name: play.outlet.accessibleLabel
+            Accessible.focusable: true
+            Accessible.ignored: !visible
+            Accessible.onPressAction: press()
+            Keys.onSpacePressed: press()
+            Keys.onReturnPressed: press()
+            Keys.onEnterPressed: press()
+            Rectangle {
+                // A dark ground for the symbol, whatever the picture is.
+                anchors.fill: parent
+                radius: 32
+                color: "#80000000"
+            }
             OutletImage {
                 id: play
                 anchors.centerIn: parent
@@ -90,10 +105,7 @@ Interface {
                 outlet: header.outlets.image("playImageView")
                 iconColor: "white"
             }
-            Accessible.role: Accessible.Button
-            Accessible.name: play.outlet.accessibleLabel
-            Accessible.ignored: !visible
-            Accessible.onPressAction: header.photo.tapped(Qt.point(0, 0))
+            FocusRing { shown: playButton.activeFocus; radius: 32 }
         }
         PhotoSizeLocationDateTimeDetailsView {
             anchors { left: parent.left; right: parent.right; bottom: parent.bottom }

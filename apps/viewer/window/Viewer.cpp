@@ -10,6 +10,7 @@
 #include "../Display.h"
 #include "../Messages.h"
 #include "../Request.h"
+#include "WaylandSeat.h"
 #include "extension/MBProgressHUD.h"
 #include "platform/Foundation/Dispatch.h"
 #include "platform/Foundation/Log.h"
@@ -25,6 +26,18 @@ const auto kStart = std::chrono::steady_clock::now();
 constexpr const char* kInTheTerminal = "'tessaly show FILE' prints the page in the terminal";
 
 QtMessageHandler toolkitHandler = nullptr;
+
+/// "" where the toolkit can start, or was led to a display where it can; else what is missing. Its plugin for Wayland
+/// crashes where the compositor has no seat.
+std::string displayWithoutSeat() {
+    const std::string platform = environment("QT_QPA_PLATFORM");
+    const bool isWayland =
+        platform.starts_with("wayland") || (platform.empty() && environment("XDG_SESSION_TYPE") != "x11");
+    if (!isWayland || environment("WAYLAND_DISPLAY").empty() || waylandHasSeat()) return {};
+    if (environment("DISPLAY").empty()) return "the display has no seat, no keyboard and no pointer";
+    ::setenv("QT_QPA_PLATFORM", "xcb", 1);
+    return {};
+}
 
 int displayIsMissing(const std::string& what) {
     complain(what);
@@ -111,6 +124,7 @@ int Viewer::run(const Arguments& arguments) {
     if (!arguments.screenshot.empty() && environment("QT_QPA_PLATFORM").empty())
         ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
     if (const std::string missing = missingDisplay(environment); !missing.empty()) return displayIsMissing(missing);
+    if (const std::string missing = displayWithoutSeat(); !missing.empty()) return displayIsMissing(missing);
 
     // Files are looked into while the toolkit starts.
     const auto taken = std::make_shared<std::function<void(Intake)>>();

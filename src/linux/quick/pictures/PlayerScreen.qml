@@ -15,8 +15,21 @@ FocusScope {
     readonly property color ink: "#ffffff"
     readonly property int skipTime: 5000
 
+    /// How the window was shown before the movie took the whole screen; -1 while it has not.
+    property int shownBefore: -1
+
     anchors.fill: parent
     opacity: 0
+
+    function toggleFullScreen(): void {
+        if (shownBefore >= 0) {
+            Window.window.visibility = shownBefore;
+            shownBefore = -1;
+        } else {
+            shownBefore = Window.visibility;
+            Window.window.visibility = Window.FullScreen;
+        }
+    }
 
     function open(animated: bool): void {
         entry.enabled = animated;
@@ -25,6 +38,8 @@ FocusScope {
         canvas.forceActiveFocus();
     }
     function close(animated: bool): void {
+        if (shownBefore >= 0)
+            toggleFullScreen();
         entry.enabled = animated;
         opacity = 0;
         enabled = false;
@@ -56,6 +71,8 @@ FocusScope {
         case Qt.Key_MediaTogglePlayPause:
         case Qt.Key_K: player.toggle(); break;
         case Qt.Key_Home: player.seek(0); break;
+        case Qt.Key_F:
+        case Qt.Key_F11: toggleFullScreen(); break;
         case Qt.Key_M: player.muted = !player.muted; break;
         case Qt.Key_Back:
         case Qt.Key_MediaStop: player.close(); break;
