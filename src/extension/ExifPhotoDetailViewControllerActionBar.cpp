@@ -1,7 +1,9 @@
+#include <algorithm>
 #include <numbers>
 
 #include "extension/ExifPhotoDetailViewController.h"
 #include "platform/Foundation/NSBundle.h"
+#include "platform/UIKit/UITraitCollection.h"
 #include "settings/PersistanceManager.h"
 
 // The bar of actions at the bottom of the screen, with its drawer of settings, and the banner above it.
@@ -11,6 +13,7 @@ namespace {
 // Points.
 constexpr double kBarHeight = 190;
 constexpr double kClosedDrawer = -115;
+constexpr double kLargestBar = 1.6;                 // It grows with the letters so far.
 constexpr double kOpenDrawerWithoutDeleting = -42;  // What is overwritten leaves no original to delete.
 constexpr double kOpenDrawer = 0;
 constexpr double kBannerShown = 0;
@@ -79,7 +82,9 @@ double ExifPhotoDetailViewController::bottomBarConstraintValueForCurrentState() 
 }
 
 double ExifPhotoDetailViewController::closedBottomBarHeight() const {
-    return bottomButtonHolderView->isHidden() ? 0 : kBarHeight + kClosedDrawer;
+    if (bottomButtonHolderView->isHidden()) return 0;
+    const double letters = bodyTextScale(UITraitCollection::currentTraitCollection().preferredContentSizeCategory());
+    return (kBarHeight + kClosedDrawer) * std::clamp(letters, 1.0, kLargestBar);
 }
 
 bool ExifPhotoDetailViewController::isBottomBarHidden() const {
