@@ -218,6 +218,28 @@ TEST(Tiff, GivesARawTheSizeOfItsPicture) {
     }
 }
 
+TEST(Crw, ReadsTheCamerasHeap) {
+    const auto source = CGImageSourceCreateWithURL(TESSALY_SEEDS "/crw/camera.crw");
+    ASSERT_TRUE(source);
+    EXPECT_EQ(CGImageSourceGetType(source), "com.canon.crw-raw-image");
+    const Dictionary properties = CGImageSourceCopyPropertiesAtIndex(source, 0, {}).value_or(Dictionary());
+    const Dictionary& exif = properties["{Exif}"].dictionary();
+    const Dictionary& aux = properties["{ExifAux}"].dictionary();
+    EXPECT_EQ(properties["PixelWidth"], Value(3072));
+    EXPECT_EQ(properties["PixelHeight"], Value(2048));
+    EXPECT_EQ(properties["Orientation"], Value(6)) << "turned by 90 degrees";
+    EXPECT_EQ(makeOf(properties), "Canon");
+    EXPECT_EQ(properties["{TIFF}"].dictionary()["Model"], Value("Canon EOS 300D"));
+    EXPECT_EQ(exif["DateTimeOriginal"], Value("2020:01:26 00:53:20"));
+    EXPECT_EQ(exif["ISOSpeedRatings"], Value(Array{Value(200)})) << "the base, and what was added to it";
+    EXPECT_EQ(exif["ExposureTime"], Value(1 / 128.0));
+    EXPECT_EQ(exif["FNumber"], Value(5.7));
+    EXPECT_EQ(exif["FocalLength"], Value(50.0));
+    EXPECT_EQ(exif["ExposureBiasValue"], Value(0.5));
+    EXPECT_EQ(aux["SerialNumber"], Value(123456789));
+    EXPECT_EQ(aux["OwnerName"], Value("Somebody"));
+}
+
 TEST(Tiff, ReadsBigTiff) {
     ByteString file("II+\0\x08\0\0\0"_z);
     file.number(std::uint64_t{16}, true).number(std::uint64_t{2}, true);

@@ -33,6 +33,7 @@ constexpr std::array kKinds{
     Kind{"com.fuji.raw-image", "image/x-fuji-raf", ".raf"},
     Kind{"com.konicaminolta.raw-image", "image/x-minolta-mrw", ".mrw"},
     Kind{"com.sigma.x3f-raw-image", "image/x-sigma-x3f", ".x3f"},
+    Kind{"com.canon.crw-raw-image", "image/x-canon-crw", ".crw"},
     Kind{"com.canon.cr2-raw-image", "image/x-canon-cr2", ".cr2"},
     Kind{"com.canon.cr3-raw-image", "image/x-canon-cr3", ".cr3"},
     Kind{"com.nikon.raw-image", "image/x-nikon-nef", ".nef"},

@@ -5,6 +5,7 @@
 #include <set>
 
 #include "linux/imageio/TiffDirectory.h"
+#include "linux/imageio/containers/CiffHeap.h"
 #include "linux/imageio/containers/Containers.h"
 #include "linux/imageio/containers/PsdSections.h"
 #include "platform/ImageIO/CGImageProperties.h"
@@ -25,6 +26,8 @@ constexpr std::uint16_t kNewSubfileType = 0x00FE, kJpegFromRaw = 0x002E, kFurthe
 constexpr std::uint64_t kFurtherImageEntry = 16;
 /// The thumbnail among the resources of a PSD.
 constexpr std::uint16_t kPsdThumbnail = 0x040C;
+/// In the heap of a CRW.
+constexpr std::uint16_t kCrwPreview = 0x2007, kCrwThumbnail = 0x2008;
 
 class Search {
 public:
@@ -38,6 +41,7 @@ public:
         if (mark && asText(*mark) == "FUJIFILM")
             offer(source_.read<std::uint32_t>(84).value_or(0), source_.read<std::uint32_t>(88).value_or(0));
         lookInPsd();
+        lookInCrw();
         return largest_;
     }
 
@@ -74,6 +78,14 @@ private:
         if (!header) return;
         visited_.clear();
         readDirectories(header->context, header->firstDirectory);
+    }
+
+    void lookInCrw() {
+        if (!isCiff(source_)) return;
+        forEachCiffEntry(source_, [this](const CiffEntry& entry) {
+            if (entry.identifier == kCrwPreview || entry.identifier == kCrwThumbnail)
+                offer(entry.position, entry.length);
+        });
     }
 
     void readDirectories(TiffContext& tiff, std::uint64_t offset) {

@@ -14,7 +14,8 @@ struct EmbeddedPreview {
 };
 
 /// The largest one that a TIFF structure of the file points to: the thumbnail of Exif in whatever container, the
-/// further images of an MP file (CIPA DC-007), the previews of raws. A tile or a strip of the picture is none.
+/// further images of an MP file (CIPA DC-007), the previews of raws; and those of a PSD and a CRW. A tile or a strip of
+/// the picture is none.
 [[nodiscard]] std::optional<EmbeddedPreview> largestPreview(ByteSource& source);
 
 }  // namespace tessaly::imageio

@@ -5,6 +5,7 @@
 
 #include "linux/imageio/Text.h"
 #include "linux/imageio/TiffDirectory.h"
+#include "linux/imageio/containers/CiffHeap.h"
 #include "linux/imageio/containers/Containers.h"
 
 namespace tessaly::imageio {
@@ -26,6 +27,7 @@ constexpr ImageFormat kMrw{"com.konicaminolta.raw-image", readMrw};
 constexpr ImageFormat kX3f{"com.sigma.x3f-raw-image", readX3f};
 constexpr ImageFormat kJp2{"public.jpeg-2000", readJp2};
 constexpr ImageFormat kJxr{"com.microsoft.jxr", readTiff};
+constexpr ImageFormat kCrw{"com.canon.crw-raw-image", readCrw};
 constexpr ImageFormat kCr3{"com.canon.cr3-raw-image", readCr3};
 constexpr ImageFormat kHeic{"public.heic", readHeif};
 constexpr ImageFormat kHeif{"public.heif", readHeif};
@@ -132,6 +134,7 @@ const ImageFormat* detectImageFormat(ByteSource& source) {
     if (head.starts_with("8BPS\0\2"sv)) return &kPsb;
     if (head.starts_with("\0MRM"sv)) return &kMrw;
     if (head.starts_with("FOVb"sv)) return &kX3f;
+    if (isCiff(source)) return &kCrw;
     if (head.starts_with("II"sv) || head.starts_with("MM"sv)) return tiffFormat(source);
     if (head.size() >= 8 && head.substr(4, 4) == "ftyp"sv) return brandFormat(source);
     if (head.starts_with("BM"sv) && isBmp(source)) return &kBmp;

@@ -47,6 +47,7 @@ std::optional<MovieFormat> formatOf(ByteSource& source) {
         return MovieFormat{webm ? "org.webmproject.webm"sv : "org.matroska.mkv"sv, media::readMatroska};
     }
     if (head.starts_with("RIFF"sv) && head.substr(8, 4) == "AVI "sv) return MovieFormat{"public.avi", media::readAvi};
+    if (media::transportStride(source) != 0) return MovieFormat{"public.mpeg-2-transport-stream", media::readTransport};
     const std::string_view atom = head.substr(4, 4);
     if (atom == "ftyp"sv) {
         const std::string_view brand = head.substr(8, 4);

@@ -11,6 +11,10 @@ namespace tessaly::media {
 void readMovie(imageio::ByteSource& source, AVAsset& asset);
 /// AVI (Microsoft), of one part or several (OpenDML).
 void readAvi(imageio::ByteSource& source, AVAsset& asset);
+/// Transport streams (ISO/IEC 13818-1) of camcorders: what the tables, the first picture and the last time stamp tell.
+void readTransport(imageio::ByteSource& source, AVAsset& asset);
+/// From one packet of a transport stream to the next, 188 or 192 bytes; 0 of anything else.
+[[nodiscard]] std::size_t transportStride(imageio::ByteSource& source);
 /// Matroska (RFC 9559) and WebM.
 void readMatroska(imageio::ByteSource& source, AVAsset& asset);
 

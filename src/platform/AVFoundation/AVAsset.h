@@ -45,7 +45,8 @@ struct AVAssetTrack {
 /// Why a movie could not be opened.
 using AVAssetFault = FileFault;
 
-/// A movie (QuickTime, MP4, 3GP, Matroska, WebM, AVI), read from its boxes without decoding anything.
+/// A movie (QuickTime, MP4, 3GP, Matroska, WebM, AVI, MPEG transport stream), read from its boxes without decoding
+/// anything.
 class AVAsset {
 public:
     /// Never null: what cannot be read yields an asset without tracks, metadata or duration, and a fault.

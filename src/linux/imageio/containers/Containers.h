@@ -15,6 +15,8 @@ void readGif(ByteSource& source, ImageProperties& properties);
 void readBmp(ByteSource& source, ImageProperties& properties);
 /// TIFF, BigTIFF and the raw formats built on TIFF (DNG, CR2, NEF, ARW, ORF, RW2, PEF, ...).
 void readTiff(ByteSource& source, ImageProperties& properties);
+/// Canon's raws of before CR2 (CIFF).
+void readCrw(ByteSource& source, ImageProperties& properties);
 /// Layered pictures, PSD and PSB: their image resources.
 void readPsd(ByteSource& source, ImageProperties& properties);
 void readRaf(ByteSource& source, ImageProperties& properties);

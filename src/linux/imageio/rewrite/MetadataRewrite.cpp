@@ -45,6 +45,7 @@ constexpr std::array kRewriters{
     KnownRewriter{"com.konicaminolta.raw-image", rewriteMrw},
     KnownRewriter{"com.adobe.photoshop-image", rewritePsd},
     KnownRewriter{"com.adobe.photoshop-large-image", rewritePsd},
+    KnownRewriter{"com.canon.crw-raw-image", nullptr},
     KnownRewriter{"com.sigma.x3f-raw-image", nullptr},
     KnownRewriter{"com.microsoft.jxr", nullptr},
 };
@@ -65,6 +66,7 @@ Rewriter rewriterOf(ByteSource& source, FileFault& fault) {
         return nullptr;
     }
     if (movie == "public.avi") return media::rewriteAvi;
+    if (movie == "public.mpeg-2-transport-stream") return nullptr;
     return movie.starts_with("org.") ? media::rewriteMatroska : rewriteMovie;
 }
 
