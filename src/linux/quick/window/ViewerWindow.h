@@ -45,7 +45,7 @@ private:
     std::unique_ptr<Surroundings> surroundings_;
     MemoryWarnings memoryWarnings_;
     std::unique_ptr<QObject> closeFilter_;
-    NSNotificationCenter::Observer language_;
+    NSNotificationCenter::Observer language_, memory_;
     Observable::Observation traits_;
 };
 
