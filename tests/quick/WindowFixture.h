@@ -18,6 +18,7 @@ namespace tessaly::test {
 
 inline constexpr QSize kPhone{390, 844};
 inline constexpr QSize kTablet{1000, 800};
+inline constexpr int kWidestPage = 1100;
 
 /// The program's window with a screen in it, worked with by finger, mouse and keyboard.
 class WindowTest : public testing::Test {
