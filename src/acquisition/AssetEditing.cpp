@@ -1,5 +1,6 @@
 #include "acquisition/AssetEditing.h"
 
+#include <cstring>
 #include <memory>
 #include <optional>
 
@@ -8,6 +9,7 @@
 #include "platform/AVFoundation/AVAssetExportSession.h"
 #include "platform/Foundation/Log.h"
 #include "platform/Foundation/NSFileManager.h"
+#include "platform/ImageIO/MetadataRewrite.h"
 #include "platform/Photos/PHChangeRequests.h"
 #include "settings/AppDomain.h"
 
@@ -91,7 +93,30 @@ void exportMovie(const std::shared_ptr<AVAsset>& movie, const NSURL& target, Edi
     });
 }
 
+bool write(const MetadataChange& change, const std::string& source, const std::string& target, std::string& error) {
+    const RewriteFailure failure = rewriteMetadata(source, target, change, {.replaces = true});
+    error = failure.error != 0 ? std::strerror(failure.error) : "";
+    return !failure;
+}
+
 }  // namespace
+
+AssetEdit AssetEdit::placeRemoval() {
+    AssetEdit edit;
+    edit.rewrite = writeWithoutPlace;
+    edit.adjustmentData = {std::string(AppDomainPrefix) + ".tessaly.removeLocation", "1.0", nullptr};
+    edit.removesLocation = true;
+    return edit;
+}
+
+AssetEdit AssetEdit::completeRemoval() {
+    AssetEdit edit = removal();
+    edit.rewrite = [](const std::string& source, const std::string& target, std::string& error) {
+        return write({.removal = MetadataChange::Removal::everything, .removes = {}, .values = {}}, source, target,
+                     error);
+    };
+    return edit;
+}
 
 AssetEdit AssetEdit::removal() {
     // By this mark others know that they can revert it.
@@ -112,6 +137,10 @@ Data photoWithoutMetadata(const NSURL& photo) {
     // Its bytes are no part of the result: a raw photo is not replaced by its development.
     static_cast<void>(RawFileManager::fetchImageFromRawFile(photo));
     return ExifManager::imageDataByRemovingExifAndGeoTagging(NSFileManager::contentsAtPath(photo.path()));
+}
+
+bool writeWithoutPlace(const std::string& source, const std::string& target, std::string& error) {
+    return write({.removal = MetadataChange::Removal::place, .removes = {}, .values = {}}, source, target, error);
 }
 
 void exportVideoWithoutPlace(const PHAssetRef& video, const NSURL& target, EditCompletion completion) {

@@ -17,6 +17,10 @@ struct AssetEdit {
 
     /// The removal of metadata as the screens offer it.
     [[nodiscard]] static AssetEdit removal();
+    /// The removal of the place and nothing else, from a photo or a video.
+    [[nodiscard]] static AssetEdit placeRemoval();
+    /// The removal of all that could tell something, of a photo.
+    [[nodiscard]] static AssetEdit completeRemoval();
 };
 
 using EditCompletion = std::function<void(bool success, const std::string& error)>;
@@ -27,6 +31,8 @@ void editAsset(const PHAssetRef& asset, AssetEdit edit, EditCompletion completio
 
 /// The photo without its metadata; null or empty for a file that cannot be changed.
 [[nodiscard]] Data photoWithoutMetadata(const NSURL& photo);
+/// Writes the photo or video `source` without its place to `target`; false with what is wrong, as above.
+[[nodiscard]] bool writeWithoutPlace(const std::string& source, const std::string& target, std::string& error);
 /// Writes the video without its place and what it was made with to `target`; the completion comes on another thread.
 void exportVideoWithoutPlace(const PHAssetRef& video, const NSURL& target, EditCompletion completion);
 

@@ -140,7 +140,7 @@ void ExifPhotoDetailViewController::connectActions() {
         {*deleteExifDataButton, &ExifPhotoDetailViewController::removeExifDetailsButtonTapped},
         {*removeEXIFButton, &ExifPhotoDetailViewController::removeExifDetailsButtonTapped},
         {*deleteGeoTaggingButton, &ExifPhotoDetailViewController::removeLocationOnlyButtonTapped},
-        {*removeLocationButton, &ExifPhotoDetailViewController::removeLocationOnlyButtonTapped},
+        {*removeLocationButton, &ExifPhotoDetailViewController::removeLocationButtonTapped},
         {*deleteExifSettingsButton, &ExifPhotoDetailViewController::removeExifSettingsButtonTapped},
         {*editEXIFButton, &ExifPhotoDetailViewController::editEXIFButtonTapped},
         {*expandButton, &ExifPhotoDetailViewController::expandRemoveEXIFBarButtonTapped},

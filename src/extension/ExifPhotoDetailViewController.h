@@ -185,6 +185,8 @@ public:
     void removeExifDetailsButtonTapped();
     void removeExifDetailsButtonTappedVideo();
     void removeLocationOnlyButtonTapped() {}
+    /// Takes the place, and nothing else, out of the photo or video, as the switches say.
+    void removeLocationButtonTapped();
     void removeExifSettingsButtonTapped() {}
     void deletePhotoButtonTapped();
     void editEXIFButtonTapped();

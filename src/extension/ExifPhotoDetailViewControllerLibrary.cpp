@@ -6,9 +6,11 @@
 #include <filesystem>
 
 #include "acquisition/AssetEditing.h"
+#include "acquisition/ExifManager.h"
 #include "acquisition/LocalImageFiles.h"
 #include "extension/DetailRecord.h"
 #include "extension/ExifPhotoDetailViewController.h"
+#include "extension/IdentifyingLeftovers.h"
 #include "extension/MBProgressHUD.h"
 #include "platform/Foundation/Log.h"
 #include "platform/Foundation/NSBundle.h"
@@ -39,6 +41,24 @@ constexpr Banners kVideoBanners{
     localizable("Successfully created new copy of Video without Location data.However deleting original image failed. "
                 "Details - %@")};
 
+constexpr Banners kPhotoPlaceBanners{
+    localizable("Successfully removed Location data from same image"),
+    localizable("Successfully created new copy of image without Location data"),
+    localizable("Successfully created new copy of image without Location data and deleted original image"),
+    localizable("Successfully created new copy of image without Location data. However deleting original image failed. "
+                "Details - %@")};
+
+/// What is taken out, and how it is told.
+struct Removal {
+    const Banners& banners;
+    bool isOfPlace;    ///< And of nothing else.
+    bool asksForRest;  ///< Whether the person hears of what still tells something, and may have it removed.
+};
+constexpr Removal kPhotoRemoval{kPhotoBanners, false, true};
+constexpr Removal kVideoRemoval{kVideoBanners, false, false};
+constexpr Removal kPhotoPlaceRemoval{kPhotoPlaceBanners, true, false};
+constexpr Removal kVideoPlaceRemoval{kVideoBanners, true, false};
+
 /// `detail` stands in those texts that have a place for it.
 std::string banner(std::string_view label, const std::string& detail = {}) {
     return formatted(localized(label), detail);
@@ -51,6 +71,71 @@ void tell(const std::weak_ptr<ExifPhotoDetailViewController>& weak, std::string 
         if (!screen) return;
         MBProgressHUD::hideAllHUDsForView(screen->view(), true);
         screen->showMessage(message, success);
+    });
+}
+
+/// A removal that succeeded.
+struct Outcome {
+    std::weak_ptr<ExifPhotoDetailViewController> screen;
+    std::weak_ptr<ExifInformation> record;  ///< Of the photo as it was.
+    std::string shown;                      ///< Whose record comes into its place; "" where the photo is as it was.
+    std::string rest;                       ///< In what the rest is looked for; "" for nothing.
+    std::string message;
+    bool success = true;
+};
+
+PHAssetRef assetOf(const std::string& identifier) {
+    return identifier.empty() ? nullptr : PHAsset::fetchAssetsWithLocalIdentifiers({&identifier, 1}, {}).firstObject();
+}
+
+/// Waits for the photo library.
+std::vector<std::string_view> leftoversOf(const PHAssetRef& asset) {
+    if (!asset) return {};
+    Data bytes;
+    PHImageRequestOptions options;
+    options.synchronous = true;
+    PHImageManager::defaultManager().requestImageDataForAsset(
+        asset, options,
+        [&](const Data& data, const std::string&, UIImageOrientation, const Dictionary&) { bytes = data; });
+    const Data clean = bytes ? dataWithoutAnyMetadata(bytes) : nullptr;
+    return clean ? identifyingLeftovers(bytes, clean) : std::vector<std::string_view>();
+}
+
+void removeRest(const Screen& screen, const Outcome& outcome);
+
+void askForRest(const Screen& screen, const Outcome& outcome, const std::vector<std::string_view>& leftovers) {
+    const auto alert = std::make_shared<UIAlertController>(
+        localized("Remove EXIF"), formatted(localized("This is still inside: %@"), namesOfLeftovers(leftovers)),
+        UIAlertControllerStyle::alert);
+    alert->addAction({localized("Remove this too"), UIAlertActionStyle::normal, [outcome] {
+                          if (const Screen self = outcome.screen.lock()) removeRest(self, outcome);
+                      }});
+    alert->addAction({localized("Cancel"), UIAlertActionStyle::cancel, nullptr});
+    screen->presentViewController(alert, true);
+}
+
+/// From then on the page speaks of the photo as it is.
+void replaceRecord(const Screen& screen, const ExifInformationRef& old, const ExifInformationRef& fresh) {
+    const auto page = std::ranges::find(screen->dataSource->exifDataItemsArray, old);
+    if (!old || page == screen->dataSource->exifDataItemsArray.end()) return;
+    *page = fresh;
+    screen->reloadContent();
+}
+
+void tell(Outcome outcome) {
+    DispatchQueue::global().async([outcome = std::move(outcome)]() mutable {
+        const PHAssetRef shown = assetOf(outcome.shown);
+        ExifInformationRef fresh = shown ? ExifManager::exifInformationFromPHAssett(shown) : nullptr;
+        const auto leftovers = leftoversOf(assetOf(outcome.rest));
+        DispatchQueue::main().async([outcome = std::move(outcome), fresh = std::move(fresh), leftovers]() mutable {
+            const Screen screen = outcome.screen.lock();
+            if (!screen) return;
+            MBProgressHUD::hideAllHUDsForView(screen->view(), true);
+            if (fresh) replaceRecord(screen, outcome.record.lock(), fresh);
+            if (fresh) outcome.record = fresh;
+            screen->showMessage(outcome.message, outcome.success);
+            if (!leftovers.empty()) askForRest(screen, outcome, leftovers);
+        });
     });
 }
 
@@ -73,14 +158,25 @@ void tellFailure(const std::weak_ptr<ExifPhotoDetailViewController>& screen, con
          false);
 }
 
+void removeRest(const Screen& screen, const Outcome& outcome) {
+    const PHAssetRef asset = assetOf(outcome.rest);
+    if (!asset) return;
+    static_cast<void>(MBProgressHUD::showHUDAddedTo(screen->view(), true));
+    editAsset(asset, AssetEdit::completeRemoval(), [outcome](bool success, const std::string& error) {
+        if (!success) return tellFailure(outcome.screen, error);
+        tell({outcome.screen, outcome.record, outcome.shown, {}, banner(kPhotoBanners.overwritten)});
+    });
+}
+
 /// The stripped copy of one asset, as it was decided when it began. Runs on platform threads, one after the other;
 /// whoever has the next step keeps it alive.
 class StrippedCopy : public std::enable_shared_from_this<StrippedCopy> {
 public:
-    StrippedCopy(const Screen& screen, PHAssetRef asset, const Banners& banners)
+    StrippedCopy(const Screen& screen, const ExifInformationRef& record, const Removal& removal)
         : screen_(screen),
-          asset_(std::move(asset)),
-          banners_(banners),
+          record_(record),
+          asset_(record->phAsset),
+          removal_(removal),
           deletesOriginal_(screen->deleteOriginalPhotoAfterRemovingExifSwitch->isOn()) {}
 
     void begin() {
@@ -91,6 +187,7 @@ public:
                 const NSURL& file = input->fullSizeImageURL;
                 if (file.empty()) return tellFailure(self->screen_, input->error);
                 self->name_ = file.lastPathComponent();
+                if (self->removal_.isOfPlace) return self->copyWithoutPlace(file);
                 self->asset_->mediaType == PHAssetMediaTypeVideo ? self->copyVideo() : self->copyPhoto(file);
             });
     }
@@ -101,10 +198,27 @@ private:
         stripped_ && !stripped_->empty() ? changeLibrary() : tellFailure(screen_, {});
     }
 
-    void copyVideo() {
+    /// @return whether there is a place to write to.
+    bool makeFolder() {
         folder_.emplace();
-        if (!folder_->isThere) return tellFailure(screen_, std::strerror(errno));
+        if (!folder_->isThere) {
+            tellFailure(screen_, std::strerror(errno));
+            return false;
+        }
         exported_ = NSURL::fileURLWithPath(folder_->path + "/" + name_);
+        return true;
+    }
+
+    void copyWithoutPlace(const NSURL& file) {
+        if (!makeFolder()) return;
+        std::string error;
+        if (!writeWithoutPlace(file.path(), exported_.path(), error)) return tellFailure(screen_, error);
+        if (asset_->mediaType != PHAssetMediaTypeVideo) stripped_ = NSFileManager::contentsAtPath(exported_.path());
+        changeLibrary();
+    }
+
+    void copyVideo() {
+        if (!makeFolder()) return;
         exportVideoWithoutPlace(asset_, exported_, [self = shared_from_this()](bool success, const std::string& error) {
             success ? self->changeLibrary() : tellFailure(self->screen_, error);
         });
@@ -126,7 +240,7 @@ private:
                 self->folder_.reset();
                 if (!success) return tellFailure(self->screen_, error);
                 if (self->deletesOriginal_) return self->deleteOriginal();
-                self->addToAlbumAndTell(banner(self->banners_.copied), true);
+                self->addToAlbumAndTell(banner(self->removal_.banners.copied), true);
             });
     }
 
@@ -137,27 +251,31 @@ private:
                 PHAssetChangeRequest::deleteAssets({&asset, 1});
             },
             [self = shared_from_this()](bool success, const std::string& error) {
-                self->addToAlbumAndTell(
-                    success ? banner(self->banners_.copiedAndDeleted) : banner(self->banners_.copiedOnly, error),
-                    success);
+                self->replacesOriginal_ = success;
+                const Banners& banners = self->removal_.banners;
+                self->addToAlbumAndTell(success ? banner(banners.copiedAndDeleted) : banner(banners.copiedOnly, error),
+                                        success);
             });
     }
 
     void addToAlbumAndTell(const std::string& message, bool success) const {
-        const PHAssetRef copy = PHAsset::fetchAssetsWithLocalIdentifiers({&created_, 1}, {}).firstObject();
+        const PHAssetRef copy = assetOf(created_);
         if (!copy) return tell(screen_, message, success);
         LocalImageFiles::createPhotosAlbum(
             PersistanceManager::sharedInstance().albumNameAfterRemovingEXIF(), {&copy, 1},
             [self = shared_from_this(), message, success](bool isAdded, const std::string& error) {
                 if (!isAdded) log("album: %@", error);
-                tell(self->screen_, message, success);
+                tell({self->screen_, self->record_, self->replacesOriginal_ ? self->created_ : std::string(),
+                      self->removal_.asksForRest ? self->created_ : std::string(), message, success});
             });
     }
 
     std::weak_ptr<ExifPhotoDetailViewController> screen_;
+    std::weak_ptr<ExifInformation> record_;
     PHAssetRef asset_;
-    const Banners& banners_;
+    const Removal& removal_;
     bool deletesOriginal_;
+    bool replacesOriginal_ = false;
     std::string name_;
     Data stripped_;                       ///< Of a photo.
     std::optional<ExportFolder> folder_;  ///< Of a video.
@@ -165,13 +283,15 @@ private:
     std::string created_;                 ///< The copy's identifier.
 };
 
-void remove(const Screen& screen, const ExifInformation& record, const Banners& banners) {
+void remove(const Screen& screen, const ExifInformationRef& record, const Removal& removal) {
     static_cast<void>(MBProgressHUD::showHUDAddedTo(screen->view(), true));
-    if (!screen->overwriteSwitch->isOn())
-        return std::make_shared<StrippedCopy>(screen, record.phAsset, banners)->begin();
-    editAsset(record.phAsset, AssetEdit::removal(),
-              [weak = std::weak_ptr(screen), &banners](bool success, const std::string& error) {
-                  success ? tell(weak, banner(banners.overwritten), true) : tellFailure(weak, error);
+    if (!screen->overwriteSwitch->isOn()) return std::make_shared<StrippedCopy>(screen, record, removal)->begin();
+    const std::string identifier = record->phAsset->localIdentifier;
+    Outcome outcome{screen, record, identifier, removal.asksForRest ? identifier : std::string(),
+                    banner(removal.banners.overwritten)};
+    editAsset(record->phAsset, removal.isOfPlace ? AssetEdit::placeRemoval() : AssetEdit::removal(),
+              [outcome = std::move(outcome)](bool success, const std::string& error) {
+                  success ? tell(outcome) : tellFailure(outcome.screen, error);
               });
 }
 
@@ -212,11 +332,17 @@ void ExifPhotoDetailViewController::removeExifDetailsButtonTapped() {
     const ExifInformationRef record = currentRecord();
     if (!record) return;
     if (record->mediaType() == PHAssetMediaTypeVideo) return removeExifDetailsButtonTappedVideo();
-    remove(self(), *record, kPhotoBanners);
+    remove(self(), record, kPhotoRemoval);
 }
 
 void ExifPhotoDetailViewController::removeExifDetailsButtonTappedVideo() {
-    if (const ExifInformationRef record = currentRecord()) remove(self(), *record, kVideoBanners);
+    if (const ExifInformationRef record = currentRecord()) remove(self(), record, kVideoRemoval);
+}
+
+void ExifPhotoDetailViewController::removeLocationButtonTapped() {
+    const ExifInformationRef record = currentRecord();
+    if (!record || !record->phAsset) return;
+    remove(self(), record, isVideo(*record) ? kVideoPlaceRemoval : kPhotoPlaceRemoval);
 }
 
 void ExifPhotoDetailViewController::deletePhotoButtonTapped() {

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <map>
+#include <tuple>
 
 #include "ActionsFixture.h"
 #include "platform/AVFoundation/AVAssetExportSession.h"
@@ -196,6 +197,55 @@ TEST_F(LibraryActions, FailuresAreToldAndChangeNothing) {
         expectFailure("a video that is gone", "lost.mov", overwrites, "Error : ");
     }
     EXPECT_THAT(entries(own() + "/pending"), IsEmpty());
+}
+
+// The place alone goes, from photos and videos, and the page speaks of what is there now.
+TEST_F(LibraryActions, RemoveLocationTakesThePlaceAlone) {
+    const std::string copied = "Successfully created new copy of ",
+                      removed = "Successfully removed Location data from ";
+    for (const auto& [name, overwrites, changed, expected] :
+         {std::tuple{"a.jpg", false, "a 2.jpg", copied + "image without Location data"},
+          std::tuple{"a.jpg", true, "a.jpg", removed + "same image"},
+          std::tuple{"m.mov", false, "m 2.mov", copied + "Video without Location data"},
+          std::tuple{"m.mov", true, "m.mov", removed + "same Video"}}) {
+        SCOPED_TRACE(expected);
+        const std::string bytes = contentOf(path(name));
+        show({recordOfAsset(name)});
+        screen->overwriteSwitch->setOn(overwrites);
+        screen->deleteOriginalPhotoAfterRemovingExifSwitch->setOn(false);
+        screen->removeLocationButtonTapped();
+        finish();
+        EXPECT_EQ(banner(), expected);
+        EXPECT_THAT(contentOf(path(changed)), HasSubstr("SECRET")) << "nothing but the place";
+        EXPECT_FALSE(asset(changed).location);
+        EXPECT_EQ(screen->currentRecord()->phAsset->location.has_value(), !overwrites) << "a copy leaves the page";
+        if (!overwrites) continue;
+        EXPECT_EQ(change([&] { request(asset(name)).revertAssetContentToOriginal(); }), "");
+        EXPECT_EQ(contentOf(path(name)), bytes) << "brought back";
+    }
+    EXPECT_THAT(entries(temporary()), IsEmpty());
+}
+
+// What would still tell something is named once the removal is done, and goes with one touch.
+TEST_F(LibraryActions, RemoveExifNamesWhatIsLeft) {
+    std::string commented(placedPhoto().text());
+    commented.insert(2, jpegSegment(0xFE, "COMMENT of a person").text());
+    write("a.jpg", commented);
+    library_->scan();
+    for (const bool overwrites : {false, true}) {
+        SCOPED_TRACE(overwrites);
+        const char* const changed = overwrites ? "a.jpg" : "a 2.jpg";
+        act("a.jpg", overwrites, false);
+        EXPECT_THAT(contentOf(path(changed)), HasSubstr("COMMENT"));
+        const auto alert = presenter.last<UIAlertController>();
+        ASSERT_TRUE(alert);
+        EXPECT_EQ(alert->message(), "This is still inside: Texts and comments");
+        ASSERT_TRUE(choose("Remove this too"));
+        finish();
+        EXPECT_EQ(banner(), "Successfully removed exif data from same image");
+        EXPECT_THAT(contentOf(path(changed)), Not(HasSubstr("COMMENT")));
+        EXPECT_EQ(screen->currentRecord()->shortExifStringsForShare().find("SECRET") == std::string::npos, overwrites);
+    }
 }
 
 TEST_F(LibraryActions, ACopyStaysWhenTheOriginalCannotBeDeleted) {
