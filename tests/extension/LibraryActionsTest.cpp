@@ -196,7 +196,7 @@ TEST_F(LibraryActions, FailuresAreToldAndChangeNothing) {
         expectFailure("a photo that is gone", "gone.jpg", overwrites, "Error : ");
         expectFailure("a video that is gone", "lost.mov", overwrites, "Error : ");
     }
-    EXPECT_THAT(entries(own() + "/pending"), IsEmpty());
+    EXPECT_THAT(pendingFiles(), IsEmpty());
 }
 
 // The place alone goes, from photos and videos, and the page speaks of what is there now.

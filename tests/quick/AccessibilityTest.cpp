@@ -111,7 +111,7 @@ TEST_F(Accessibility, KeyboardReachesEverythingInSight) {
         EXPECT_TRUE(element && element->state().focusable) << name.toStdString();
         const QRectF place = sceneRect(*at);
         EXPECT_TRUE(QRectF(0, 0, window().width(), window().height()).intersects(place)) << name.toStdString();
-        EXPECT_GE(place.bottom(), 60) << name.toStdString() << ": above the page";
+        EXPECT_GE(place.bottom(), 44) << name.toStdString() << ": above the page";
         order.append(name);
     }
     const QStringList names = order;

@@ -1,6 +1,7 @@
 #include <QTest>
 #include <algorithm>
 #include <filesystem>
+#include <utility>
 
 #include "WindowFixture.h"
 #include "extension/EmptyPageViewController.h"
@@ -96,7 +97,11 @@ TEST_F(Pages, AreScrolledByKeyboard) {
           Case{"a page down", Qt::Key_Space, std::min(end, page / 2), std::min(end, page)}}) {
         press(key);
         EXPECT_TRUE(standsAt(low, high)) << why << ": " << list()->contentOffset().y;
-        waitForRest(*itemsOf(root(), "CollectionContent").front());
+        double before = -1;
+        EXPECT_TRUE(waitFor([&] {
+            const double now = list()->contentOffset().y;
+            return std::exchange(before, now) == now;
+        })) << why;
     }
 }
 
