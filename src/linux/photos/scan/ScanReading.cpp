@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 
 #include "linux/photos/AssetRows.h"
 #include "linux/photos/Originals.h"
@@ -133,11 +134,21 @@ bool hasMissingTwin(const Database& database, std::int64_t asset, const Likeness
         .has_value();
 }
 
+/// Whether the library still has the unedited file, by whatever path it was opened when that was kept.
+bool isKept(const LibraryStore& store, const std::string& original) {
+    const std::filesystem::path path(original);
+    std::error_code ignored;
+    return std::filesystem::exists(
+        std::filesystem::path(store.originalsFolder()) / path.parent_path().filename() / path.filename(), ignored);
+}
+
 /// That it was edited here is said of no file that may as well be another photo. Its original is kept, and listed.
-void settleEdit(const Database& database, std::int64_t asset, const OldPhoto& old, const AssetFacts& facts,
-                const Prints& prints) {
+/// Where the original is gone, too, a deletion was killed after it, and the file is what somebody put there since.
+void settleEdit(const LibraryStore& store, const Database& database, std::int64_t asset, const OldPhoto& old,
+                const AssetFacts& facts, const Prints& prints) {
     const bool isUnchanged = !prints.print.empty() && prints.print == old.print;
-    if (old.original.empty() || isUnchanged || !hasTwin(database, asset, Likeness::of(facts))) return;
+    if (old.original.empty() || isUnchanged) return;
+    if (isKept(store, old.original) && !hasTwin(database, asset, Likeness::of(facts))) return;
     database.run("DELETE FROM edits WHERE asset = ?", asset);
 }
 
@@ -287,7 +298,7 @@ void ScanReader::putOne(const Database& database, const Reading& reading) {
             ++result_.removed;
             asset = 0;
         } else if (old) {
-            settleEdit(database, asset, *old, facts, prints);
+            settleEdit(store_, database, asset, *old, facts, prints);
         }
     }
     if (facts.mediaType == 0)
