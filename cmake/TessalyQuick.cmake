@@ -33,3 +33,4 @@ qt_add_qml_module(tessaly_quick
   RESOURCE_PREFIX /qt/qml
   OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/qml/Tessaly
   QML_FILES ${TESSALY_INTERFACE_FILES})
+tessaly_precompile(tessaly_quick <QImage> <QObject> <QPointer> <QQuickItem> <QQuickWindow> <QString>)
