@@ -5,6 +5,7 @@
 #include "linux/desktop/Sharing.h"
 #include "platform/Foundation/Dispatch.h"
 #include "platform/UIKit/Presenter.h"
+#include "platform/UIKit/UIAlertController.h"
 #include "platform/UIKit/UIPasteboard.h"
 
 // The share sheet without its looks.
@@ -156,7 +157,8 @@ TEST_F(SharingTest, SavingTellsWhereBeforeItCloses) {
     write("home/Pictures/a.jpg", "mine");
     const auto sharing = share({{sample(), "a.jpg"}});
     choose(sharing, "Save to Folder");
-    ASSERT_THAT(titles(*sharing), ElementsAre("Pictures", "Downloads")) << "nothing asks: the user's own folders";
+    ASSERT_THAT(titles(*sharing), ElementsAre("Pictures", "Downloads", "Other Folder"))
+        << "nothing asks: the user's own folders";
     choose(sharing, "Pictures");
     EXPECT_EQ(sharing->outcome(), "a 2.jpg was saved in Pictures");
     EXPECT_FALSE(sharing->hasFailed());
@@ -174,7 +176,7 @@ TEST_F(SharingTest, SavingSeveralTellsHowMany) {
     fs::create_directory(path("home/Meine $ Bilder"));
     const auto sharing = share({{sample(), "a.jpg"}, {sample(), "a.jpg"}});
     choose(sharing, "Save to Folder");
-    ASSERT_THAT(titles(*sharing), ElementsAre("Meine $ Bilder"));
+    ASSERT_THAT(titles(*sharing), ElementsAre("Meine $ Bilder", "Other Folder"));
     choose(sharing, "Meine $ Bilder");
     EXPECT_EQ(sharing->outcome(), "2 files were saved in Meine $ Bilder");
     EXPECT_TRUE(fs::exists(path("home/Meine $ Bilder/a 2.jpg")));
@@ -204,12 +206,47 @@ TEST_F(SharingTest, TheDesktopsDialogDecides) {
 
     sharing = share({{sample(), "a.jpg"}}, true, dialog(Result::unavailable, {}));
     choose(sharing, "Save to Folder");
-    EXPECT_THAT(titles(*sharing), ElementsAre("Pictures", "Downloads"));
+    EXPECT_THAT(titles(*sharing), ElementsAre("Pictures", "Downloads", "Other Folder"));
 
     sharing = share({{sample(), "a.jpg"}}, true, dialog(Result::chosen, {chosen}));
     choose(sharing, "Save to Folder");
     EXPECT_EQ(sharing->outcome(), "x.jpg was saved in elsewhere");
     EXPECT_EQ(contentOf(chosen), contentOf(TESSALY_SAMPLE));
+}
+
+TEST_F(SharingTest, AnyFolderCanBeReachedWithoutThatDialog) {
+    for (const char* name : {"home/Pictures/B", "home/Pictures/A", "home/Pictures/.hidden"})
+        fs::create_directories(path(name));
+    write("home/Pictures/file", "");
+    const auto sharing = share({{sample(), "a.jpg"}});
+    choose(sharing, "Save to Folder");
+    choose(sharing, "Other Folder");
+    const auto asked = [this] {
+        return std::dynamic_pointer_cast<UIAlertController>(
+            screen_->presentedViewController()->presentedViewController());
+    };
+    // What is chosen, then what the sheet offers: the person looks around before they decide.
+    const std::pair<std::string, std::vector<std::string>> steps[] = {
+        {"Pictures",
+         {"Choose “home”", "↑ " + fs::path(path("")).parent_path().filename().string(), "Downloads", "Pictures",
+          "Cancel"}},
+        {"A", {"Choose “Pictures”", "↑ home", "A", "B", "Cancel"}},
+        {"↑ Pictures", {"Choose “A”", "↑ Pictures", "Cancel"}},
+        {"B", {"Choose “Pictures”", "↑ home", "A", "B", "Cancel"}},
+        {"Choose “B”", {"Choose “B”", "↑ Pictures", "Cancel"}},
+    };
+    for (const auto& [answer, offered] : steps) {
+        const auto sheet = asked();
+        ASSERT_TRUE(sheet) << answer;
+        std::vector<std::string> answers;
+        for (const UIAlertAction& action : sheet->actions()) answers.push_back(action.title);
+        EXPECT_EQ(answers, offered) << answer;
+        sheet->userChose(static_cast<std::size_t>(std::ranges::find(answers, answer) - answers.begin()));
+    }
+    EXPECT_FALSE(asked());
+    DispatchQueue::pumpMainQueueUntil([&] { return !sharing->isBusy(); }, std::chrono::seconds(5));
+    EXPECT_EQ(sharing->outcome(), "a.jpg was saved in B");
+    EXPECT_TRUE(fs::exists(path("home/Pictures/B/a.jpg")));
 }
 
 TEST_F(SharingTest, CopyingTellsSo) {

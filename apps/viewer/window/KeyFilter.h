@@ -18,7 +18,8 @@ public:
         const bool isBack = key.key() == Qt::Key_Escape || key.key() == Qt::Key_Back;
         const bool isClose = key.matches(QKeySequence::Close) || key.matches(QKeySequence::Quit);
         const bool isLanguages = languages_ && key.key() == Qt::Key_L && key.modifiers() == Qt::ControlModifier;
-        if (isBack) back_();
+        // A key that is held down, and took a sheet away, does not take the screen with it.
+        if (isBack && !key.isAutoRepeat()) back_();
         if (isClose) close_();
         if (isLanguages) languages_();
         return isBack || isClose || isLanguages;

@@ -152,6 +152,7 @@ int Viewer::exec() {
     QObject::connect(window_.host().navigation(), &quick::NavigationOutlet::titleHeld, &window, languages);
     window.contentItem()->installEventFilter(keys_.get());
     window_.setCloseHandler([this] { leave(); });
+    window_.setDropHandler([this](const std::vector<std::string>& paths) { openItems(paths); });
     followTitle();
     const auto isLoading = [this] { return window_.host().hud()->isShown(); };
     const auto pages = [this] { return detail_ ? detail_->dataSource->exifDataItemsArray.size() : 0; };
@@ -259,8 +260,16 @@ void Viewer::takeHandover(const Handover& handover) {
     window.setWindowStates(window.windowStates() & ~Qt::WindowMinimized);
     window.raise();
     window.requestActivate();
-    if (handover.items.empty() || !library_) return;
-    library_->open(handover.items, 0, [this, items = handover.items](const std::vector<Complaint>& complaints) {
+    if (library_) openItems(handover.items);
+}
+
+void Viewer::openItems(const std::vector<std::string>& items) {
+    if (items.empty()) return;
+    // A sheet over the page before would be one over nothing.
+    if (const UIViewControllerRef shown = window_.host().controller(); shown && shown->presentedViewController())
+        shown->dismissViewController(false);
+    if (!library_) return showFiles(items);
+    library_->open(items, 0, [this, items](const std::vector<Complaint>& complaints) {
         if (!library_->foundNothing()) {
             report(complaints);
             return window_.setRootViewController(library_->navigation());
@@ -270,9 +279,7 @@ void Viewer::takeHandover(const Handover& handover) {
             return showNothing(complaints);
         }
         // Not of the library: shown as files, as a program of their own would.
-        takeInBackground(items, [self = std::weak_ptr(self_)](Intake intake) {
-            if (const auto viewer = self.lock()) (*viewer)->showRequest(std::move(intake));
-        });
+        showFiles(items);
     });
 }
 

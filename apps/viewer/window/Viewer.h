@@ -11,7 +11,7 @@
 #include "Screenshot.h"
 #include "extension/EmptyPageViewController.h"
 #include "extension/ExifPhotoDetailViewController.h"
-#include "linux/quick/sheets/OpenPortal.h"
+#include "linux/quick/sheets/FileChooserPortal.h"
 #include "linux/quick/window/ViewerWindow.h"
 
 namespace tessaly::viewer {
@@ -36,7 +36,8 @@ private:
     void showNothing(const std::vector<Complaint>& complaints);
     void choosePhotos();
     void addFolder();
-    void openFileManager() const;
+    void chooseFolder(const std::string& title, std::function<void(const std::string& path)> chosen) const;
+    void showFiles(const std::vector<std::string>& paths);
     /// The request is done: back to the library where that was shown before.
     void endRequest();
     [[nodiscard]] bool showsRequest() const;
@@ -48,6 +49,8 @@ private:
     void contentIsThere();
     void report(const std::vector<Complaint>& complaints);
     void takeHandover(const Handover& handover);
+    /// Of the library where the window is the library's and has them, else as files.
+    void openItems(const std::vector<std::string>& items);
     /// Escape: back by one step.
     void goBack();
     /// The close button: out, from wherever the person is.
@@ -61,7 +64,7 @@ private:
     std::unique_ptr<AppLibrary> library_;
     std::shared_ptr<ExifPhotoDetailViewController> detail_;
     std::shared_ptr<EmptyPageViewController> nothing_;
-    quick::OpenPortal chooser_{QDBusConnection::sessionBus()};
+    quick::FileChooserPortal chooser_{QDBusConnection::sessionBus()};
     std::shared_ptr<ScratchFolder> scratch_;
     std::shared_ptr<UIView> waiting_;
     std::unique_ptr<KeyFilter> keys_;

@@ -1,10 +1,6 @@
-#include <QDesktopServices>
-#include <QUrl>
-
 #include "Viewer.h"
-#include "linux/desktop/DesktopEntries.h"
+#include "linux/desktop/FolderChooser.h"
 #include "linux/desktop/SearchPath.h"
-#include "platform/Foundation/Format.h"
 #include "platform/Foundation/NSBundle.h"
 
 /// What the window shows when there are no photos, and the ways from there to some.
@@ -15,6 +11,8 @@ constexpr std::string_view kChoosePhotos = localizable("Choose Photos");
 constexpr std::string_view kAddFolder = localizable("Add Folder");
 constexpr std::string_view kAdviceToChoose = localizable("Choose the photos that you want to look at.");
 constexpr std::string_view kAdviceToAdd = localizable("Add a folder with photos. They stay where they are.");
+
+using Result = quick::FileChooserPortal::Result;
 
 std::string withoutFolder(const std::string& name) {
     const std::size_t slash = name.find_last_of('/', name.size() < 2 ? 0 : name.size() - 2);
@@ -48,39 +46,43 @@ void Viewer::showNothing(const std::vector<Complaint>& complaints) {
 }
 
 void Viewer::choosePhotos() {
-    using Result = quick::OpenPortal::Result;
-    const auto chosen = [this](Result result, const std::vector<std::string>& paths) {
-        if (result == Result::unavailable) return openFileManager();
-        if (result == Result::cancelled) return;
-        arguments_.page = 1;
-        takeInBackground(paths, [self = std::weak_ptr(self_)](Intake intake) {
-            if (const auto viewer = self.lock()) (*viewer)->showRequest(std::move(intake));
-        });
+    const std::string title = localized("Choose Photos");
+    const auto chosen = [this, title](Result result, const std::vector<std::string>& paths) {
+        if (result == Result::unavailable) return chooseFolder(title, [this](const auto& path) { showFiles({path}); });
+        if (result == Result::chosen) showFiles(paths);
     };
-    chooser_.ask(quick::OpenPortal::Kind::files, localized("Choose Photos"), chosen);
+    chooser_.askToOpen(quick::FileChooserPortal::Kind::files, title, chosen);
 }
 
 void Viewer::addFolder() {
-    using Result = quick::OpenPortal::Result;
-    const auto chosen = [this](Result result, const std::vector<std::string>& paths) {
-        if (result == Result::unavailable) return openFileManager();
-        if (result == Result::cancelled) return;
-        library_->addFolder(paths.front(), [this](const std::vector<Complaint>& complaints) {
+    const std::string title = localized("Add Folder");
+    const auto add = [this](const std::string& path) {
+        library_->addFolder(path, [this](const std::vector<Complaint>& complaints) {
             if (!library_->foundNothing()) return window_.setRootViewController(library_->navigation());
             showNothing(complaints);
         });
     };
-    chooser_.ask(quick::OpenPortal::Kind::folder, localized("Add Folder"), chosen);
+    const auto chosen = [this, title, add](Result result, const std::vector<std::string>& paths) {
+        if (result == Result::unavailable) return chooseFolder(title, add);
+        if (result == Result::chosen) add(paths.front());
+    };
+    chooser_.askToOpen(quick::FileChooserPortal::Kind::folder, title, chosen);
 }
 
-/// A session without the portal: photos can be opened from there.
-void Viewer::openFileManager() const {
-    std::string folder = desktop::userFolder("PICTURES");
-    if (folder.empty()) folder = desktop::homeFolder();
-    desktop::DesktopEntries entries;
-    const bool isOpened = !entries.applicationsFor("inode/directory").empty() &&
-                          QDesktopServices::openUrl(QUrl::fromLocalFile(QString::fromStdString(folder)));
-    if (!isOpened && nothing_) nothing_->showFault(formatted(localized("Could not open: %@"), folder));
+/// Where the session has no dialog of its own.
+void Viewer::chooseFolder(const std::string& title, std::function<void(const std::string& path)> chosen) const {
+    const std::string pictures = desktop::userFolder("PICTURES");
+    const UIViewControllerRef shown = window_.host().controller();
+    if (shown)
+        desktop::chooseFolder(shown, title, pictures.empty() ? desktop::homeFolder() : pictures, std::move(chosen));
+}
+
+/// As a program of their own would.
+void Viewer::showFiles(const std::vector<std::string>& paths) {
+    arguments_.page = 1;
+    takeInBackground(paths, [self = std::weak_ptr(self_)](Intake intake) {
+        if (const auto viewer = self.lock()) (*viewer)->showRequest(std::move(intake));
+    });
 }
 
 void Viewer::endRequest() {

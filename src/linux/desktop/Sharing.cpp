@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <utility>
 
+#include "linux/desktop/FolderChooser.h"
 #include "linux/desktop/Launch.h"
 #include "linux/desktop/MimeTypes.h"
 #include "platform/Foundation/Dispatch.h"
@@ -167,6 +168,7 @@ void Sharing::offerFolders() {
     targets_.clear();
     for (const std::string& folder : ownFolders())
         targets_.push_back({Kind::folder, fs::path(folder).filename().string(), {}, folder});
+    targets_.push_back({Kind::otherFolder, localized("Other Folder"), {}});
     changed();
 }
 
@@ -178,6 +180,11 @@ void Sharing::choose(std::size_t index) {
             return askWhereToSave();
         case Kind::folder:
             return saveIn(target.folder);
+        case Kind::otherFolder:
+            return chooseFolder(sheet_, localized("Save to Folder"), homeFolder(),
+                                [weak = weak_from_this()](const std::string& folder) {
+                                    if (const auto self = weak.lock()) self->saveIn(folder);
+                                });
         case Kind::application:
             return open(applications_[target.program]);
         case Kind::mail:

@@ -28,7 +28,7 @@ public:
 
 /// One line of the sheet.
 struct ShareTarget {
-    enum class Kind : std::uint8_t { save, folder, application, mail, copyImage, copyText };
+    enum class Kind : std::uint8_t { save, folder, otherFolder, application, mail, copyImage, copyText };
     Kind kind = Kind::save;
     std::string title;
     std::string iconFile;     ///< A picture of the application's; "" for none.

@@ -81,7 +81,17 @@ void MapOutlet::followHome() {
     homeHeading_ = map_->heading();
 }
 
-bool MapOutlet::isAway() const { return map_->region() != home_ || map_->heading() != homeHeading_; }
+/// By what can be seen: a region that came back has been through a projection, and is not the same to the last digit.
+bool MapOutlet::isAway() const {
+    const location::MapProjection now = projection();
+    const location::MapProjection home(home_, homeHeading_, map_->boundsSize());
+    if (now.isEmpty()) return false;
+    const CGPoint marker = now.point(home.center());
+    const double distance = std::hypot(marker.x - now.size().width / 2, marker.y - now.size().height / 2);
+    const double zoom = now.metresAPoint() / home.metresAPoint();
+    return distance > 0.5 || std::abs(zoom - 1) > 1e-3 ||
+           std::abs(std::remainder(now.heading() - home.heading(), 360)) > 0.1;
+}
 
 void MapOutlet::moved(const QPointF& by) {
     animation_.stop();

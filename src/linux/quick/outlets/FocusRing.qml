@@ -6,6 +6,8 @@ Rectangle {
     property bool shown: parent ? parent.activeFocus : false
     anchors.fill: parent
     anchors.margins: 2
+    // What fills a button is drawn after it.
+    z: 1
     visible: shown && Theme.byKeyboard
     color: "transparent"
     radius: 6

@@ -88,6 +88,8 @@ SheetScope {
 
         function place(): real {
             if (sheet.popover) {
+                if (sheet.anchor.width <= 0)
+                    return (sheet.height - height) / 2;
                 const below = sheet.anchor.y + sheet.anchor.height + sheet.margin;
                 return below + height < sheet.height ? below : Math.max(sheet.margin, sheet.anchor.y - height - 8);
             }
@@ -107,11 +109,17 @@ SheetScope {
             MouseArea { anchors.fill: parent; hoverEnabled: true }
 
             Flickable {
+                id: scroller
                 anchors.fill: parent
                 contentHeight: list.height
                 boundsBehavior: Flickable.StopAtBounds
                 interactive: contentHeight > height
                 clip: true
+
+                function reveal(item: Item): void {
+                    const top = item.mapToItem(list, 0, 0).y;
+                    contentY = Math.max(0, Math.min(Math.max(contentY, top + item.height - height), top));
+                }
 
                 Column {
                     id: list
@@ -160,7 +168,11 @@ SheetScope {
                                 color: Theme.hairline
                                 visible: entry.index > 0 || sheet.alert.title.length + sheet.alert.message.length > 0
                             }
-                            Answer { index: entry.index; focus: entry.index === 0 }
+                            Answer {
+                                index: entry.index
+                                focus: entry.index === 0
+                                onActiveFocusChanged: if (activeFocus) scroller.reveal(this)
+                            }
                         }
                     }
                 }

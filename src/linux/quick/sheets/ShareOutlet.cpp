@@ -14,6 +14,7 @@ QString iconOf(Kind kind) {
     switch (kind) {
         case Kind::save:
         case Kind::folder:
+        case Kind::otherFolder:
             return QStringLiteral("folder");
         case Kind::mail:
             return QStringLiteral("mail");

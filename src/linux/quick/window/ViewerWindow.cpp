@@ -1,10 +1,12 @@
 #include "linux/quick/window/ViewerWindow.h"
 
+#include <QFile>
 #include <QFontDatabase>
 #include <QGuiApplication>
 #include <QIcon>
 #include <QQmlComponent>
 #include <QQmlExtensionPlugin>
+#include <QUrl>
 
 #include "platform/UIKit/MemoryWarning.h"
 #include "settings/LanguageManager.h"
@@ -27,6 +29,27 @@ public:
 
 private:
     std::function<void()> handler_;
+};
+
+/// Receives the signal of the window's interface file.
+class DropTarget : public QObject {
+    Q_OBJECT
+public:
+    explicit DropTarget(std::function<void(const std::vector<std::string>&)> handler) : handler_(std::move(handler)) {}
+public slots:
+    void take(const QString& lines) {
+        std::vector<std::string> paths;
+        for (const QString& line : lines.split(u'\n'))
+            if (const QUrl url(line); url.isLocalFile())
+                paths.push_back(QFile::encodeName(url.toLocalFile()).toStdString());
+        // Later: whoever drags waits for the answer, and the handler may take a while.
+        if (!paths.empty())
+            QMetaObject::invokeMethod(
+                this, [this, paths] { handler_(paths); }, Qt::QueuedConnection);
+    }
+
+private:
+    std::function<void(const std::vector<std::string>&)> handler_;
 };
 
 }  // namespace
@@ -78,4 +101,11 @@ void ViewerWindow::setCloseHandler(std::function<void()> handler) {
     window_->installEventFilter(closeFilter_.get());
 }
 
+void ViewerWindow::setDropHandler(std::function<void(const std::vector<std::string>& paths)> handler) {
+    dropTarget_ = std::make_unique<DropTarget>(std::move(handler));
+    QObject::connect(window_.get(), SIGNAL(filesDropped(QString)), dropTarget_.get(), SLOT(take(QString)));
+}
+
 }  // namespace tessaly::quick
+
+#include "ViewerWindow.moc"

@@ -1,7 +1,10 @@
 #pragma once
 #include <QQmlEngine>
 #include <QQuickWindow>
+#include <functional>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "linux/quick/outlets/Interfaces.h"
 #include "linux/quick/sheets/QuickPresenter.h"
@@ -32,6 +35,8 @@ public:
     void setRootViewController(const UIViewControllerRef& controller) { host_->show(controller); }
     /// What the window's close button does instead of closing.
     void setCloseHandler(std::function<void()> handler);
+    /// Takes the paths of files and folders that were dropped on the window.
+    void setDropHandler(std::function<void(const std::vector<std::string>& paths)> handler);
 
 private:
     MainQueuePump pump_;
@@ -44,7 +49,7 @@ private:
     std::unique_ptr<QuickPresenter> presenter_;
     std::unique_ptr<Surroundings> surroundings_;
     MemoryWarnings memoryWarnings_;
-    std::unique_ptr<QObject> closeFilter_;
+    std::unique_ptr<QObject> closeFilter_, dropTarget_;
     NSNotificationCenter::Observer language_, memory_;
     Observable::Observation traits_;
 };
