@@ -18,11 +18,18 @@ unsigned quadrant(unsigned c, unsigned x, unsigned y) {
     return colors[(y >= 16 ? 2 : 0) + (x >= 32 ? 1 : 0)][c];
 }
 
+/// The same colours as Lab.
+unsigned lab(unsigned c, unsigned x, unsigned y) {
+    static constexpr unsigned colors[4][3] = {{138, 209, 198}, {224, 49, 209}, {75, 196, 16}, {255, 128, 128}};
+    return colors[(y >= 16 ? 2 : 0) + (x >= 32 ? 1 : 0)][c];
+}
+
 ByteString row(const Psd& psd, unsigned channel, unsigned y) {
     ByteString samples;
     for (unsigned x = 0; x < psd.width; ++x) {
         // Inks are told as what is left of the light; the fourth is the alpha of RGB, and black of CMYK.
         unsigned value = channel == 3 ? 255 : psd.mode == 1 ? (x >= 32 ? 255U : 0U) : quadrant(channel, x, y);
+        if (psd.mode == 9) value = lab(channel, x, y);
         if (psd.mode == 2) value = (y >= 16 ? 2U : 0U) + (x >= 32 ? 1U : 0U);
         if (psd.depth == 8) samples.u8(value);
         if (psd.depth == 16) samples.u16(value * 257);
@@ -64,7 +71,8 @@ TEST(PsdPicture, InEveryPackingDepthAndColour) {
         for (unsigned i = 0; i < 256; ++i) palette.u8(quadrant(c, i % 2 * 32, i / 2 % 2 * 16));
     for (const Row& row :
          {Row{3, 3, 8, "RGBW", 8}, Row{3, 3, 16, "RGBW", 16}, Row{3, 3, 32, "RGBW", 16}, Row{3, 4, 8, "RGBW", 8},
-          Row{4, 4, 8, "RGBW", 8}, Row{4, 4, 16, "RGBW", 16}, Row{2, 1, 8, "RGBW", 8}})
+          Row{4, 4, 8, "RGBW", 8}, Row{4, 4, 16, "RGBW", 16}, Row{2, 1, 8, "RGBW", 8}, Row{7, 3, 8, "RGBW", 8},
+          Row{7, 5, 16, "RGBW", 16}, Row{9, 3, 8, "RGBW", 8}, Row{9, 3, 16, "RGBW", 16}})
         for (const bool isPacked : {false, true})
             for (const bool isLarge : {false, true}) {
                 Psd psd{.isLarge = isLarge, .channels = row.channels, .depth = row.depth, .mode = row.mode};
@@ -75,7 +83,7 @@ TEST(PsdPicture, InEveryPackingDepthAndColour) {
                 const CGImageRef image = decoded(psd.build());
                 EXPECT_EQ(sizeOf(image), "64 x 32") << row.mode << " " << row.depth << isPacked << isLarge;
                 // Plain inks without a profile are no pure colours.
-                EXPECT_EQ(colorsOf(image, row.mode == 4 ? 140 : 30), row.colors)
+                EXPECT_EQ(colorsOf(image, row.mode == 4 || row.mode == 7 ? 140 : 30), row.colors)
                     << row.mode << " " << row.depth << isPacked << isLarge;
                 if (image) {
                     EXPECT_EQ(image->bitsPerComponent, row.bits);

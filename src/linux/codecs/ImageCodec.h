@@ -65,6 +65,7 @@ enum class PixelModel : std::uint8_t {
     gray,          ///< The value stands in all three colours.
     cmyk,          ///< 0 is no ink.
     invertedCmyk,  ///< 255 is no ink.
+    lab,           ///< CIE L*a*b* of D50, as ICC.1:2022, 6.3.4, encodes it.
 };
 
 /// Colours told by numbers rather than by a profile (ITU-T H.273): of no use when there is a profile.

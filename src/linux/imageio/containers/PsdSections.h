@@ -41,7 +41,10 @@ struct PsdSections {
     bool hasAlpha = false;
 
     [[nodiscard]] std::size_t colors() const noexcept {
-        return mode == PsdMode::rgb || mode == PsdMode::lab ? 3 : mode == PsdMode::cmyk ? 4 : 1;
+        if (mode == PsdMode::rgb || mode == PsdMode::lab) return 3;
+        if (mode == PsdMode::cmyk) return 4;
+        // Channels without a meaning in common are inks, the usual ones first.
+        return mode == PsdMode::multichannel && channels >= 3 ? std::min<std::size_t>(channels, 4) : 1;
     }
     [[nodiscard]] std::uint64_t rowBytes() const noexcept { return (std::uint64_t{width} * depth + 7) / 8; }
 };

@@ -93,6 +93,7 @@ std::uint32_t channelsOf(cmsHPROFILE profile) {
 
 /// The profile that describes the pixels, null for sRGB or nothing that fits them.
 Profile sourceProfile(const DecodedPixels& decoded) {
+    if (decoded.model == PixelModel::lab) return Profile(cmsCreateLab4Profile(nullptr));
     if (decoded.profile.empty()) return decoded.model == PixelModel::rgb ? profileOf(decoded.colors) : nullptr;
     Profile profile(
         cmsOpenProfileFromMem(decoded.profile.data(), static_cast<cmsUInt32Number>(decoded.profile.size())));
@@ -111,7 +112,8 @@ std::uint32_t formatOf(const DecodedPixels& decoded, std::uint32_t channels) {
     }
     const std::uint32_t bytes = BYTES_SH(isWide ? 2U : 1U);
     if (channels == 1) return COLORSPACE_SH(PT_GRAY) | CHANNELS_SH(1) | EXTRA_SH(3) | bytes;
-    return COLORSPACE_SH(PT_RGB) | CHANNELS_SH(3) | EXTRA_SH(1) | bytes;
+    const std::uint32_t space = decoded.model == PixelModel::lab ? PT_Lab : PT_RGB;
+    return COLORSPACE_SH(space) | CHANNELS_SH(3) | EXTRA_SH(1) | bytes;
 }
 
 /// Whether the transform changes no colour visibly: most photos carry sRGB itself, and need no work.

@@ -150,11 +150,16 @@ Component sampleAt(const std::byte* row, std::size_t x, std::uint16_t depth, boo
 
 /// The picture lies on white, as a program shows it that knows nothing of alpha: the white is taken out again.
 template <class Component>
-Component withoutWhite(Component color, Component alpha) {
+Component withoutWhite(Component color, Component white, Component alpha) {
     constexpr double kFull = std::numeric_limits<Component>::max();
     if (alpha == 0) return color;
-    const double value = kFull - (kFull - color) * kFull / alpha;
+    const double value = white - (double{white} - color) * kFull / alpha;
     return static_cast<Component>(std::clamp(value, 0.0, kFull) + 0.5);
+}
+
+/// Told as what is left of the light.
+bool hasInks(const PsdSections& sections) {
+    return sections.mode == PsdMode::cmyk || (sections.mode == PsdMode::multichannel && sections.colors() > 1);
 }
 
 class Rows {
@@ -171,7 +176,7 @@ public:
     }
 
     static std::size_t channelsOf(const PsdSections& sections) {
-        const bool hasAlpha = sections.hasAlpha && sections.mode != PsdMode::cmyk;
+        const bool hasAlpha = sections.hasAlpha && !hasInks(sections);
         return sections.colors() + (hasAlpha ? 1 : 0);
     }
 
@@ -201,6 +206,13 @@ public:
 private:
     [[nodiscard]] bool hasAlpha() const { return channelsOf(sections_) > sections_.colors(); }
 
+    /// In Lab, the two colours of white are in the middle.
+    template <class Component>
+    [[nodiscard]] Component whiteOf(std::size_t channel) const {
+        constexpr Component kFull = std::numeric_limits<Component>::max();
+        return sections_.mode == PsdMode::lab && channel > 0 ? static_cast<Component>(kFull / 2 + 1) : kFull;
+    }
+
     template <class Component>
     void put(std::byte* target) const {
         constexpr Component kFull = std::numeric_limits<Component>::max();
@@ -216,7 +228,8 @@ private:
                 pixel[c] = sampleAt<Component>(channels_.row(c), x, sections_.depth, isCurved_);
             if (hasAlpha()) {
                 pixel[3] = sampleAt<Component>(channels_.row(colors), x, sections_.depth, false);
-                for (std::size_t c = 0; c < colors; ++c) pixel[c] = withoutWhite(pixel[c], pixel[3]);
+                for (std::size_t c = 0; c < colors; ++c)
+                    pixel[c] = withoutWhite(pixel[c], whiteOf<Component>(c), pixel[3]);
             }
             if (colors == 1) pixel[1] = pixel[2] = pixel[0];
         }
@@ -251,17 +264,17 @@ bool isKnown(const PsdSections& sections) {
         case PsdMode::rgb:
             return sections.depth == 8 || sections.depth == 16 || sections.depth == 32;
         case PsdMode::cmyk:
-            return sections.depth == 8 || sections.depth == 16;
         case PsdMode::multichannel:
         case PsdMode::lab:
-            break;
+            return sections.depth == 8 || sections.depth == 16;
     }
     return false;
 }
 
-PixelModel modelOf(PsdMode mode) {
-    if (mode == PsdMode::cmyk) return PixelModel::invertedCmyk;
-    return mode == PsdMode::rgb || mode == PsdMode::indexed ? PixelModel::rgb : PixelModel::gray;
+PixelModel modelOf(const PsdSections& sections) {
+    if (hasInks(sections)) return PixelModel::invertedCmyk;
+    if (sections.mode == PsdMode::lab) return PixelModel::lab;
+    return sections.colors() == 3 || sections.mode == PsdMode::indexed ? PixelModel::rgb : PixelModel::gray;
 }
 
 DecodeFault decodePicture(PixelInput& input, const DecodeRequest& request, DecodedPixels& decoded) {
@@ -283,7 +296,7 @@ DecodeFault decodePicture(PixelInput& input, const DecodeRequest& request, Decod
         decoded.profile.resize(static_cast<std::size_t>(resource.length));
         if (!read(resource.position, decoded.profile)) decoded.profile.clear();
     });
-    decoded.model = modelOf(sections->mode);
+    decoded.model = modelOf(*sections);
     return Rows(input, *sections, !decoded.profile.empty()).read(request, decoded.image);
 }
 
