@@ -27,11 +27,17 @@ TiffBand::TiffBand(TIFF* tiff, const TiffLayout& layout)
         rowBytes_ >= (std::uint64_t{width_} * samples * layout.bits + 7) / 8 && partBytes_ / height_ >= rowBytes_;
 }
 
+bool TiffBand::allocate() {
+    std::uint64_t size = 0;
+    if (__builtin_mul_overflow(partBytes_, parts(), &size)) return false;
+    bytes_ = PixelBuffer::allocate(static_cast<std::size_t>(size));
+    return static_cast<bool>(bytes_);
+}
+
 bool TiffBand::read(std::uint32_t y) {
     const auto size = static_cast<std::size_t>(partBytes_);
-    bytes_.assign(size * static_cast<std::size_t>(parts()), std::byte{0});
     bool isThere = false;
-    std::byte* target = bytes_.data();
+    std::byte* target = bytes_.get();
     for (std::size_t plane = 0; plane < planes_; ++plane) {
         const auto sample = static_cast<std::uint16_t>(plane);
         for (std::uint32_t i = 0; i < across_; ++i, target += size) {
@@ -40,6 +46,8 @@ bool TiffBand::read(std::uint32_t y) {
                                                              target, static_cast<tmsize_t>(size))
                                        : TIFFReadEncodedStrip(tiff_, TIFFComputeStrip(tiff_, y, sample), target,
                                                               static_cast<tmsize_t>(size));
+            // In the first band it is black as it is.
+            if (count <= 0 && y > 0) std::fill_n(target, size, std::byte{0});
             isThere |= count > 0;
         }
     }
@@ -48,7 +56,7 @@ bool TiffBand::read(std::uint32_t y) {
 
 void TiffBand::spread(std::uint32_t row, TiffSamples& samples, std::byte* pixels) const {
     const std::size_t pixelBytes = CGImage::kComponents * layout_.componentBits() / 8;
-    const std::byte* part = bytes_.data() + row * rowBytes_;
+    const std::byte* part = bytes_.get() + row * rowBytes_;
     for (std::size_t plane = 0; plane < planes_; ++plane) {
         for (std::uint32_t i = 0; i < across_; ++i, part += partBytes_) {
             const std::size_t x = std::size_t{i} * width_;

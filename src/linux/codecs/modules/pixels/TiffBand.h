@@ -1,6 +1,4 @@
 #pragma once
-#include <vector>
-
 #include "linux/codecs/modules/pixels/TiffLayout.h"
 #include "linux/codecs/modules/pixels/TiffSamples.h"
 
@@ -18,6 +16,8 @@ public:
     [[nodiscard]] std::uint64_t partBytes() const noexcept { return partBytes_; }
     [[nodiscard]] std::uint64_t parts() const noexcept { return std::uint64_t{across_} * planes_; }
 
+    /// Memory for a band, which is none before something is unpacked into it. False where there is none.
+    [[nodiscard]] bool allocate();
     /// The band whose first row is `y`. What cannot be unpacked is black. @return whether anything could.
     [[nodiscard]] bool read(std::uint32_t y);
     /// A row of what was read.
@@ -33,7 +33,7 @@ private:
     std::size_t planes_ = 1;
     std::uint64_t rowBytes_ = 0;
     std::uint64_t partBytes_ = 0;
-    std::vector<std::byte> bytes_;
+    PixelBuffer bytes_;
 };
 
 }  // namespace tessaly::codecs

@@ -75,6 +75,7 @@ DecodeFault readParts(const TiffInput& input, const TiffLayout& layout, const De
                       DecodedPixels& decoded) {
     TiffBand band(input.tiff(), layout);
     if (!band.isSound()) return DecodeFault::damaged;
+    if (!band.allocate()) return DecodeFault::outOfMemory;
     PixelRows rows;
     const auto fault =
         rows.begin(decoded.image, layout.width, layout.height, layout.componentBits(), layout.alphaInfo(), request);
