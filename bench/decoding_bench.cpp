@@ -30,7 +30,7 @@ CGImage here(const Photo& photo, imageio::ByteSource& source, CGImageFault& faul
 }
 
 CGImage isolated(const Photo& photo, imageio::ByteSource& source, CGImageFault& fault) {
-    return decodeIsolated(photo.codec, source, kThumbnail, fault);
+    return decodeIsolated(photo.codec, source, kThumbnail, fault).image;
 }
 
 bool decode(const Photo& photo, Decode decode) {

@@ -65,8 +65,9 @@ public:
 
     [[nodiscard]] bool isInFile() const { return isInFile_; }
 
-    /// Moves the pixels over unless they lie there, and lets go of them.
-    [[nodiscard]] bool take(CGImage& image) {
+    /// Moves the pixels over unless they lie there, lets go of them, and has the profile follow them.
+    [[nodiscard]] bool take(DecodedPixels& picture) {
+        CGImage& image = picture.image;
         const std::size_t size = image.bytesPerRow() * image.height;
         if (!isTaken_ || image.pixels.get() != bytes_) {
             if (isTaken_) isInFile_ = false;
@@ -75,10 +76,24 @@ public:
             std::memcpy(target.get(), image.pixels.get(), size);
         }
         image.pixels = PixelBuffer();
-        return true;
+        return picture.profile.empty() || append(picture.profile, size);
     }
 
 private:
+    /// Behind the pixels: mapped from the page on in which they end.
+    [[nodiscard]] bool append(std::span<const std::byte> bytes, std::size_t end) {
+        const int target = isInFile_ ? commission_.file.get() : commission_.memory.get();
+        const std::size_t start = end - end % static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+        const std::size_t length = end - start + bytes.size();
+        if (::ftruncate(target, static_cast<off_t>(end + bytes.size())) != 0) return false;
+        void* const mapping =
+            ::mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED, target, static_cast<off_t>(start));
+        if (mapping == MAP_FAILED) return false;
+        std::memcpy(static_cast<std::byte*>(mapping) + (end - start), bytes.data(), bytes.size());
+        ::munmap(mapping, length);
+        return true;
+    }
+
     /// A file where there is one: it is given for what is too large for memory.
     PixelBuffer mapped(std::size_t size) {
         isInFile_ = commission_.order.fileLimit != 0 && commission_.file;
@@ -107,16 +122,23 @@ Answer answerTo(const FamilyDecoder& decoder, const Commission& commission) {
                                 .pixelLimit = order.pixelLimit,
                                 .memoryLimit = order.memoryLimit,
                                 .fileLimit = order.fileLimit,
+                                .keepsProfile = order.keepsProfile,
                                 .memory = &memory};
-    CGImage image;
+    DecodedPixels picture;
     Answer answer;
-    answer.fault = decoder.decode(order.codec, input, request, order.time, image);
+    answer.fault = decoder.decode(order.codec, input, request, order.time, picture);
     if (answer.fault != DecodeFault::none) return answer;
+    if (picture.profile.size() > kProfileLimit) {
+        answer.fault = DecodeFault::tooLarge;
+        return answer;
+    }
+    const CGImage& image = picture.image;
     answer.width = image.width;
     answer.height = image.height;
     answer.bitsPerComponent = image.bitsPerComponent;
     answer.alphaInfo = image.alphaInfo;
-    if (!memory.take(image)) answer.fault = DecodeFault::outOfMemory;
+    answer.profileSize = picture.profile.size();
+    if (!memory.take(picture)) answer.fault = DecodeFault::outOfMemory;
     answer.isInFile = memory.isInFile();
     return answer;
 }

@@ -143,7 +143,7 @@ ByteString quadrantRows() {
     return rows;
 }
 
-TEST(Decoding, TurnsColoursOfOtherProfilesIntoSRGB) {
+TEST(Decoding, TurnsColoursOfOtherProfilesIntoSRGBUnlessTheyAreEncodedAnew) {
     const ByteString profile = swappedProfile();
     const std::string jpeg(bytesOf(fileNamed("quadrants.jpg")).text());
     const std::string webp(bytesOf(fileNamed("quadrants.webp")).text());
@@ -177,6 +177,12 @@ TEST(Decoding, TurnsColoursOfOtherProfilesIntoSRGB) {
               ByteString("RIFF").number(riffLength, true).add("WEBP").add(canvas).add(chunk).add(webp.substr(12))}}) {
         EXPECT_EQ(colorsOf(decoded(dataOf(file))), "GRBW") << name;
         EXPECT_EQ(colorsOf(thumbnail(dataOf(file), 16)), "GRBW") << name;
+        // Encoded anew, the pixels stay in their own colours, and what says so comes along.
+        const UIImageRef image = UIImage::imageWithData(dataOf(file));
+        const Data again = UIImageJPEGRepresentation(image, 1);
+        EXPECT_EQ(colorsOf(decoded(again)), "GRBW") << name;
+        EXPECT_NE(bytesOf(again).text().find(profile.text()), std::string_view::npos) << name;
+        EXPECT_EQ(colorsOf(decoded(UIImagePNGRepresentation(image))), "GRBW") << name;
     }
     // A profile that makes no sense counts as none.
     ByteString broken = ByteString(jpeg.substr(0, 2));

@@ -51,6 +51,18 @@ TEST(Answers, TellOfPicturesThatWereAskedForOnly) {
           Row{"more bytes than wanted", [](Answer&, Order&order) { order.memoryLimit = 39'999; }},
           Row{"bits of no use", [](Answer&answer, Order&) { answer.bitsPerComponent = 12; }},
           Row{"alpha of no kind", [](Answer&answer, Order&) { answer.alphaInfo = static_cast<CGImageAlphaInfo>(7); }},
+          Row{"a profile that nobody wanted", [](Answer&answer, Order&) { answer.profileSize = 1; }},
+          Row{"a profile",
+              [](Answer&answer, Order&order) {
+                  order.keepsProfile = true;
+                  answer.profileSize = kProfileLimit;
+              },
+              true},
+          Row{"a profile as large as a picture",
+              [](Answer&answer, Order&order) {
+                  order.keepsProfile = true;
+                  answer.profileSize = kProfileLimit + 1;
+              }},
           Row{"a file that nobody gave", [](Answer&answer, Order&) { answer.isInFile = true; }},
           Row{"a fault", [](Answer&answer, Order&) { answer.fault = DecodeFault::damaged; }},
           Row{"an end", [](Answer&answer, Order&) { answer.kind = Answer::Kind::ended; }}}) {

@@ -34,7 +34,7 @@ constexpr DecodeRequest kRequest{.pixelLimit = 1000, .memoryLimit = std::uint64_
 CGImageFault faultAfter(std::string_view deed, const DecodeRequest& request = kRequest) {
     imageio::ByteSource source(std::as_bytes(std::span(deed)));
     CGImageFault fault{};
-    const CGImage image = decodeIsolated({"misbehaving"}, source, request, fault);
+    const CGImage image = decodeIsolated({"misbehaving"}, source, request, fault).image;
     EXPECT_EQ(static_cast<bool>(image.pixels), fault == CGImageFault::none) << deed;
     return fault;
 }
@@ -97,7 +97,7 @@ TEST(Isolation, PixelsMayLieInAFile) {
     DecodeRequest request = kRequest;
     request.pixelLimit = request.fileLimit = 1 << 20;
     CGImageFault fault{};
-    const CGImage image = decodeIsolated({"pixels", Codec::jpeg}, *source, request, fault, 0, file.get());
+    const CGImage image = decodeIsolated({"pixels", Codec::jpeg}, *source, request, fault, 0, file.get()).image;
     EXPECT_EQ(fault, CGImageFault::none);
     ASSERT_TRUE(image.pixels);
     EXPECT_EQ(::lseek(file.get(), 0, SEEK_END), static_cast<off_t>(image.bytesPerRow() * image.height));
@@ -111,7 +111,7 @@ TEST(Isolation, LargePicturesAreMappedAndCannotBeChanged) {
     DecodeRequest request = kRequest;
     request.pixelLimit = 1 << 28;
     CGImageFault fault{};
-    const CGImage image = decodeIsolated({"pixels", Codec::jpeg}, *source, request, fault);
+    const CGImage image = decodeIsolated({"pixels", Codec::jpeg}, *source, request, fault).image;
     ASSERT_TRUE(image.pixels);
     ASSERT_GT(image.pixels.size(), std::size_t{1} << 20) << "a small one would be copied";
     EXPECT_DEATH(const_cast<std::byte*>(image.pixels.get())[0] = std::byte{1}, "");

@@ -32,24 +32,25 @@ CGImageFault faultOf(DecodeFault fault) noexcept {
     return CGImageFault::damaged;
 }
 
-CGImageRef decodePicture(const CodecOfFamily& codec, imageio::ByteSource& source, std::size_t index,
-                         std::size_t longerSide, CGImageFault& fault, double time) {
-    DecodeRequest request{.index = index,
-                          .longerSide = longerSide,
-                          .pixelLimit = kPixelLimit,
-                          .memoryLimit = DecodeBudget::current().memory};
-    CGImage image = decodeIsolated(codec, source, request, fault, time);
-    if (fault == CGImageFault::tooLarge && longerSide == 0) {
+namespace {
+
+CGImageRef decodeWithinLimits(const CodecOfFamily& codec, imageio::ByteSource& source, DecodeRequest request,
+                              CGImageFault& fault, double time, std::vector<std::byte>* profile) {
+    request.pixelLimit = kPixelLimit;
+    request.memoryLimit = DecodeBudget::current().memory;
+    request.keepsProfile = profile != nullptr;
+    DecodedPixels picture = decodeIsolated(codec, source, request, fault, time);
+    if (fault == CGImageFault::tooLarge && request.longerSide == 0) {
         if (const auto file = PixelFile::open()) {
             request.fileLimit = file->limit();
             request.pixelLimit = request.fileLimit / CGImage::kComponents;
-            image = decodeIsolated(codec, source, request, fault, time, file->descriptor());
+            picture = decodeIsolated(codec, source, request, fault, time, file->descriptor());
         }
     }
-    return image.pixels ? std::make_shared<const CGImage>(std::move(image)) : nullptr;
+    if (!picture.image.pixels) return nullptr;
+    if (profile) *profile = std::move(picture.profile);
+    return std::make_shared<const CGImage>(std::move(picture.image));
 }
-
-namespace {
 
 /// Who decodes a type.
 struct Decoder {
@@ -81,17 +82,18 @@ const Decoder* decoderOf(std::string_view typeIdentifier) {
     return typeIdentifier.ends_with(kRawDecoder.typeIdentifier) ? &kRawDecoder : nullptr;
 }
 
-CGImageRef decode(const CGImageSourceRef& source, std::size_t index, std::size_t longerSide, CGImageFault& fault) {
+CGImageRef decode(const CGImageSourceRef& source, const DecodeRequest& request, CGImageFault& fault,
+                  std::vector<std::byte>* profile = nullptr) {
     const Decoder* decoder = source ? decoderOf(CGImageSourceGetType(source)) : nullptr;
     if (!decoder) {
         fault = CGImageFault::unsupported;
         return nullptr;
     }
-    if (index > 0 && index >= CGImageSourceGetCount(source)) {
+    if (request.index > 0 && request.index >= CGImageSourceGetCount(source)) {
         fault = CGImageFault::damaged;
         return nullptr;
     }
-    return decodePicture(decoder->codec, imageio::bytesOf(source), index, longerSide, fault);
+    return decodeWithinLimits(decoder->codec, imageio::bytesOf(source), request, fault, 0, profile);
 }
 
 int orientationOf(const CGImageSourceRef& source) {
@@ -100,6 +102,16 @@ int orientationOf(const CGImageSourceRef& source) {
 }
 
 }  // namespace
+
+CGImageRef decodePicture(const CodecOfFamily& codec, imageio::ByteSource& source, std::size_t index,
+                         std::size_t longerSide, CGImageFault& fault, double time) {
+    return decodeWithinLimits(codec, source, {.index = index, .longerSide = longerSide}, fault, time, nullptr);
+}
+
+CGImageRef decodeInOwnColors(const CGImageSourceRef& source, std::vector<std::byte>& profile) {
+    CGImageFault ignored{};
+    return decode(source, {}, ignored, &profile);
+}
 
 std::optional<CodecOfFamily> codecOf(std::string_view typeIdentifier) {
     const Decoder* decoder = decoderOf(typeIdentifier);
@@ -129,7 +141,7 @@ std::string_view describe(CGImageFault fault) noexcept {
 CGImageRef CGImageSourceCreateImageAtIndex(const CGImageSourceRef& source, std::size_t index, const Dictionary&,
                                            CGImageFault* fault) {
     CGImageFault ignored{};
-    return codecs::decode(source, index, 0, fault ? *fault : ignored);
+    return codecs::decode(source, {.index = index}, fault ? *fault : ignored);
 }
 
 CGImageRef CGImageSourceCreateThumbnailAtIndex(const CGImageSourceRef& source, std::size_t index,
@@ -138,7 +150,7 @@ CGImageRef CGImageSourceCreateThumbnailAtIndex(const CGImageSourceRef& source, s
     CGImageFault& reason = fault ? *fault : ignored;
     const auto limit = options[kCGImageSourceThumbnailMaxPixelSize].integerValue();
     const std::size_t longerSide = limit > 0 ? static_cast<std::size_t>(limit) : 0;
-    CGImageRef image = codecs::decode(source, index, longerSide, reason);
+    CGImageRef image = codecs::decode(source, {.index = index, .longerSide = longerSide}, reason);
     if (!image) return nullptr;
     if (options[kCGImageSourceCreateThumbnailWithTransform].boolValue() && !CGImageSourceIsUpright(source))
         image = CGImageCreateTurned(image, codecs::orientationOf(source));

@@ -53,6 +53,8 @@ struct DecodeRequest {
     std::uint64_t fileLimit = 0;
     /// Seconds that it may take; 0 for as many as a file of its size may need.
     std::uint32_t timeLimit = 0;
+    /// Whether RGB that a profile describes stays as it is, and the profile goes with it; else all becomes sRGB.
+    bool keepsProfile = false;
     /// Gives the memory for the picture that is answered; null for the heap.
     PixelMemory* memory = nullptr;
 };

@@ -25,4 +25,8 @@ inline constexpr std::uint64_t kPixelLimit = std::uint64_t{256} * 1024 * 1024;
 [[nodiscard]] CGImageRef decodePicture(const CodecOfFamily& codec, imageio::ByteSource& source, std::size_t index,
                                        std::size_t longerSide, CGImageFault& fault, double time = 0);
 
+/// The first picture of a source, stored as it is, in its own RGB where a profile describes it; else in sRGB, and
+/// `profile` is empty. Null where it cannot be decoded.
+[[nodiscard]] CGImageRef decodeInOwnColors(const CGImageSourceRef& source, std::vector<std::byte>& profile);
+
 }  // namespace tessaly::codecs

@@ -64,6 +64,11 @@ struct UIImage::Pixels {
     Pixels& operator=(const Pixels&) = delete;
     virtual ~Pixels() = default;
     [[nodiscard]] virtual CGImageRef bitmap() = 0;
+    /// The bitmap for an encoder: in the RGB of `profile`, which is empty for sRGB.
+    [[nodiscard]] virtual CGImageRef bitmapWithProfile(std::vector<std::byte>& profile) {
+        profile.clear();
+        return bitmap();
+    }
 };
 
 /// A bitmap, or the bytes or the file of one.
@@ -73,11 +78,18 @@ struct UIImage::StoredPixels final : Pixels {
 
     CGImageRef bitmap() override {
         std::call_once(decoded, [this] {
-            if (kept) return;
-            kept = CGImageSourceCreateImageAtIndex(
-                data ? CGImageSourceCreateWithData(data) : CGImageSourceCreateWithURL(path), 0, {});
+            if (!kept) kept = CGImageSourceCreateImageAtIndex(source(), 0, {});
         });
         return kept;
+    }
+
+    CGImageRef bitmapWithProfile(std::vector<std::byte>& profile) override {
+        profile.clear();
+        return data || !path.empty() ? codecs::decodeInOwnColors(source(), profile) : kept;
+    }
+
+    [[nodiscard]] CGImageSourceRef source() const {
+        return data ? CGImageSourceCreateWithData(data) : CGImageSourceCreateWithURL(path);
     }
 
     Data data;
@@ -228,6 +240,9 @@ CGSize UIImage::size() const noexcept {
 }
 
 CGImageRef UIImage::cgImage() const { return pixels_->bitmap(); }
+CGImageRef UIImage::cgImageWithProfile(std::vector<std::byte>& profile) const {
+    return pixels_->bitmapWithProfile(profile);
+}
 
 namespace {
 
@@ -235,24 +250,24 @@ template <class Encode>
 Data encoded(const UIImageRef& image, const Encode& encode) {
     const codecs::PixelsModule* module = codecs::pixelsModule();
     if (!image || !module) return nullptr;
-    const CGImageRef upright = CGImageCreateTurned(image->cgImage(), exifOrientation(image->imageOrientation()));
+    std::vector<std::byte> profile;
+    const CGImageRef stored = image->cgImageWithProfile(profile);
+    const CGImageRef upright = CGImageCreateTurned(stored, exifOrientation(image->imageOrientation()));
     auto bytes = std::make_shared<std::vector<std::byte>>();
-    if (!upright || !encode(*module, *upright, *bytes)) return nullptr;
+    if (!upright || !encode(*module, *upright, std::span<const std::byte>(profile), *bytes)) return nullptr;
     return bytes;
 }
 
 }  // namespace
 
 Data UIImageJPEGRepresentation(const UIImageRef& image, double quality) {
-    return encoded(image,
-                   [quality](const codecs::PixelsModule& module, const CGImage& bitmap, std::vector<std::byte>& bytes) {
-                       return module.encodeJpeg(bitmap, quality, bytes);
-                   });
+    return encoded(image, [quality](const codecs::PixelsModule& module, const CGImage& bitmap, auto profile,
+                                    auto& bytes) { return module.encodeJpeg(bitmap, quality, profile, bytes); });
 }
 
 Data UIImagePNGRepresentation(const UIImageRef& image) {
-    return encoded(image, [](const codecs::PixelsModule& module, const CGImage& bitmap, std::vector<std::byte>& bytes) {
-        return module.encodePng(bitmap, bytes);
+    return encoded(image, [](const codecs::PixelsModule& module, const CGImage& bitmap, auto profile, auto& bytes) {
+        return module.encodePng(bitmap, profile, bytes);
     });
 }
 

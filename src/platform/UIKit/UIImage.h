@@ -69,6 +69,9 @@ public:
     /// The bitmap as it is stored, decoded on the first question and kept; one that is made on demand is kept by those
     /// who hold it alone. Null when it cannot be had.
     [[nodiscard]] CGImageRef cgImage() const;
+    /// The same for who writes it anew: not in sRGB, but in the RGB of the picture's own ICC profile where it has one;
+    /// `profile` is empty elsewhere. Decoded on every question.
+    [[nodiscard]] CGImageRef cgImageWithProfile(std::vector<std::byte>& profile) const;
 
 private:
     struct Pixels;
@@ -86,7 +89,8 @@ private:
     UIImageOrientation orientation_ = UIImageOrientation::up;
 };
 
-/// The picture as a JPEG / PNG file, turned upright, without metadata; quality 0 to 1. Null when there is no picture.
+/// The picture as a JPEG / PNG file, turned upright, without metadata but its colour profile; quality 0 to 1. Null when
+/// there is no picture.
 [[nodiscard]] Data UIImageJPEGRepresentation(const UIImageRef& image, double quality);
 [[nodiscard]] Data UIImagePNGRepresentation(const UIImageRef& image);
 

@@ -48,7 +48,8 @@ CGImage take(const Answer& answer, int file) {
     CGImage image = imageOf(answer);
     const std::size_t size = image.bytesPerRow() * image.height;
     struct stat status {};
-    if (::fstat(file, &status) != 0 || static_cast<std::uint64_t>(status.st_size) != size) return image;
+    if (::fstat(file, &status) != 0 || static_cast<std::uint64_t>(status.st_size) != size + answer.profileSize)
+        return image;
     image.pixels = size <= kCopiedSize ? copied(file, size) : mapped(file, size);
     return image;
 }
@@ -64,6 +65,7 @@ bool isSound(const Answer& answer, const Order& order) noexcept {
     if (order.longerSide != 0 && (width > order.longerSide || height > order.longerSide)) return false;
     if (order.pixelLimit != 0 && width > order.pixelLimit / height) return false;
     if (answer.isInFile && order.fileLimit == 0) return false;
+    if (answer.profileSize > (order.keepsProfile ? kProfileLimit : 0)) return false;
     // The sides above cannot overflow 64 bits; a machine may count in fewer.
     const std::uint64_t bytesPerRow = width * CGImage::kComponents * (answer.bitsPerComponent / 8);
     const std::uint64_t limit = answer.isInFile          ? order.fileLimit
@@ -80,5 +82,13 @@ CGImage takeFromMemory(const Answer& answer, const Descriptor& memory) {
 }
 
 CGImage takeFromFile(const Answer& answer, const Descriptor& file) { return take(answer, file.get()); }
+
+std::vector<std::byte> takeProfile(const Answer& answer, const Descriptor& memory) {
+    std::vector<std::byte> profile(static_cast<std::size_t>(answer.profileSize));
+    const CGImage image = imageOf(answer);
+    const auto start = static_cast<off_t>(image.bytesPerRow() * image.height);
+    const auto count = profile.empty() ? 0 : ::pread(memory.get(), profile.data(), profile.size(), start);
+    return count == static_cast<ssize_t>(profile.size()) ? profile : std::vector<std::byte>();
+}
 
 }  // namespace tessaly::codecs

@@ -34,9 +34,9 @@ const FamilyDecoder& decoderOf(std::string_view family) {
 CGImage decodeInProcess(const CodecOfFamily& codec, imageio::ByteSource& source, const DecodeRequest& request,
                         CGImageFault& fault, double time) {
     SourceInput input(source);
-    CGImage image;
-    fault = faultOf(decoderOf(codec.family).decode(codec.codec, input, request, time, image));
-    return fault == CGImageFault::none ? std::move(image) : CGImage();
+    DecodedPixels decoded;
+    fault = faultOf(decoderOf(codec.family).decode(codec.codec, input, request, time, decoded));
+    return fault == CGImageFault::none ? std::move(decoded.image) : CGImage();
 }
 
 }  // namespace tessaly::codecs

@@ -73,13 +73,11 @@ void FamilyDecoder::warmUp() const {
 }
 
 DecodeFault FamilyDecoder::decode(Codec codec, PixelInput& input, const DecodeRequest& request, double time,
-                                  CGImage& image) const {
+                                  DecodedPixels& decoded) const {
     if (!pixels_) return DecodeFault::unsupported;
-    DecodedPixels decoded;
     if (const auto fault = decodePixels(codec, input, request, time, decoded); fault != DecodeFault::none) return fault;
-    pixels_->convertToSRGB(decoded);
-    image = std::move(decoded.image);
-    return reduce(*pixels_, request.longerSide, image);
+    if (!request.keepsProfile || !pixels_->keepProfile(decoded)) pixels_->convertToSRGB(decoded);
+    return reduce(*pixels_, request.longerSide, decoded.image);
 }
 
 }  // namespace tessaly::codecs

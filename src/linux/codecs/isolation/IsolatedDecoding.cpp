@@ -58,7 +58,7 @@ public:
     Attempt(const Order& order, milliseconds time, int input, int file)
         : order_(order), time_(time), input_(input), file_(file) {}
 
-    [[nodiscard]] Outcome run(const DecoderProcess& process, CGImage& image, CGImageFault& fault) {
+    [[nodiscard]] Outcome run(const DecoderProcess& process, DecodedPixels& picture, CGImageFault& fault) {
         Channel channel = Channel::open();
         memory_ = memoryFile("tessaly-pixels");
         if (!channel.one || !memory_) return fail(fault, CGImageFault::outOfMemory);
@@ -73,7 +73,7 @@ public:
         Answer answer;
         if (receive(channel.one.get(), answer) != Received::message) return Outcome::lost;
         if (answer.kind == Answer::Kind::ended) return ended(answer, fault);
-        return take(answer, channel.one.get(), image, fault);
+        return take(answer, channel.one.get(), picture, fault);
     }
 
 private:
@@ -89,7 +89,7 @@ private:
         return isFromOutside ? Outcome::killed : fail(fault, CGImageFault::damaged);
     }
 
-    Outcome take(const Answer& answer, int channel, CGImage& image, CGImageFault& fault) {
+    Outcome take(const Answer& answer, int channel, DecodedPixels& picture, CGImageFault& fault) {
         if (answer.kind != Answer::Kind::decoded || answer.fault > DecodeFault::outOfMemory)
             return fail(fault, CGImageFault::damaged);
         if (answer.fault != DecodeFault::none) return fail(fault, faultOf(answer.fault));
@@ -97,9 +97,10 @@ private:
             log("tessaly-decoder: an answer that cannot be");
             return fail(fault, CGImageFault::damaged);
         }
-        image = answer.isInFile ? takeFromFile(answer, Descriptor(::fcntl(file_, F_DUPFD_CLOEXEC, 0)))
-                                : takeFromMemory(answer, memory_);
-        if (!image.pixels) return fail(fault, CGImageFault::damaged);
+        const Descriptor file(answer.isInFile ? ::fcntl(file_, F_DUPFD_CLOEXEC, 0) : -1);
+        picture.image = answer.isInFile ? takeFromFile(answer, file) : takeFromMemory(answer, memory_);
+        if (!picture.image.pixels) return fail(fault, CGImageFault::damaged);
+        picture.profile = takeProfile(answer, answer.isInFile ? file : memory_);
         fault = CGImageFault::none;
         return Outcome::answered;
     }
@@ -121,6 +122,7 @@ private:
 Order orderOf(Codec codec, const imageio::ByteSource& source, const DecodeRequest& request, seconds limit, double time,
               int file) {
     return {.codec = codec,
+            .keepsProfile = request.keepsProfile,
             .inputSize = source.size(),
             .index = request.index,
             .longerSide = request.longerSide,
@@ -138,8 +140,8 @@ seconds timeLimit(std::uint64_t bytes) noexcept {
     return std::min<seconds>(needed, kLongestLimit);
 }
 
-CGImage decodeIsolated(const CodecOfFamily& codec, imageio::ByteSource& source, const DecodeRequest& request,
-                       CGImageFault& fault, double time, int file) {
+DecodedPixels decodeIsolated(const CodecOfFamily& codec, imageio::ByteSource& source, const DecodeRequest& request,
+                             CGImageFault& fault, double time, int file) {
     fault = CGImageFault::none;
     Descriptor copy;
     if (source.descriptor() < 0) copy = sealedCopy(source);
@@ -150,19 +152,19 @@ CGImage decodeIsolated(const CodecOfFamily& codec, imageio::ByteSource& source, 
     }
     const seconds limit = request.timeLimit != 0 ? seconds(request.timeLimit) : timeLimit(source.size());
     const Order order = orderOf(codec.codec, source, request, limit, time, file);
-    CGImage image;
+    DecodedPixels picture;
     int lost = 0;
     int killed = 0;
     while (lost < kMostLost && killed < kMostKilled) {
         const auto process = DecoderProcess::running(codec.family);
         if (!process) break;
-        const Outcome outcome = Attempt(order, limit, input, file).run(*process, image, fault);
-        if (outcome == Outcome::answered || outcome == Outcome::failed) return image;
+        const Outcome outcome = Attempt(order, limit, input, file).run(*process, picture, fault);
+        if (outcome == Outcome::answered || outcome == Outcome::failed) return picture;
         if (outcome == Outcome::lost) process->forget();
         ++(outcome == Outcome::lost ? lost : killed);
     }
     fault = killed == kMostKilled ? CGImageFault::outOfMemory : CGImageFault::noDecoder;
-    return image;
+    return picture;
 }
 
 }  // namespace tessaly::codecs

@@ -18,7 +18,8 @@ struct CodecOfFamily {
 /// How long a picture of a file of `bytes` may take: slow machines develop large raws, hostile files never end.
 [[nodiscard]] std::chrono::seconds timeLimit(std::uint64_t bytes) noexcept;
 
-/// The picture, in sRGB and no longer than `request.longerSide`; without pixels where `fault` is not none. Waits for
+/// The picture, no longer than `request.longerSide` and in sRGB, unless its own profile was wanted and comes along;
+/// without pixels where `fault` is not none. Waits for
 /// it. `request.memory` does not count: the memory is the decoder's.
 ///
 /// A decoder that crashes, takes too long or asks for too much is ended, and its picture is damaged (or too large). One
@@ -28,7 +29,8 @@ struct CodecOfFamily {
 /// @param file  an empty file without a name, opened for reading and writing, that takes the pixels in place of memory
 ///              when `request.fileLimit` is not 0; -1 without. It stays the caller's, and what was mapped of it stays
 ///              when it is closed.
-[[nodiscard]] CGImage decodeIsolated(const CodecOfFamily& codec, imageio::ByteSource& source,
-                                     const DecodeRequest& request, CGImageFault& fault, double time = 0, int file = -1);
+[[nodiscard]] DecodedPixels decodeIsolated(const CodecOfFamily& codec, imageio::ByteSource& source,
+                                           const DecodeRequest& request, CGImageFault& fault, double time = 0,
+                                           int file = -1);
 
 }  // namespace tessaly::codecs

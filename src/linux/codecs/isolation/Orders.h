@@ -11,7 +11,10 @@ namespace tessaly::codecs {
 enum class Codec : std::uint8_t { jpeg, png, webp, tiff, bmp, psd, picture, movie };
 
 /// Tells one build's messages from another's.
-inline constexpr std::uint32_t kOrderVersion = 0x7E55'0001;
+inline constexpr std::uint32_t kOrderVersion = 0x7E55'0002;
+
+/// Profiles of screens and cameras take some hundred bytes, those of tables a megabyte.
+inline constexpr std::uint64_t kProfileLimit = std::uint64_t{4} << 20;
 
 /// How a decoder begins: what keeps it in.
 struct Isolation {
@@ -26,6 +29,7 @@ struct Isolation {
 struct Order {
     std::uint32_t version = kOrderVersion;
     Codec codec = Codec::picture;
+    bool keepsProfile = false;  ///< As DecodeRequest says.
     std::uint64_t inputSize = 0;
     std::uint64_t index = 0;
     std::uint64_t longerSide = 0;  ///< The answer is no longer than this, unless it is 0.
@@ -46,7 +50,8 @@ struct Answer {
     std::uint32_t bitsPerComponent = 8;
     std::uint64_t width = 0;
     std::uint64_t height = 0;
-    std::int32_t signal = 0;  ///< What ended the process, 0 for itself.
+    std::uint64_t profileSize = 0;  ///< Bytes of the profile, which follow the pixels.
+    std::int32_t signal = 0;        ///< What ended the process, 0 for itself.
 };
 
 }  // namespace tessaly::codecs

@@ -182,10 +182,36 @@ void becomeOpaque(CGImage& image) {
         makeOpaque<std::uint8_t>(image);
 }
 
+void beSilent() {
+    cmsSetLogErrorHandler([](cmsContext, cmsUInt32Number, const char*) {});
+}
+
+/// The profile in the bytes of a file.
+std::vector<std::byte> written(cmsHPROFILE profile) {
+    cmsUInt32Number size = 0;
+    if (!cmsSaveProfileToMem(profile, nullptr, &size)) return {};
+    std::vector<std::byte> bytes(size);
+    return cmsSaveProfileToMem(profile, bytes.data(), &size) ? std::move(bytes) : std::vector<std::byte>();
+}
+
 }  // namespace
 
+bool keepProfile(DecodedPixels& decoded) {
+    beSilent();
+    // Grey, Lab and inks become sRGB: what is written has three channels of light, and no profile of other ones fits.
+    if (decoded.model != PixelModel::rgb) return false;
+    const Profile source = sourceProfile(decoded);
+    if (!source || cmsGetColorSpace(source.get()) != cmsSigRgbData) return false;
+    if (!decoded.profile.empty()) return true;
+    // Highlights beyond white are bent into the picture, once and for all.
+    const int transfer = decoded.colors.transfer;
+    if (transfer == kPerceptualQuantizer || transfer == kHybridLogGamma) return false;
+    decoded.profile = written(source.get());
+    return !decoded.profile.empty();
+}
+
 void convertToSRGB(DecodedPixels& decoded) {
-    cmsSetLogErrorHandler([](cmsContext, cmsUInt32Number, const char*) {});
+    beSilent();
     const bool isCmyk = decoded.model == PixelModel::cmyk || decoded.model == PixelModel::invertedCmyk;
     if (const Profile source = sourceProfile(decoded)) {
         convert(decoded, source.get());

@@ -20,7 +20,8 @@ constexpr double kFullColorQuality = 0.95;
 
 class JpegEncoding {
 public:
-    explicit JpegEncoding(const CGImage& image) : image_(image), row_(image.width * 4) {
+    JpegEncoding(const CGImage& image, std::span<const std::byte> profile)
+        : image_(image), profile_(profile), row_(image.width * 4) {
         info_.err = jpeg_std_error(&error_);
         error_.error_exit = [](j_common_ptr info) { std::longjmp(static_cast<ErrorManager*>(info->err)->jump, 1); };
         error_.output_message = [](j_common_ptr) {};
@@ -45,6 +46,9 @@ public:
         jpeg_set_quality(&info_, static_cast<int>(std::lround(std::clamp(quality, 0.0, 1.0) * 100)), TRUE);
         if (quality >= kFullColorQuality) info_.comp_info[0].h_samp_factor = info_.comp_info[0].v_samp_factor = 1;
         jpeg_start_compress(&info_, TRUE);
+        if (!profile_.empty())
+            jpeg_write_icc_profile(&info_, reinterpret_cast<const JOCTET*>(profile_.data()),
+                                   static_cast<unsigned>(profile_.size()));
         while (info_.next_scanline < info_.image_height) {
             fillRow(info_.next_scanline);
             JSAMPROW row = row_.data();
@@ -70,6 +74,7 @@ private:
     }
 
     const CGImage& image_;
+    std::span<const std::byte> profile_;
     std::vector<std::uint8_t> row_;
     ErrorManager error_{};
     jpeg_compress_struct info_{};
@@ -79,10 +84,11 @@ private:
 
 }  // namespace
 
-bool encodeJpeg(const CGImage& image, double quality, std::vector<std::byte>& encoded) {
+bool encodeJpeg(const CGImage& image, double quality, std::span<const std::byte> profile,
+                std::vector<std::byte>& encoded) {
     if (image.width == 0 || image.height == 0 || image.width > JPEG_MAX_DIMENSION || image.height > JPEG_MAX_DIMENSION)
         return false;
-    JpegEncoding encoding(image);
+    JpegEncoding encoding(image, profile);
     if (!encoding.run(quality)) return false;
     encoded.assign(encoding.bytes().begin(), encoding.bytes().end());
     return true;

@@ -13,6 +13,7 @@ TESSALY_MODULE_SYMBOL PixelsModule tessaly_pixels{
     .encodeJpeg = encodeJpeg,
     .encodePng = encodePng,
     .convertToSRGB = convertToSRGB,
+    .keepProfile = keepProfile,
     .scale = scale,
     .draw = draw,
 };

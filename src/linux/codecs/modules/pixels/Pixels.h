@@ -9,9 +9,11 @@ DecodeFault decodeWebp(PixelInput& input, const DecodeRequest& request, DecodedP
 DecodeFault decodeBmp(PixelInput& input, const DecodeRequest& request, DecodedPixels& decoded);
 DecodeFault decodePsd(PixelInput& input, const DecodeRequest& request, DecodedPixels& decoded);
 DecodeFault decodeTiff(PixelInput& input, const DecodeRequest& request, DecodedPixels& decoded);
-bool encodeJpeg(const CGImage& image, double quality, std::vector<std::byte>& encoded);
-bool encodePng(const CGImage& image, std::vector<std::byte>& encoded);
+bool encodeJpeg(const CGImage& image, double quality, std::span<const std::byte> profile,
+                std::vector<std::byte>& encoded);
+bool encodePng(const CGImage& image, std::span<const std::byte> profile, std::vector<std::byte>& encoded);
 void convertToSRGB(DecodedPixels& decoded);
+bool keepProfile(DecodedPixels& decoded);
 bool scale(const CGImage& image, std::size_t width, std::size_t height, CGImage& scaled);
 bool draw(const CGImage& image, const PixelTransform& transform, double cornerRadius, CGImage& target);
 

@@ -10,7 +10,8 @@ namespace {
 
 class PngEncoding {
 public:
-    PngEncoding(const CGImage& image, std::vector<std::byte>& encoded) : image_(image), encoded_(encoded) {}
+    PngEncoding(const CGImage& image, std::span<const std::byte> profile, std::vector<std::byte>& encoded)
+        : image_(image), profile_(profile), encoded_(encoded) {}
     PngEncoding(const PngEncoding&) = delete;
     PngEncoding& operator=(const PngEncoding&) = delete;
     ~PngEncoding() { png_destroy_write_struct(&png_, &info_); }
@@ -34,7 +35,7 @@ public:
         png_set_IHDR(png_, info_, static_cast<png_uint_32>(image_.width), static_cast<png_uint_32>(image_.height),
                      isWide ? 16 : 8, image_.hasAlpha() ? PNG_COLOR_TYPE_RGBA : PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
                      PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-        png_set_sRGB_gAMA_and_cHRM(png_, info_, PNG_sRGB_INTENT_PERCEPTUAL);
+        setColors();
         png_write_info(png_, info_);
         if (isWide) png_set_swap(png_);
         if (!image_.hasAlpha()) png_set_filler(png_, 0, PNG_FILLER_AFTER);
@@ -48,6 +49,16 @@ public:
     }
 
 private:
+    void setColors() {
+        // The library has doubts about some profiles that cameras write: the picture is written all the same.
+        png_set_benign_errors(png_, 1);
+        if (profile_.empty())
+            png_set_sRGB_gAMA_and_cHRM(png_, info_, PNG_sRGB_INTENT_PERCEPTUAL);
+        else
+            png_set_iCCP(png_, info_, "ICC Profile", PNG_COMPRESSION_TYPE_BASE,
+                         reinterpret_cast<png_const_bytep>(profile_.data()), static_cast<png_uint_32>(profile_.size()));
+    }
+
     void fillRow(std::size_t y) {
         if (image_.bitsPerComponent == 8) return copyRowAsRgba8(image_, y, false, row_);
         std::memcpy(row_.data(), image_.row(y), row_.size());
@@ -72,6 +83,7 @@ private:
     }
 
     const CGImage& image_;
+    std::span<const std::byte> profile_;
     std::vector<std::byte>& encoded_;
     std::vector<std::uint8_t> row_;
     png_structp png_ = nullptr;
@@ -80,9 +92,9 @@ private:
 
 }  // namespace
 
-bool encodePng(const CGImage& image, std::vector<std::byte>& encoded) {
+bool encodePng(const CGImage& image, std::span<const std::byte> profile, std::vector<std::byte>& encoded) {
     encoded.clear();
-    return image.width > 0 && image.height > 0 && PngEncoding(image, encoded).run();
+    return image.width > 0 && image.height > 0 && PngEncoding(image, profile, encoded).run();
 }
 
 }  // namespace tessaly::codecs
