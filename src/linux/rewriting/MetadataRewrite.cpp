@@ -8,11 +8,11 @@
 
 #include "linux/foundation/AtomicFile.h"
 #include "linux/imageio/ImageFormat.h"
-#include "linux/imageio/rewrite/FileRewriter.h"
 #include "linux/imageio/rewrite/JpegScans.h"
 #include "linux/imageio/rewrite/Rewriters.h"
 #include "linux/media/Movie.h"
 #include "linux/media/MovieRewriters.h"
+#include "linux/rewriting/FileRewriter.h"
 
 namespace tessaly {
 namespace {

@@ -5,7 +5,7 @@
 #include <set>
 
 #include "linux/imageio/SourceBytes.h"
-#include "linux/imageio/rewrite/FileRewriter.h"
+#include "linux/rewriting/FileRewriter.h"
 #include "platform/ImageIO/CGImageProperties.h"
 
 namespace tessaly {
