@@ -124,6 +124,7 @@ TEST_F(ImageManager, KeepsTheMiddleOfAPictureThatIsCut) {
     const CGImageRef middle = answers.next().image->cgImage();
     EXPECT_TRUE(isRed(middle, 20, 30));
     EXPECT_FALSE(isRed(middle, 40, 30)) << "the colours meet in the middle";
+    EXPECT_TRUE(isRed(middle, 20, 1) && isRed(middle, 20, 58)) << "from edge to edge";
     manager.requestImageForAsset(assetOf("turned"), {60, 60}, kFit, options, answers.image());
     const CGImageRef upright = answers.next().image->cgImage();
     EXPECT_TRUE(isRed(upright, 30, 10)) << "the left side has come up";

@@ -385,13 +385,37 @@ TEST_F(LibraryChanges, KeepsAlbums) {
     newest.sortDescriptors = {{"creationDate", false}};
     EXPECT_THAT(names(library_->assets(album, {})), ElementsAre("a.jpg", "b.jpg"));
     EXPECT_THAT(names(library_->assets(album, newest)), ElementsAre("b.jpg", "a.jpg"));
+    ASSERT_EQ(change([&] { wishAlbum("Autumn"), wishAlbum("Spring").addAssets(std::span(some).first(1)); }), "");
+    const struct {
+        std::string predicate;
+        std::vector<NSSortDescriptor> sort;
+        std::size_t limit;
+        Names expected;
+    } cases[] = {
+        {"TRUEPREDICATE", {}, 0, {"Winter", "Autumn", "Spring"}},
+        {"title == 'Winter' OR localizedTitle == 'Spring'", {{"title", true}}, 0, {"Spring", "Winter"}},
+        {"assetCollectionType == 1", {{"estimatedAssetCount", false}}, 2, {"Winter", "Spring"}},
+        {"estimatedAssetCount < 2", {{"estimatedAssetCount", true}, {"title", true}}, 1, {"Autumn"}},
+        {"localIdentifier == '" + album.localIdentifier + "'", {{"localizedTitle", false}}, 1, {"Winter"}},
+        {"assetCollectionSubtype == 99", {}, 0, {}},
+    };
+    for (const auto& [predicate, sort, limit, expected] : cases) {
+        PHFetchOptions options;
+        options.predicate = NSPredicate::predicateWithFormat(predicate);
+        options.sortDescriptors = sort;
+        options.fetchLimit = limit;
+        const auto found = library_->collections(PHAssetCollectionTypeAlbum, PHAssetCollectionSubtypeAny, options);
+        Names titles;
+        for (std::size_t i = 0; i < found.count(); ++i) titles.push_back(found.objectAtIndex(i)->localizedTitle);
+        EXPECT_EQ(titles, expected) << predicate;
+    }
     ASSERT_EQ(change([&] {
                   const auto all = albums();
                   const PHAssetCollectionRef gone = all.firstObject();
                   PHAssetCollectionChangeRequest::deleteAssetCollections(std::span(&gone, 1));
               }),
               "");
-    EXPECT_EQ(albums().count(), 0U);
+    EXPECT_EQ(albums().count(), 2U);
     EXPECT_EQ(names().size(), 3U);
 }
 

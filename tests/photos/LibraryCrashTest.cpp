@@ -2,7 +2,6 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <random>
 
 #include "LibraryFixture.h"
 #include "linux/foundation/AtomicFile.h"
@@ -18,9 +17,6 @@ using photos::FileChange;
 using testing::HasSubstr;
 using enum FileChange::Kind;
 
-constexpr std::size_t kPadding = 60'000;
-constexpr int kVersions = 10;
-
 class LibraryCrash : public LibraryTest {
 protected:
     static void confirm(Library& library) {
@@ -28,81 +24,43 @@ protected:
     }
     static void wishDeletion(const PHAssetRef& asset) { PHAssetChangeRequest::deleteAssets(std::span(&asset, 1)); }
 
-    /// Changes whatever it finds, in every way, until it is killed.
-    void workOn(unsigned seed, int ready) {
-        reopen();
-        confirm(*library_);
-        std::mt19937 random(seed);
-        const auto below = [&](std::size_t end) { return static_cast<int>(random() % end); };
-        for (bool isFirst = true;; isFirst = false) {
-            const auto assets = objects(library_->assets(PHFetchOptions()));
-            const PHAssetRef some = assets[random() % assets.size()];
-            const PHAssetRef other = assets[random() % assets.size()];
-            if (isFirst && ::write(ready, "!", 1) != 1) ::_exit(2);
-            const std::string why = change([&] {
-                const int kind = below(8);
-                if (kind < 2 || assets.size() < 4)
-                    wishPhoto(photo(below(kVersions), TiffBuilder(), kPadding), "new.jpg");
-                if (kind >= 1 && kind < 5)
-                    wishEdit(*library_, *some, editedPhoto(below(kVersions), kPadding), kind == 4 ? "jpeg" : "jpg");
-                if (kind >= 5 && some->hasAdjustments) request(*some).revertAssetContentToOriginal();
-                if ((kind == 3 || kind == 7) && assets.size() > 6 && other->localIdentifier != some->localIdentifier)
-                    wishDeletion(other);
-                request(*some).setFavorite(kind % 2 == 0);
-            });
-            if (!why.empty()) {
-                std::fputs((why + "\n").c_str(), stderr);
-                ::_exit(1);
-            }
+    /// a.jpg, edited if need be, and b.jpg beside it.
+    void prepare(bool isEdited) {
+        for (const std::string& name : entries(photos())) fs::remove(path(name));
+        write("b.jpg", photo(2));
+        library_->scan();
+        write("a.jpg", photo(1));
+        library_->scan();
+        if (isEdited) {
+            ASSERT_EQ(change([&] { wishEdit("a.jpg", editedPhoto(1)); }), "");
         }
+    }
+    [[nodiscard]] std::string originalOf(const std::string& identifier, const std::string& name) const {
+        return own() + "/originals/" + identifier.substr(0, identifier.find('/')) + "/" + name;
+    }
+    /// A change as the journal has it before anything was done: of a.jpg, or a new photo.
+    [[nodiscard]] FileChange begun(FileChange::Kind kind, const std::string& result) const {
+        FileChange made;
+        made.kind = kind;
+        made.asset = kind == create ? photos::newIdentifier("/L0/001") : asset("a.jpg").localIdentifier;
+        if (kind != create) made.current = path("a.jpg");
+        const auto kept = library_->original(made.asset);
+        if (kind == edit || kind == revert) made.original = kept ? kept->path : originalOf(made.asset, "a.jpg");
+        if (kind == FileChange::Kind::trash) return made;
+        made.result = path(result);
+        made.content = folder_.write("library/pending/content.jpg",
+                                     kind == revert ? contentOf(made.original) : editedPhoto(5).text());
+        return made;
+    }
+    void enter(std::vector<FileChange> journal) const {
+        static_cast<void>(photos::writeJournal(database(photos::Database::Mode::readWrite), journal));
+    }
+    static std::string joined(const Names& names) {
+        std::string all;
+        for (const std::string& name : names) all += (all.empty() ? "" : " ") + name;
+        return all;
     }
 };
-
-TEST_F(LibraryCrash, AKillAtAnyInstantLosesNothing) {
-    std::set<std::string> plain, edited;
-    for (int i = 0; i < kVersions; ++i) {
-        plain.emplace(photo(i, TiffBuilder(), kPadding).text());
-        edited.emplace(editedPhoto(i, kPadding).text());
-    }
-    for (int i = 0; i < 4; ++i) write(std::to_string(i) + ".jpg", photo(i, TiffBuilder(), kPadding));
-    library_->scan();
-    close();
-    std::mt19937 random(1);
-    for (unsigned round = 0; round < 80 && !HasFailure(); ++round) {
-        int ready[2];
-        ASSERT_EQ(::pipe(ready), 0);
-        const pid_t child = ::fork();
-        if (child == 0) workOn(round, ready[1]);
-        ::close(ready[1]);
-        char signal = 0;
-        EXPECT_EQ(::read(ready[0], &signal, 1), 1);
-        ::close(ready[0]);
-        ::usleep(static_cast<useconds_t>(random() % 60'000));
-        ::kill(child, SIGKILL);
-        int status = 0;
-        ::waitpid(child, &status, 0);
-        ASSERT_TRUE(WIFSIGNALED(status)) << "it came to an end by itself";
-        const std::string when = "round " + std::to_string(round);
-        reopen();
-        expectWhole(when);
-        const auto assets = objects(library_->assets(PHFetchOptions()));
-        EXPECT_EQ(entries(photos()).size(), assets.size()) << when;
-        EXPECT_GE(assets.size(), 4U) << when;
-        for (const PHAssetRef& each : assets) {
-            const std::string content = contentOf(library_->content(each->localIdentifier, 1, false, {}).path);
-            EXPECT_TRUE((each->hasAdjustments ? edited : plain).contains(content)) << when;
-            const auto original = library_->original(each->localIdentifier);
-            EXPECT_EQ(original.has_value(), each->hasAdjustments) << when;
-            EXPECT_TRUE(!original || plain.contains(contentOf(original->path))) << when;
-        }
-        for (const std::string& name : entries(trash() + "/files")) {
-            EXPECT_TRUE(fs::exists(trash() + "/info/" + name + ".trashinfo")) << when;
-            const std::string content = contentOf(trash() + "/files/" + name);
-            EXPECT_TRUE(plain.contains(content) || edited.contains(content)) << when;
-        }
-        close();
-    }
-}
 
 TEST_F(LibraryCrash, OnlyADeadProgramsFilesAreAbandoned) {
     const pid_t dead = ::fork();
@@ -121,132 +79,82 @@ TEST_F(LibraryCrash, OnlyADeadProgramsFilesAreAbandoned) {
 
 // The journal of a program that was killed before, between and after the steps of each kind of change.
 TEST_F(LibraryCrash, TheNextOpenFinishesWhatWasBegun) {
-    const std::string pending = own() + "/pending/content.jpg";
-    const auto prepare = [&] { folder_.write("library/pending/content.jpg", editedPhoto(5).text()); };
-    const auto put = [](const std::string& from, const std::string& to) {
-        fs::create_directories(fs::path(to).parent_path());
-        fs::copy_file(from, to, fs::copy_options::overwrite_existing);
-    };
-    const auto change = [&](FileChange::Kind kind, const std::string& result) {
-        FileChange made;
-        made.kind = kind;
-        made.asset = kind == create ? photos::newIdentifier("/L0/001") : asset("a.jpg").localIdentifier;
-        if (kind != create) made.current = path("a.jpg");
-        if (kind != FileChange::Kind::trash) made.result = path(result);
-        if (kind != FileChange::Kind::trash) made.content = pending;
-        const auto kept = library_->original(made.asset);
-        const std::string folder = made.asset.substr(0, made.asset.find('/'));
-        if (kind == edit) made.original = kept ? kept->path : own() + "/originals/" + folder + "/a.jpg";
-        if (kind == revert) made.original = kept->path;
-        return made;
-    };
+    using Until = std::function<void(const FileChange&)>;
     struct Step {
         const char* why;
         FileChange::Kind kind;
         bool isEdited;
         std::string result;
-        std::function<void(const FileChange&)> until;
-        Names expected;
+        Until until;
+        std::string expected;
         bool isEditedAfter;
     };
-    const auto nothing = [](const FileChange&) {};
-    const auto placed = [&](const FileChange& it) { put(it.content, it.result); };
-    const auto kept = [&](const FileChange& it) { put(it.current, it.original); };
-    const auto replaced = [&](const FileChange& it) {
+    const auto put = [](const std::string& from, const std::string& to) {
+        fs::create_directories(fs::path(to).parent_path());
+        fs::copy_file(from, to, fs::copy_options::overwrite_existing);
+    };
+    const Until nothing = [](const FileChange&) {};
+    const Until placed = [&](const FileChange& it) { put(it.content, it.result); };
+    const Until kept = [&](const FileChange& it) {
         if (!fs::exists(it.original)) put(it.current, it.original);
-        put(it.content, it.result);
     };
-    const auto renamed = [&](const FileChange& it) {
-        if (!fs::exists(it.original)) put(it.current, it.original);
-        put(it.content, it.result);
-        fs::remove(it.current);
+    const Until replaced = [&](const FileChange& it) { kept(it), placed(it); };
+    const Until renamed = [&](const FileChange& it) { replaced(it), fs::remove(it.current); };
+    const Until givenUp = [](const FileChange& it) { fs::remove(it.content); };
+    const Until isGone = [](const FileChange& it) { fs::remove(it.current); };
+    const Until trashed = [&](const FileChange& it) { put(it.current, trash() + "/files/a.jpg"), isGone(it); };
+    // By another program that scans in between.
+    const auto scanned = [&](const Until& until) {
+        return [&, until](const FileChange& it) { until(it), library_->scan(); };
     };
-    const auto givenUp = [](const FileChange& it) { fs::remove(it.content); };
-    const auto isTrashed = [&](const FileChange& it) {
-        put(it.current, trash() + "/files/a.jpg"), fs::remove(it.current);
-    };
+    const auto toTrash = FileChange::Kind::trash;
     const Step steps[] = {
-        {"create: before", create, false, "new.jpg", nothing, {"a.jpg", "b.jpg", "new.jpg"}, false},
-        {"create: placed", create, false, "new.jpg", placed, {"a.jpg", "b.jpg", "new.jpg"}, false},
-        {"create: placed, and scanned by another program",
-         create,
-         false,
-         "new.jpg",
-         [&](const FileChange& it) { put(it.content, it.result), library_->scan(); },
-         {"a.jpg", "b.jpg", "new.jpg"},
-         false},
-        {"create: given up", create, false, "new.jpg", givenUp, {"a.jpg", "b.jpg"}, false},
-        {"edit: before", edit, false, "a.jpg", nothing, {"a.jpg", "b.jpg"}, true},
-        {"edit: original kept", edit, false, "a.jpg", kept, {"a.jpg", "b.jpg"}, true},
-        {"edit: replaced", edit, false, "a.jpg", replaced, {"a.jpg", "b.jpg"}, true},
-        {"edit: replaced, and scanned by another program",
-         edit,
-         false,
-         "a.jpg",
-         [&](const FileChange& it) { replaced(it), library_->scan(); },
-         {"a.jpg", "b.jpg"},
-         true},
-        {"edit: given up", edit, false, "a.jpg", givenUp, {"a.jpg", "b.jpg"}, false},
-        {"edit: the file was deleted since",
-         edit,
-         false,
-         "a.jpg",
-         [](const FileChange& it) { fs::remove(it.current); },
-         {"b.jpg"},
-         false},
-        {"second edit: before", edit, true, "a.jpg", nothing, {"a.jpg", "b.jpg"}, true},
-        {"second edit: replaced", edit, true, "a.jpg", placed, {"a.jpg", "b.jpg"}, true},
-        {"other extension: before", edit, false, "a.jpeg", nothing, {"a.jpeg", "b.jpg"}, true},
-        {"other extension: placed", edit, false, "a.jpeg", replaced, {"a.jpeg", "b.jpg"}, true},
-        {"other extension: placed, and scanned by another program",
-         edit,
-         false,
-         "a.jpeg",
-         [&](const FileChange& it) { replaced(it), library_->scan(); },
-         {"a.jpeg", "b.jpg"},
-         true},
-        {"other extension: done", edit, false, "a.jpeg", renamed, {"a.jpeg", "b.jpg"}, true},
-        {"revert: before", revert, true, "a.jpg", nothing, {"a.jpg", "b.jpg"}, false},
-        {"revert: replaced", revert, true, "a.jpg", placed, {"a.jpg", "b.jpg"}, false},
-        {"revert: given up", revert, true, "a.jpg", givenUp, {"a.jpg", "b.jpg"}, true},
-        {"revert to another extension: placed", revert, true, "a.jpeg", placed, {"a.jpeg", "b.jpg"}, false},
-        {"revert to another extension: done", revert, true, "a.jpeg", renamed, {"a.jpeg", "b.jpg"}, false},
-        {"trash: before", FileChange::Kind::trash, false, "", nothing, {"a.jpg", "b.jpg"}, false},
-        {"trash: done", FileChange::Kind::trash, false, "", isTrashed, {"b.jpg"}, false},
+        {"create: before", create, false, "new.jpg", nothing, "a.jpg b.jpg new.jpg", false},
+        {"create: placed", create, false, "new.jpg", placed, "a.jpg b.jpg new.jpg", false},
+        {"create: placed, scanned", create, false, "new.jpg", scanned(placed), "a.jpg b.jpg new.jpg", false},
+        {"create: given up", create, false, "new.jpg", givenUp, "a.jpg b.jpg", false},
+        {"edit: before", edit, false, "a.jpg", nothing, "a.jpg b.jpg", true},
+        {"edit: original kept", edit, false, "a.jpg", kept, "a.jpg b.jpg", true},
+        {"edit: replaced", edit, false, "a.jpg", replaced, "a.jpg b.jpg", true},
+        {"edit: replaced, scanned", edit, false, "a.jpg", scanned(replaced), "a.jpg b.jpg", true},
+        {"edit: given up", edit, false, "a.jpg", givenUp, "a.jpg b.jpg", false},
+        {"edit: the file was deleted since", edit, false, "a.jpg", isGone, "b.jpg", false},
+        {"second edit: before", edit, true, "a.jpg", nothing, "a.jpg b.jpg", true},
+        {"second edit: replaced", edit, true, "a.jpg", placed, "a.jpg b.jpg", true},
+        {"other extension: before", edit, false, "a.jpeg", nothing, "a.jpeg b.jpg", true},
+        {"other extension: placed", edit, false, "a.jpeg", replaced, "a.jpeg b.jpg", true},
+        {"other extension: placed, scanned", edit, false, "a.jpeg", scanned(replaced), "a.jpeg b.jpg", true},
+        {"other extension: done", edit, false, "a.jpeg", renamed, "a.jpeg b.jpg", true},
+        {"revert: before", revert, true, "a.jpg", nothing, "a.jpg b.jpg", false},
+        {"revert: replaced", revert, true, "a.jpg", placed, "a.jpg b.jpg", false},
+        {"revert: given up", revert, true, "a.jpg", givenUp, "a.jpg b.jpg", true},
+        {"revert to another extension: placed", revert, true, "a.jpeg", placed, "a.jpeg b.jpg", false},
+        {"revert to another extension: done", revert, true, "a.jpeg", renamed, "a.jpeg b.jpg", false},
+        {"trash: before", toTrash, false, "", nothing, "a.jpg b.jpg", false},
+        {"trash: done", toTrash, false, "", trashed, "b.jpg", false},
     };
     for (const auto& [why, kind, isEdited, result, until, expected, isEditedAfter] : steps) {
         SCOPED_TRACE(why);
-        for (const std::string& name : entries(photos())) fs::remove(path(name));
-        write("b.jpg", photo(2));
-        library_->scan();
-        write("a.jpg", photo(1));
-        library_->scan();
-        if (isEdited) {
-            ASSERT_EQ(LibraryTest::change([&] { wishEdit("a.jpg", editedPhoto(1)); }), "");
-        }
-        const FileChange made = change(kind, result);
-        if (kind == revert)
-            put(made.original, pending);
-        else if (kind != FileChange::Kind::trash)
-            prepare();
+        prepare(isEdited);
         const std::string identifier = asset("a.jpg").localIdentifier;
-        std::vector<FileChange> journal{made};
-        static_cast<void>(photos::writeJournal(database(photos::Database::Mode::readWrite), journal));
+        const FileChange made = begun(kind, result);
+        enter({made});
         until(made);
         reopen();
         if (std::string_view(why) == "edit: the file was deleted since") library_->scan();
         expectWhole(why);
-        EXPECT_EQ(names(), expected);
-        EXPECT_EQ(entries(photos()), expected);
-        if (expected.front() == "b.jpg") continue;
-        const PHAsset after = asset(expected.front());
+        EXPECT_EQ(joined(names()), expected);
+        EXPECT_EQ(joined(entries(photos())), expected);
+        if (expected == "b.jpg") continue;
+        const std::string name = expected.substr(0, expected.find(' '));
+        const PHAsset after = asset(name);
         EXPECT_EQ(after.localIdentifier, identifier);
         EXPECT_EQ(after.hasAdjustments, isEditedAfter);
-        const std::string content = contentOf(path(expected.front()));
+        const std::string content = contentOf(path(name));
         EXPECT_EQ(isEditedAfter ? contentOf(library_->original(identifier)->path) : content, photo(1).text());
         EXPECT_EQ(content.find("EDITED") != std::string::npos, isEditedAfter);
         if (isEditedAfter) {
-            ASSERT_EQ(LibraryTest::change([&] { request(after).revertAssetContentToOriginal(); }), "");
+            ASSERT_EQ(change([&] { request(after).revertAssetContentToOriginal(); }), "");
         }
     }
 }
@@ -259,38 +167,21 @@ TEST_F(LibraryCrash, AFileThatCameSinceIsLeftAlone) {
         std::string result;   ///< What the change makes of a.jpg.
         std::string takes;    ///< Where the other file is.
         bool isOriginalKept;  ///< Before the kill.
-        Names expected;
+        std::string expected;
     };
     const Case cases[] = {
-        {"edit", edit, "a.jpg", "a.jpg", false, {"a.jpg"}},
-        {"edit, original kept", edit, "a.jpg", "a.jpg", true, {"a.jpg"}},
-        {"edit, under the new name", edit, "a.jpeg", "a.jpeg", true, {"a.jpeg", "a.jpg"}},
-        {"revert", revert, "a.jpg", "a.jpg", true, {"a.jpg"}},
-        {"create", create, "new.jpg", "new.jpg", false, {"a.jpg", "new 2.jpg", "new.jpg"}},
-        {"trash", FileChange::Kind::trash, "", "a.jpg", false, {"a.jpg"}},
+        {"edit", edit, "a.jpg", "a.jpg", false, "a.jpg b.jpg"},
+        {"edit, original kept", edit, "a.jpg", "a.jpg", true, "a.jpg b.jpg"},
+        {"edit, under the new name", edit, "a.jpeg", "a.jpeg", true, "a.jpeg a.jpg b.jpg"},
+        {"revert", revert, "a.jpg", "a.jpg", true, "a.jpg b.jpg"},
+        {"create", create, "new.jpg", "new.jpg", false, "a.jpg b.jpg new 2.jpg new.jpg"},
+        {"trash", FileChange::Kind::trash, "", "a.jpg", false, "a.jpg b.jpg"},
     };
     for (const auto& [why, kind, result, takes, isOriginalKept, expected] : cases) {
         SCOPED_TRACE(why);
-        for (const std::string& name : entries(photos())) fs::remove(path(name));
-        write("z.txt", "keeps the folder from being empty");
-        library_->scan();
-        write("a.jpg", photo(1));
-        library_->scan();
-        if (kind == revert) {
-            ASSERT_EQ(change([&] { wishEdit("a.jpg", editedPhoto(1)); }), "");
-        }
-        FileChange made;
-        made.kind = kind;
-        made.asset = kind == create ? photos::newIdentifier("/L0/001") : asset("a.jpg").localIdentifier;
-        if (kind != create) made.current = path("a.jpg");
-        if (kind != FileChange::Kind::trash) {
-            made.result = path(result);
-            made.content = folder_.write("library/pending/content.jpg", editedPhoto(5).text());
-        }
-        made.original = kind == revert ? library_->original(made.asset)->path
-                                       : own() + "/originals/" + made.asset.substr(0, made.asset.find('/')) + "/a.jpg";
-        std::vector<FileChange> journal{made};
-        static_cast<void>(photos::writeJournal(database(photos::Database::Mode::readWrite), journal));
+        prepare(kind == revert);
+        const FileChange made = begun(kind, result);
+        enter({made});
         if (isOriginalKept && kind == edit) {
             fs::create_directories(fs::path(made.original).parent_path());
             fs::copy_file(path("a.jpg"), made.original);
@@ -301,7 +192,7 @@ TEST_F(LibraryCrash, AFileThatCameSinceIsLeftAlone) {
         EXPECT_EQ(count("journal"), 0);
         EXPECT_EQ(contentOf(path(takes)), photo(40).text());
         library_->scan();
-        EXPECT_EQ(names(), expected);
+        EXPECT_EQ(joined(names()), expected);
         EXPECT_EQ(contentOf(path(takes)), photo(40).text());
         if (kind == create) {
             EXPECT_EQ(contentOf(path("new 2.jpg")), editedPhoto(5).text());
@@ -336,10 +227,9 @@ TEST_F(LibraryCrash, WhatCannotBeFinishedWaits) {
             made.current = made.result = path(isFirst ? "a.jpg" : "card/b.jpg");
             made.content = folder_.write(isFirst ? "library/pending/1.jpg" : "library/pending/2.jpg",
                                          editedPhoto(isFirst ? 5 : 6).text());
-            made.original =
-                own() + "/originals/" + made.asset.substr(0, made.asset.find('/')) + (isFirst ? "/a.jpg" : "/b.jpg");
+            made.original = originalOf(made.asset, isFirst ? "a.jpg" : "b.jpg");
         }
-        static_cast<void>(photos::writeJournal(database(photos::Database::Mode::readWrite), journal));
+        enter(journal);
         const std::string aside = (folder_.path() / "aside").string();
         fs::rename(path("card"), aside);
         if (leavesEmpty) fs::create_directories(path("card"));
@@ -348,12 +238,11 @@ TEST_F(LibraryCrash, WhatCannotBeFinishedWaits) {
         library_->scan();
         EXPECT_EQ(count("journal"), 2);
         EXPECT_TRUE(fs::exists(journal[0].content));
-        EXPECT_THAT(
-            change([&] { wishEdit("a.jpg", editedPhoto(7)); }),
-            HasSubstr("waits for the files of this folder, to be there again or to be forgotten: " + path("card")));
-        EXPECT_THAT(
-            change([&] { wishDeletion(find("a.jpg")); }),
-            HasSubstr("waits for the files of this folder, to be there again or to be forgotten: " + path("card")));
+        for (const auto& wish : {std::function<void()>([&] { wishEdit("a.jpg", editedPhoto(7)); }),
+                                 std::function<void()>([&] { wishDeletion(find("a.jpg")); })})
+            EXPECT_THAT(change(wish), HasSubstr("waits for the files of this folder, to be there again or to be "
+                                                "forgotten: " +
+                                                path("card")));
         if (comesBack) {
             fs::remove(path("card"));
             fs::rename(aside, path("card"));
@@ -389,7 +278,7 @@ TEST_F(LibraryCrash, AHalfDoneDeletionIsFinished) {
     deletions[1].current = original;
     deletions[2].asset = asset("b.jpg").localIdentifier;
     deletions[2].current = path("b.jpg");
-    static_cast<void>(photos::writeJournal(database(photos::Database::Mode::readWrite), deletions));
+    enter(deletions);
     fs::remove(path("a.jpg"));
     reopen();
     EXPECT_EQ(names(), Names{"b.jpg"});
@@ -482,6 +371,10 @@ TEST_F(LibraryFile, IsBroughtUpFromTheFirstVersion) {
         std::int64_t number = 0;
         for (const char* name : {"a.jpg", "b.jpg"}) {
             const auto stamp = photos::FileStamp::of(path(name)).value();
+            // As that version did, of files that are no longer than what it read.
+            std::uint64_t head = 0xCBF29CE484222325U ^ stamp.size;
+            for (const char byte : contentOf(path(name)))
+                head = (head ^ static_cast<unsigned char>(byte)) * 0x100000001B3U;
             old.run("INSERT INTO assets (local_identifier, media_type, created, favorite) VALUES (?, 1, ?, 1)",
                     std::string("00000000-0000-0000-0000-00000000000") + name[0] + "/L0/001",
                     photos::AssetFacts::read(path(name), stamp).created.value());
@@ -489,7 +382,7 @@ TEST_F(LibraryFile, IsBroughtUpFromTheFirstVersion) {
                 "INSERT INTO files (folder, path, asset, type, type_identifier, size, changed, inode, head) VALUES "
                 "(1, ?, ?, 1, 'public.jpeg', ?, ?, ?, ?)",
                 name, ++number, static_cast<std::int64_t>(stamp.size), stamp.changed,
-                static_cast<std::int64_t>(stamp.inode), photos::headHash(path(name), stamp.size));
+                static_cast<std::int64_t>(stamp.inode), static_cast<std::int64_t>(head));
         }
         old.run(
             "INSERT INTO edits (asset, original, format_identifier, format_version) VALUES (1, ?, 'org.example', '1')",
@@ -508,6 +401,20 @@ TEST_F(LibraryFile, IsBroughtUpFromTheFirstVersion) {
     ASSERT_EQ(change([&] { request(asset("a.jpg")).revertAssetContentToOriginal(); }), "");
     EXPECT_EQ(contentOf(path("a.jpg")), photo(1).text());
     EXPECT_EQ(contentOf(trash() + "/files/a.jpg"), editedPhoto(1).text());
+}
+
+TEST_F(LibraryFile, RemembersWhatIsAllowed) {
+    EXPECT_EQ(library_->authorization(), PHAuthorizationStatus::authorized) << "folders were named";
+    for (int status = 3; status >= 0; --status) {
+        library_->setAuthorization(static_cast<PHAuthorizationStatus>(status));
+        reopen();
+        EXPECT_EQ(static_cast<int>(library_->authorization()), status);
+    }
+    for (const char* wrong : {"4", "/", "01", ""}) {
+        database(photos::Database::Mode::readWrite).run("UPDATE facts SET value = ? WHERE value = '0'", wrong);
+        EXPECT_EQ(library_->authorization(), PHAuthorizationStatus::authorized) << wrong;
+        library_->setAuthorization(static_cast<PHAuthorizationStatus>(0));
+    }
 }
 
 TEST_F(LibraryFile, IsMadeByWhoeverComesFirst) {

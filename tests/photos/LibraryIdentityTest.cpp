@@ -76,6 +76,16 @@ protected:
         }
         return shown;
     }
+    static std::string summaryOf(const photos::ScanResult& scan) {
+        const std::pair<const char*, std::size_t> counts[] = {
+            {"added", scan.added},           {"changed", scan.changed}, {"moved", scan.moved},
+            {"removed", scan.removed},       {"away", scan.away},       {"returned", scan.returned},
+            {"faults", scan.problems.size()}};
+        std::string text;
+        for (const auto& [what, count] : counts)
+            if (count > 0) text += (text.empty() ? "" : ", ") + std::to_string(count) + " " + what;
+        return text;
+    }
     [[nodiscard]] std::string trashed() const {
         std::string all;
         for (const std::string& name : entries(trash() + "/files")) all += contentOf(trash() + "/files/" + name);
@@ -90,6 +100,7 @@ TEST_F(LibraryIdentity, StaysWithThePhoto) {
         const char* why;
         std::function<void()> happens;
         std::map<std::string, std::string> expected;
+        std::string told;  ///< By the last scan.
     };
     const std::map<std::string, std::string> asBefore{
         {"1.jpg", "1f"}, {"2.jpg", "2e"}, {"3.jpg", "3a"}, {"4.jpg", "4"}};
@@ -104,31 +115,37 @@ TEST_F(LibraryIdentity, StaysWithThePhoto) {
     };
     const Case cases[] = {
         {"a chain of renames", [&] { rename("3.jpg", "5.jpg"), rename("2.jpg", "3.jpg"), rename("1.jpg", "2.jpg"); },
-         with({{"1.jpg", ""}, {"2.jpg", "1f"}, {"3.jpg", "2e"}, {"5.jpg", "3a"}})},
+         with({{"1.jpg", ""}, {"2.jpg", "1f"}, {"3.jpg", "2e"}, {"5.jpg", "3a"}}), "3 moved"},
         {"a chain over the last one",
          [&] { rename("3.jpg", "4.jpg"), rename("2.jpg", "3.jpg"), rename("1.jpg", "2.jpg"); },
-         {{"2.jpg", "1f"}, {"3.jpg", "2e"}, {"4.jpg", "3a"}}},
-        {"a swap", [&] { swap("1.jpg", "2.jpg"); }, with({{"1.jpg", "2e"}, {"2.jpg", "1f"}})},
+         {{"2.jpg", "1f"}, {"3.jpg", "2e"}, {"4.jpg", "3a"}},
+         "3 moved, 1 removed"},
+        {"a swap", [&] { swap("1.jpg", "2.jpg"); }, with({{"1.jpg", "2e"}, {"2.jpg", "1f"}}), "2 moved"},
         {"a swap of files of one size and time", [&] { sameTimes(), library_->scan(), swap("1.jpg", "4.jpg"); },
-         with({{"1.jpg", "4"}, {"4.jpg", "1f"}})},
+         with({{"1.jpg", "4"}, {"4.jpg", "1f"}}), "2 moved"},
         {"a cycle", [&] { swap("1.jpg", "2.jpg"), swap("2.jpg", "3.jpg"); },
-         with({{"1.jpg", "2e"}, {"2.jpg", "3a"}, {"3.jpg", "1f"}})},
+         with({{"1.jpg", "2e"}, {"2.jpg", "3a"}, {"3.jpg", "1f"}}), "3 moved"},
         {"into another folder, and its name used again",
-         [&] { rename("2.jpg", "deep/5.jpg"), write("2.jpg", photo(40)); }, with({{"2.jpg", "0"}, {"5.jpg", "2e"}})},
+         [&] { rename("2.jpg", "deep/5.jpg"), write("2.jpg", photo(40)); }, with({{"2.jpg", "0"}, {"5.jpg", "2e"}}),
+         "1 added, 1 moved"},
         {"deleted, and the name used again", [&] { fs::remove(path("2.jpg")), write("2.jpg", photo(40)); },
-         with({{"2.jpg", "0"}})},
+         with({{"2.jpg", "0"}}), "1 added, 1 removed"},
         {"a favorite's name used again", [&] { fs::remove(path("1.jpg")), write("1.jpg", photo(40)); },
-         with({{"1.jpg", "0"}})},
-        {"another one moved over it", [&] { rename("4.jpg", "2.jpg"); }, with({{"4.jpg", ""}, {"2.jpg", "4"}})},
-        {"an edit overwritten by another photo", [&] { copy(path("4.jpg"), path("2.jpg")); }, with({{"2.jpg", "0"}})},
+         with({{"1.jpg", "0"}}), "1 added, 1 removed"},
+        {"another one moved over it", [&] { rename("4.jpg", "2.jpg"); }, with({{"4.jpg", ""}, {"2.jpg", "4"}}),
+         "1 moved, 1 removed"},
+        {"an edit overwritten by another photo", [&] { copy(path("4.jpg"), path("2.jpg")); }, with({{"2.jpg", "0"}}),
+         "1 added, 1 removed"},
         {"saved by another editor", [&] { saveAs("1.jpg", editedPhoto(1)), saveAs("2.jpg", editedPhoto(2, 100)); },
-         asBefore},
-        {"written into by another editor", [&] { write("2.jpg", editedPhoto(2, 100)); }, asBefore},
+         asBefore, "2 changed"},
+        {"written into by another editor", [&] { write("2.jpg", editedPhoto(2, 100)); }, asBefore, "1 changed"},
         {"saved by another editor that keeps the old file",
-         [&] { rename("1.jpg", "1.jpg_original"), write("1.jpg", editedPhoto(1)); }, with({{"1.jpg_original", "0"}})},
-        {"saved by an editor that removes the date", [&] { saveAs("1.jpg", jpeg({})); }, asBefore},
+         [&] { rename("1.jpg", "1.jpg_original"), write("1.jpg", editedPhoto(1)); }, with({{"1.jpg_original", "0"}}),
+         "1 added, 1 changed"},
+        {"saved by an editor that removes the date", [&] { saveAs("1.jpg", jpeg({})); }, asBefore, "1 changed"},
         {"a date that comes from nowhere",
-         [&] { saveAs("1.jpg", jpeg({})), library_->scan(), saveAs("1.jpg", photo(40)); }, with({{"1.jpg", "0"}})},
+         [&] { saveAs("1.jpg", jpeg({})), library_->scan(), saveAs("1.jpg", photo(40)); }, with({{"1.jpg", "0"}}),
+         "1 added, 1 removed"},
         {"restored under its name",
          [&] {
              for (const char* name : {"1.jpg", "2.jpg"}) {
@@ -136,14 +153,14 @@ TEST_F(LibraryIdentity, StaysWithThePhoto) {
                  copy(aside(name), path(name));
              }
          },
-         asBefore},
+         asBefore, ""},
         {"restored under another's name",
          [&] {
              copy(path("1.jpg"), aside("1")), copy(path("2.jpg"), aside("2"));
              fs::remove(path("1.jpg")), fs::remove(path("2.jpg"));
              copy(aside("1"), path("2.jpg"), false), copy(aside("2"), path("1.jpg"), false);
          },
-         with({{"1.jpg", "2e"}, {"2.jpg", "1f"}})},
+         with({{"1.jpg", "2e"}, {"2.jpg", "1f"}}), "2 changed, 2 moved"},
         {"gone, and back after a scan",
          [&] {
              for (const char* name : {"1.jpg", "2.jpg", "3.jpg"}) {
@@ -153,25 +170,26 @@ TEST_F(LibraryIdentity, StaysWithThePhoto) {
              for (const char* name : {"1.jpg", "2.jpg", "3.jpg"})
                  copy(aside(name), path("b" + std::string(name)), false);
          },
-         {{"b1.jpg", "1f"}, {"b2.jpg", "2e"}, {"b3.jpg", "3a"}, {"4.jpg", "4"}}},
+         {{"b1.jpg", "1f"}, {"b2.jpg", "2e"}, {"b3.jpg", "3a"}, {"4.jpg", "4"}},
+         "3 changed, 3 returned"},
         {"gone, its name used again, and back",
          [&] {
              rename("2.jpg", "../aside-2.jpg"), write("2.jpg", photo(40)), library_->scan();
              rename("../aside-2.jpg", "5.jpg");
          },
-         with({{"2.jpg", "0"}, {"5.jpg", "2e"}})},
+         with({{"2.jpg", "0"}, {"5.jpg", "2e"}}), "1 returned"},
         {"saved by another editor, one of a burst",
          [&] {
              write("5.jpg", photo(2, TiffBuilder(), 50)), library_->scan();
              saveAs("2.jpg", editedPhoto(2, 100));
          },
-         with({{"2.jpg", "2"}, {"5.jpg", "0"}})},
+         with({{"2.jpg", "2"}, {"5.jpg", "0"}}), "1 changed"},
         {"its name used again, and the date in the library's hands",
          [&] {
              ASSERT_EQ(change([&] { request(asset("2.jpg")).setCreationDate(*asset("2.jpg").creationDate); }), "");
              fs::remove(path("2.jpg")), write("2.jpg", photo(40));
          },
-         with({{"2.jpg", "0"}})},
+         with({{"2.jpg", "0"}}), "1 added, 1 removed"},
         {"its name used by one of two without a date, and back",
          [&] {
              saveAs("4.jpg", jpeg({})), library_->scan();
@@ -179,14 +197,32 @@ TEST_F(LibraryIdentity, StaysWithThePhoto) {
              write("1.jpg", jpeg({jpegSegment(0xFE, "other")})), library_->scan();
              rename("../aside-1.jpg", "5.jpg");
          },
-         {{"1.jpg", "0"}, {"2.jpg", "2e"}, {"3.jpg", "3a"}, {"5.jpg", "1f"}}},
-        {"a copy beside it", [&] { copy(path("2.jpg"), path("5.jpg")); }, with({{"5.jpg", "0"}})},
+         {{"1.jpg", "0"}, {"2.jpg", "2e"}, {"3.jpg", "3a"}, {"5.jpg", "1f"}},
+         "1 returned"},
+        {"a copy beside it", [&] { copy(path("2.jpg"), path("5.jpg")); }, with({{"5.jpg", "0"}}), "1 added"},
+        {"a copy in its stead", [&] { copy(path("1.jpg"), path("5.jpg"), false), fs::remove(path("1.jpg")); },
+         with({{"1.jpg", ""}, {"5.jpg", "1f"}}), "1 changed, 1 moved"},
+        {"to a name that is no UTF-8", [&] { rename("1.jpg", "\xFF\xFE.jpg"); },
+         with({{"1.jpg", ""}, {"\xFF\xFE.jpg", "1f"}}), "1 moved"},
+        {"onto a file that was no photo",
+         [&] {
+             write("note.txt", "words"), library_->scan();
+             copy(path("1.jpg"), path("note.txt")), fs::remove(path("1.jpg"));
+         },
+         with({{"1.jpg", ""}, {"note.txt", "1f"}}), "1 moved"},
+        {"to another folder of the library",
+         [&] {
+             ASSERT_EQ(library_->addFolder(fs::path(folder_.write("second/6.jpg", photo(60).text())).parent_path()),
+                       "");
+             rename("2.jpg", "../second/5.jpg");
+         },
+         with({{"2.jpg", ""}, {"5.jpg", "2e"}, {"6.jpg", "0"}}), "1 added, 1 moved"},
     };
-    for (const auto& [why, happens, expected] : cases) {
+    for (const auto& [why, happens, expected, told] : cases) {
         SCOPED_TRACE(why);
         prepare();
         happens();
-        library_->scan();
+        EXPECT_EQ(summaryOf(library_->scan()), told);
         EXPECT_EQ(shown(), expected);
         EXPECT_FALSE(library_->scan().changedAnything());
         EXPECT_EQ(shown(), expected) << "after another scan";
@@ -270,26 +306,27 @@ TEST_F(LibraryIdentity, AwayIsNotGone) {
               "");
     const std::string first = asset("a.jpg").localIdentifier;
     const std::string aside = (folder_.path() / "aside").string();
-    for (const bool isEmpty : {true, false}) {
-        fs::rename(path("card"), aside);
-        if (isEmpty) fs::create_directories(path("card"));
-        const photos::ScanResult away = library_->scan();
-        EXPECT_EQ(away.away, 2U);
-        EXPECT_EQ(away.removed, 0U);
-        EXPECT_EQ(asset("a.jpg").presence, PHAssetPresence::away);
-        PHFetchOptions options;
-        options.predicate = NSPredicate::predicateWithFormat("isAway = YES");
-        EXPECT_EQ(library_->assets(options).count(), 2U);
-        EXPECT_FALSE(library_->scan().changedAnything()) << "it is still away";
-        EXPECT_THAT(change([&] { request(asset("b.jpg")).revertAssetContentToOriginal(); }), HasSubstr("is not there"));
-        fs::remove(path("card"));
-        fs::rename(aside, path("card"));
-        EXPECT_EQ(library_->scan().returned, 2U);
-        EXPECT_EQ(library_->assets(options).count(), 0U);
-        EXPECT_EQ(asset("a.jpg").localIdentifier, first);
-        EXPECT_TRUE(asset("a.jpg").favorite);
-        EXPECT_TRUE(asset("b.jpg").hasAdjustments);
-    }
+    PHFetchOptions options;
+    options.predicate = NSPredicate::predicateWithFormat("isAway = YES");
+    for (const auto& [gone, away] : {std::pair{path("card"), "2 away"}, std::pair{photos(), "3 away, 1 faults"}})
+        for (const bool isEmpty : {true, false}) {
+            SCOPED_TRACE(away);
+            fs::rename(gone, aside);
+            if (isEmpty) fs::create_directories(gone);
+            EXPECT_EQ(summaryOf(library_->scan()), away);
+            EXPECT_EQ(asset("a.jpg").presence, PHAssetPresence::away);
+            EXPECT_EQ(library_->assets(options).count(), away[0] - '0');
+            EXPECT_FALSE(library_->scan().changedAnything()) << "it is still away";
+            EXPECT_THAT(change([&] { request(asset("b.jpg")).revertAssetContentToOriginal(); }),
+                        HasSubstr("is not there"));
+            fs::remove(gone);
+            fs::rename(aside, gone);
+            EXPECT_EQ(summaryOf(library_->scan()), std::string(1, away[0]) + " returned");
+            EXPECT_EQ(library_->assets(options).count(), 0U);
+            EXPECT_EQ(asset("a.jpg").localIdentifier, first);
+            EXPECT_TRUE(asset("a.jpg").favorite);
+            EXPECT_TRUE(asset("b.jpg").hasAdjustments);
+        }
     EXPECT_NE(library_->forgetAssets(std::span(&first, 1)), "") << "it is there";
     fs::remove_all(path("card"));
     library_->scan();

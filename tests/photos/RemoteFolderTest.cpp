@@ -5,13 +5,8 @@
 #include <set>
 
 #include "linux/photos/PhotoLibrary.h"
+#include "photos/ImageManagerFixture.h"
 #include "photos/RemoteFixture.h"
-#include "platform/Foundation/Dispatch.h"
-#include "platform/ImageIO/CGImageDestination.h"
-#include "platform/ImageIO/CGImageProperties.h"
-#include "platform/ImageIO/CGImageSource.h"
-#include "platform/Photos/PHImageManager.h"
-#include "support/TemporaryFolder.h"
 
 namespace tessaly::photos {
 namespace {
@@ -21,9 +16,7 @@ using namespace std::chrono_literals;
 using test::RudeServer;
 using test::TemporaryFolder;
 using test::WebServer;
-using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::StartsWith;
 
 /// Longer than a download waits for a server that has fallen silent.
@@ -34,28 +27,11 @@ std::string textOf(const Data& data) {
 }
 
 /// Shown `width` x `height`, which it is stored turned; `mark` makes it differ from others.
-std::string jpegOf(std::size_t width, std::size_t height, int mark = 0) {
-    auto image = std::make_shared<CGImage>();
-    image->width = height;
-    image->height = width;
-    image->pixels = PixelBuffer::allocate(image->bytesPerRow() * image->height);
-    for (std::size_t y = 0; y < image->height; ++y)
-        for (std::size_t x = 0; x < image->width; ++x) image->row(y)[4 * x] = static_cast<std::byte>(y * 7 + x);
-    const Data plain = UIImageJPEGRepresentation(UIImage::imageWithCGImage(image), 0.9);
-    const auto turned = std::make_shared<std::vector<std::byte>>();
-    const auto destination = CGImageDestinationCreateWithData(turned, "public.jpeg", 1);
-    CGImageDestinationAddImageFromSource(destination, CGImageSourceCreateWithData(plain), 0,
-                                         {{kCGImagePropertyOrientation, 6}});
-    EXPECT_TRUE(CGImageDestinationFinalize(destination));
-    return textOf(turned) + std::string(static_cast<std::size_t>(mark), '+');
+std::string jpegOf(std::size_t width, std::size_t height, std::size_t mark = 0) {
+    return textOf(orientedJpeg(height, width, 6)) + std::string(mark, '+');
 }
 
-bool canDecode() {
-    auto image = std::make_shared<CGImage>();
-    image->width = image->height = 8;
-    image->pixels = PixelBuffer::allocate(image->bytesPerRow() * image->height);
-    return UIImageJPEGRepresentation(UIImage::imageWithCGImage(image), 0.9) != nullptr;
-}
+bool canDecode() { return tessaly::jpegOf(8, 8) != nullptr; }
 
 constexpr const char* kIndexed = R"(
     location /photos/ { autoindex on; autoindex_format json; }
@@ -239,7 +215,7 @@ TEST_P(RemoteFolder, StaysInTheLibraryWhenItsServerGoes) {
 // By what the server tells of a file or, where that is the same of several, by what is in it.
 TEST_P(RemoteFolder, FollowsWhatIsRenamedThere) {
     std::map<std::string, std::string> contents;
-    const auto add = [&](const std::string& name, int mark) {
+    const auto add = [&](const std::string& name, std::size_t mark) {
         contents[name] = jpegOf(40, 30, mark);
         addPhoto(name, contents[name]);
     };

@@ -105,6 +105,4 @@ Prints Prints::of(const std::string& path, std::uint64_t size) {
 
 std::string printOf(const std::string& path, std::uint64_t size) { return Prints::of(path, size).print; }
 
-std::int64_t headHash(const std::string& path, std::uint64_t size) { return Prints::of(path, size).head; }
-
 }  // namespace tessaly::photos

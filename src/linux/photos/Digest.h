@@ -15,12 +15,9 @@ namespace tessaly::photos {
 /// count, and the end of the compressed picture. Whoever throws bytes away compares all of them.
 [[nodiscard]] std::string printOf(const std::string& path, std::uint64_t size);
 
-/// A hash of the size and the first bytes: what libraries had before there were prints. 0 when unreadable.
-[[nodiscard]] std::int64_t headHash(const std::string& path, std::uint64_t size);
-
-/// Both at the price of one reading.
+/// That, and what libraries had before there were prints, at the price of one reading.
 struct Prints {
-    std::int64_t head = 0;
+    std::int64_t head = 0;  ///< A hash of the size and the first bytes; 0 when unreadable.
     std::string print;
     [[nodiscard]] static Prints of(const std::string& path, std::uint64_t size);
 };
