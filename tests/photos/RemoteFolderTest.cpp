@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <atomic>
+#include <fstream>
 #include <map>
 #include <mutex>
 #include <set>
@@ -225,29 +226,40 @@ TEST_P(RemoteFolder, FollowsWhatIsRenamedThere) {
         fs::rename(file(from), file(to));
     };
     add("a.jpg", 1), add("b.jpg", 2), add("c.jpg", 3), add("like1.jpg", 14);
+    add("e.jpg", 5), add("f.jpg", 6), add("g.jpg", 7), add("h.jpg", 8);
     // The same size and time, and another end.
     addPhoto("like2.jpg", jpegOf(40, 30, 10) + "like");
     fs::last_write_time(file("like2.jpg"), fs::last_write_time(file("like1.jpg")));
     join();
     std::map<std::string, std::string> identifiers;
-    for (const char* name : {"a.jpg", "b.jpg", "c.jpg", "like1.jpg", "like2.jpg"})
+    for (const char* name : {"a.jpg", "b.jpg", "c.jpg", "e.jpg", "f.jpg", "g.jpg", "h.jpg", "like1.jpg", "like2.jpg"})
         identifiers[name] = assetNamed(name)->localIdentifier;
-    EXPECT_EQ(library->content(identifiers["a.jpg"], 1, true, {}).error, "");
+    for (const char* name : {"a.jpg", "e.jpg", "f.jpg", "h.jpg"})
+        EXPECT_EQ(library->content(identifiers[name], 1, true, {}).error, "");
+    std::ofstream(local() + "/h.jpg") << "changed here";
     rename("a.jpg", "deep/d.jpg");
     rename("b.jpg", "a.jpg"), rename("c.jpg", "b.jpg"), rename("a.jpg", "c.jpg");
     rename("like1.jpg", "was1.jpg"), rename("like2.jpg", "was2.jpg");
+    // Exchanged, where both or one of them was fetched.
+    rename("e.jpg", "t"), rename("f.jpg", "e.jpg"), rename("t", "f.jpg");
+    rename("g.jpg", "t"), rename("h.jpg", "g.jpg"), rename("t", "h.jpg");
     const ScanResult result = library->scan();
-    EXPECT_EQ(result.moved, 5U);
+    EXPECT_EQ(result.moved, 9U);
     EXPECT_EQ(result.added + result.removed + result.changed, 0U);
     for (const auto& [now, before] :
          {std::pair{"deep/d.jpg", "a.jpg"}, std::pair{"c.jpg", "b.jpg"}, std::pair{"b.jpg", "c.jpg"},
-          std::pair{"was1.jpg", "like1.jpg"}, std::pair{"was2.jpg", "like2.jpg"}}) {
+          std::pair{"was1.jpg", "like1.jpg"}, std::pair{"was2.jpg", "like2.jpg"}, std::pair{"e.jpg", "f.jpg"},
+          std::pair{"f.jpg", "e.jpg"}, std::pair{"g.jpg", "h.jpg"}, std::pair{"h.jpg", "g.jpg"}}) {
         ASSERT_TRUE(assetNamed(now)) << now;
         EXPECT_EQ(assetNamed(now)->localIdentifier, identifiers[before]) << now;
     }
     EXPECT_TRUE(isHere("deep/d.jpg")) << "what was fetched went along";
     EXPECT_FALSE(isHere("a.jpg"));
-    EXPECT_EQ(test::contentOf(local() + "/deep/d.jpg"), contents["a.jpg"]);
+    for (const auto& [now, before] :
+         {std::pair{"deep/d.jpg", "a.jpg"}, std::pair{"e.jpg", "f.jpg"}, std::pair{"f.jpg", "e.jpg"}})
+        EXPECT_EQ(test::contentOf(local() + "/" + now), contents[before]) << now;
+    EXPECT_EQ(test::contentOf(local() + "/g.jpg"), "changed here");
+    EXPECT_FALSE(isHere("h.jpg"));
     EXPECT_FALSE(library->scan().changedAnything());
 }
 

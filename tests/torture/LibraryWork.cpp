@@ -55,10 +55,7 @@ public:
 
 private:
     [[nodiscard]] std::string pathOf(const std::string& id) const {
-        const PHAssetContent content = library_->content(id, PHAssetResourceTypePhoto, false, {});
-        if (!content.path.empty() || !content.isInCloud) return content.path;
-        const auto resources = library_->resources(id);
-        return resources.empty() ? std::string() : "cloud:" + resources.front().originalFilename;
+        return library_->content(id, PHAssetResourceTypePhoto, false, {}).path;
     }
 
     struct Known {
@@ -116,10 +113,6 @@ private:
         const Known& one = known[task_.choice % known.size()];
         const Known& other = known[(task_.choice + 1) % known.size()];
         aim(one);
-        if (task_.kind == Kind::fetch) {
-            error = library_->content(one.asset->localIdentifier, PHAssetResourceTypePhoto, true, {}).error;
-            return error.empty();
-        }
         const bool isTwo = task_.kind == Kind::editTwo && &one != &other;
         if (isTwo) aim(other);
         const auto first = edited(one.path, 0);
@@ -296,10 +289,10 @@ private:
 
 const char* nameOf(LibraryTask::Kind kind) {
     static constexpr const char* kNames[] = {
-        "open",       "scan",     "strip",      "strip the place",      "set the artist",
-        "revert",     "favorite", "unfavorite", "into the album",       "out of the album",
-        "trash",      "create",   "edit two",   "discard the original", "forget",
-        "revert all", "fetch"};
+        "open",      "scan",     "strip",      "strip the place",      "set the artist",
+        "revert",    "favorite", "unfavorite", "into the album",       "out of the album",
+        "trash",     "create",   "edit two",   "discard the original", "forget",
+        "revert all"};
     return kNames[static_cast<std::size_t>(kind)];
 }
 

@@ -24,7 +24,6 @@ struct LibraryTask {
         discard,  ///< A kept original.
         forget,   ///< A photo that is away or gone.
         revertAll,
-        fetch,  ///< From a server.
     };
     Kind kind = Kind::open;
     std::size_t choice = 0;  ///< Which of the assets that are there, by their paths.
@@ -38,7 +37,7 @@ struct LibraryTask {
 struct LibraryReport {
     struct Asset {
         char id[64];
-        char path[256];  ///< "" while there is no file; "cloud:NAME" while it is only on a server.
+        char path[256];  ///< "" while there is no file.
         char original[320];
         bool favorite, edited, inAlbum;
     };

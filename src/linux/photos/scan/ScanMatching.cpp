@@ -2,11 +2,14 @@
 #include <filesystem>
 
 #include "linux/photos/AssetRows.h"
+#include "linux/photos/RemoteFolder.h"
 #include "linux/photos/scan/ScanParts.h"
 #include "platform/Photos/PHAssetResource.h"
 
 namespace tessaly::photos {
 namespace {
+
+namespace fs = std::filesystem;
 
 /// One answer to "which known file is this?", the surest first. Each pairs what earlier ones have left; where several
 /// pairs are possible, order decides: a file stays where it is rather than move, and the older row comes first.
@@ -43,19 +46,54 @@ constexpr std::array kRules{
         "s.changed AND o.folder = s.folder)"},
 };
 
-/// What was fetched from a server goes along. Where that fails it is fetched again.
-void moveCopy(const Database& database, const FilePlace& from, const FilePlace& to) {
-    Statement row = database.prepare("SELECT path FROM folders WHERE id = ? AND base_url IS NOT NULL");
-    row.bind(from.folder);
-    if (from.folder != to.folder || from.path == to.path || !row.step()) return;
-    const std::filesystem::path old(row.text(0) + "/" + from.path);
-    const std::filesystem::path target(row.text(0) + "/" + to.path);
-    std::error_code ignored;
-    if (!std::filesystem::exists(old, ignored)) return;
-    std::filesystem::create_directories(target.parent_path(), ignored);
-    // A second name first: what is at the target stays.
-    std::filesystem::create_hard_link(old, target, ignored);
-    if (!ignored) std::filesystem::remove(old, ignored);
+/// What was fetched of a file on a server that has another name by now.
+struct CopyMove {
+    FilePlace from;
+    FileStamp stamp;  ///< Of the file when it was known under the old name.
+    fs::path old, target;
+    fs::path aside;  ///< Where it waits for others to make way; a scan that was killed may have left it there.
+
+    static std::optional<CopyMove> of(const Database& database, std::int64_t file, const FilePlace& from,
+                                      const FilePlace& to) {
+        if (from.folder != to.folder || from.path == to.path) return std::nullopt;
+        Statement row = database.prepare(
+            "SELECT folders.path, size, changed FROM files JOIN folders ON folders.id = files.folder WHERE files.id = "
+            "? AND base_url IS NOT NULL");
+        row.bind(file);
+        if (!row.step()) return std::nullopt;
+        const fs::path root(row.text(0));
+        CopyMove move{from,
+                      {static_cast<std::uint64_t>(row.integer(1)), row.integer(2)},
+                      root / from.path,
+                      root / to.path,
+                      root / (".tessaly-copy-" + std::to_string(file))};
+        std::error_code ignored;
+        const bool isThere = fs::exists(move.old, ignored) || fs::exists(move.aside, ignored);
+        return isThere ? std::optional(std::move(move)) : std::nullopt;
+    }
+
+    /// Whether what has the old name is the copy of the file that has that name now: a scan that was killed before its
+    /// rows were written has moved it already.
+    [[nodiscard]] bool isAnothers(const Database& database) const {
+        if (isFetchedCopy(old.string(), stamp)) return false;
+        Statement row = database.prepare("SELECT size, changed FROM files WHERE folder = ? AND path = ?");
+        row.bind(from.folder, from.path);
+        return row.step() && isFetchedCopy(old.string(), {static_cast<std::uint64_t>(row.integer(0)), row.integer(1)});
+    }
+};
+
+/// All of them make way before one takes its place, as names may have been exchanged. Where that fails it is fetched
+/// again; what is at a target stays.
+void moveCopies(const Database& database, const std::vector<CopyMove>& moves) {
+    std::error_code error;
+    for (const CopyMove& move : moves)
+        if (!fs::exists(move.aside, error) && !move.isAnothers(database)) fs::rename(move.old, move.aside, error);
+    for (const CopyMove& move : moves) {
+        fs::create_directories(move.target.parent_path(), error);
+        fs::create_hard_link(move.aside, move.target, error);
+        if (error) fs::create_hard_link(move.aside, move.old, error);
+        if (!error) fs::remove(move.aside, error);
+    }
 }
 
 class Matching {
@@ -185,6 +223,7 @@ private:
             "OR known.path <> loose.path))");
         for (std::vector<Match> matches = nextMatches(0); !matches.empty(); matches = nextMatches(matches.back().loose))
             for (const Match& match : matches) follow(match);
+        moveCopies(database_, copies_);
     }
 
     struct Match {
@@ -227,7 +266,9 @@ private:
             greet(match.place);
         else if (isMove)
             ++result_.moved;
-        if (isMove && match.known > 0) moveCopy(database_, match.from, match.place);
+        if (match.known < 0) return;
+        if (auto copy = CopyMove::of(database_, match.known, match.from, match.place))
+            copies_.push_back(std::move(*copy));
     }
 
     /// A photo that was gone and is back looks for its video.
@@ -258,6 +299,7 @@ private:
 
     const Database& database_;
     ScanResult& result_;
+    std::vector<CopyMove> copies_;
 };
 
 }  // namespace
@@ -338,7 +380,7 @@ bool followContent(const Database& database, const FilePlace& place, const FileF
     if (isUnedited) database.run("DELETE FROM edits WHERE asset = (SELECT asset FROM files WHERE id = ?)", *known);
     database.run("DELETE FROM files WHERE folder = ? AND path = ? AND id <> ?", place.folder, place.path, *known);
     database.run("UPDATE files SET folder = ?, path = ? WHERE id = ?", place.folder, place.path, *known);
-    moveCopy(database, from, place);
+    if (const auto copy = CopyMove::of(database, *known, from, place)) moveCopies(database, {*copy});
     return true;
 }
 
