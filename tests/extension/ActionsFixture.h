@@ -7,37 +7,17 @@
 #include <string>
 #include <vector>
 
+#include "RecordingPresenter.h"
 #include "acquisition/ExifManager.h"
 #include "extension/ExifPhotoDetailViewController.h"
 #include "extension/MBProgressHUD.h"
 #include "photos/LibraryFixture.h"
-#include "platform/UIKit/Presenter.h"
 #include "platform/UIKit/UIAlertController.h"
 #include "platform/UIKit/UIDevice.h"
 #include "platform/UIKit/UIPasteboard.h"
 #include "settings/PersistanceManager.h"
 
 namespace tessaly::test {
-
-/// What a person would see come and go over the screen.
-class RecordingPresenter final : public Presenter {
-public:
-    RecordingPresenter() { setShared(this); }
-    ~RecordingPresenter() override { setShared(nullptr); }
-    void present(const UIViewControllerRef& controller, bool, std::function<void()> completion) override {
-        presented.push_back(controller);
-        if (completion) completion();
-    }
-    void dismiss(const UIViewControllerRef&, bool, std::function<void()> completion) override {
-        if (completion) completion();
-    }
-    /// The last one, if it is of that kind.
-    template <class Controller>
-    [[nodiscard]] std::shared_ptr<Controller> last() const {
-        return presented.empty() ? nullptr : std::dynamic_pointer_cast<Controller>(presented.back());
-    }
-    std::vector<UIViewControllerRef> presented;
-};
 
 inline std::string textOf(const Data& data) {
     return data ? std::string(reinterpret_cast<const char*>(data->data()), data->size()) : std::string();

@@ -7,13 +7,13 @@
 #include <string>
 #include <vector>
 
+#include "RecordingPresenter.h"
 #include "extension/ExifPhotoDetailViewController.h"
 #include "extension/ExifPhotoDetailsCollectionViewCell.h"
 #include "extension/MBProgressHUD.h"
 #include "linux/photos/EmptyLibrary.h"
 #include "platform/Foundation/Dispatch.h"
 #include "platform/Photos/PHPhotoLibrary.h"
-#include "platform/UIKit/Presenter.h"
 #include "support/Containers.h"
 #include "support/TemporaryFolder.h"
 #include "support/TiffBuilder.h"
@@ -49,23 +49,6 @@ public:
         completion(expires);
     }
     void cancelRequestWithError(const NSError& error) override { cancelled = error; }
-};
-
-/// A window that everything appears in at once.
-class RecordingPresenter : public Presenter {
-public:
-    RecordingPresenter() { setShared(this); }
-    ~RecordingPresenter() override { setShared(nullptr); }
-    std::vector<UIViewControllerRef> presented;
-
-    void present(const UIViewControllerRef& controller, bool, std::function<void()> completion) override {
-        presented.push_back(controller);
-        if (completion) completion();
-    }
-    void dismiss(const UIViewControllerRef& controller, bool, std::function<void()> completion) override {
-        std::erase(presented, controller);
-        if (completion) completion();
-    }
 };
 
 class FixedAssets : public PHFetchResult<PHAsset>::Rows {

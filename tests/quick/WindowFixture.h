@@ -77,11 +77,12 @@ protected:
     std::shared_ptr<ExifPhotoDetailViewController> detail;
     int ended = 0;  ///< How often the request was.
 
+    std::unique_ptr<quick::ViewerWindow> window_;
+
 private:
     void goBack();
     void leave();
 
-    std::unique_ptr<quick::ViewerWindow> window_;
     std::unique_ptr<viewer::KeyFilter> keys_;
 };
 

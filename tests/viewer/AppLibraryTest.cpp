@@ -105,7 +105,7 @@ TEST_F(AppLibraryTest, PushesDetailScreensAndGoesBack) {
     EXPECT_EQ(left, 1);
 }
 
-TEST_F(AppLibraryTest, SaysThatThereIsNothing) {
+TEST_F(AppLibraryTest, SaysThatThereIsNothingUntilAFolderIsAdded) {
     AppLibrary app([] {});
     open(app, {folder_.path() / "missing.jpg"}, 0, false);
     EXPECT_EQ(complaints_.size(), 1U);
@@ -113,6 +113,22 @@ TEST_F(AppLibraryTest, SaysThatThereIsNothing) {
     open(app, {}, 0, false);
     EXPECT_EQ(complaints_.size(), 1U);
     EXPECT_FALSE(screenOf(app));
+    EXPECT_TRUE(app.foundNothing() && !app.showsPhotos());
+
+    const auto add = [&](const std::string& folder) {
+        std::optional<std::vector<Complaint>> told;
+        app.addFolder(folder, [&](const std::vector<Complaint>& complaints) { told = complaints; });
+        EXPECT_TRUE(DispatchQueue::pumpMainQueueUntil([&] { return told.has_value(); }, 10s)) << folder;
+        return told.value_or(std::vector<Complaint>());
+    };
+    const auto refused = add(folder_.path() / "nowhere");
+    ASSERT_EQ(refused.size(), 1U);
+    EXPECT_TRUE(refused[0].name.ends_with("/nowhere") && !refused[0].what.empty());
+    EXPECT_TRUE(app.foundNothing());
+    EXPECT_TRUE(add(folder_.path() / "photos").empty());
+    ASSERT_TRUE(screenOf(app)) << "its photos are there at once";
+    EXPECT_EQ(screenOf(app)->dataSource->exifDataItemsArray.size(), 3U);
+    EXPECT_TRUE(app.showsPhotos() && !app.foundNothing());
 }
 
 }  // namespace

@@ -16,7 +16,8 @@ Item {
     activeFocusOnTab: true
     Accessible.role: Accessible.CheckBox
     Accessible.name: name
-    Accessible.description: outlet.accessibleHint
+    // Nothing is told twice.
+    Accessible.description: outlet.accessibleHint === name ? "" : outlet.accessibleHint
     Accessible.checkable: true
     Accessible.checked: outlet.on
     Accessible.onToggleAction: flip()
