@@ -71,13 +71,6 @@ TEST(Dispatch, RunsWhatItsWaitingThreadsWaitFor) {
     EXPECT_EQ(done, kCount) << "blocks that wait must not keep the threads from those they wait for";
 }
 
-TEST(Dispatch, TimesOut) {
-    DispatchSemaphore semaphore;
-    EXPECT_FALSE(semaphore.wait(1ms));
-    semaphore.signal();
-    EXPECT_TRUE(semaphore.wait(1ms));
-}
-
 TEST(NotificationCenter, LetsObserversComeAndGoWhileItPosts) {
     NSNotificationCenter center;
     int calls = 0;

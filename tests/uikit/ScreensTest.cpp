@@ -1,8 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <thread>
-
 #include "platform/Foundation/Dispatch.h"
 #include "platform/Foundation/NSTimer.h"
 #include "platform/UIKit/Presenter.h"
@@ -192,15 +190,6 @@ TEST(Timer, RunsOnTheMainQueueUntilItIsStopped) {
     EXPECT_EQ(stopped, 0);
     EXPECT_EQ(once, 1);
     EXPECT_FALSE(ticking->isValid());
-}
-
-TEST(Timer, TicksOnceAfterAPause) {
-    int ticks = 0;
-    const auto ticking = NSTimer::scheduledTimer(0.005, true, [&] { ++ticks; });
-    std::this_thread::sleep_for(60ms);
-    DispatchQueue::pumpMainQueue();
-    EXPECT_LE(ticks, 2) << "a busy main thread is not paid back with a burst";
-    ticking->invalidate();
 }
 
 TEST(Animation, IsInForceWhileItsBlockRuns) {
