@@ -53,11 +53,6 @@ std::optional<NSDate> dateFromExifString(std::string_view text) {
     return seconds ? std::optional(NSTimeZone::dateFromLocalTime(*seconds)) : std::nullopt;
 }
 
-std::optional<NSDate> dateFromExifStringInUTC(std::string_view text) {
-    const auto seconds = secondsOfExifString(text);
-    return seconds ? std::optional(NSDate{*seconds}) : std::nullopt;
-}
-
 struct NSDateFormatter::Icu {
     std::mutex mutex;  // SimpleDateFormat changes its own calendar while it formats.
     std::unique_ptr<icu::SimpleDateFormat> format;

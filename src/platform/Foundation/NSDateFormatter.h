@@ -36,7 +36,5 @@ private:
 
 /// "yyyy:MM:dd HH:mm:ss" as Exif writes it, in the default time zone.
 [[nodiscard]] std::optional<NSDate> dateFromExifString(std::string_view text);
-/// The same, told in UTC.
-[[nodiscard]] std::optional<NSDate> dateFromExifStringInUTC(std::string_view text);
 
 }  // namespace tessaly
