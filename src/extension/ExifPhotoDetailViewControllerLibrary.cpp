@@ -244,8 +244,11 @@ private:
             });
     }
 
-    /// Whether the original may go is the library's to say: it refuses, and tells why, what is on a server or locked.
     void deleteOriginal() {
+        // The library's own refusal would speak English, and say no more than this.
+        if (!asset_->canBeDeleted())
+            return addToAlbumAndTell(banner(removal_.banners.copiedOnly, localized("This file cannot be changed")),
+                                     false);
         PHPhotoLibrary::sharedPhotoLibrary()->performChanges(
             [asset = asset_] {
                 PHAssetChangeRequest::deleteAssets({&asset, 1});

@@ -124,6 +124,8 @@ PHFetchResult<PHAsset> PHAsset::fetchAssetsWithLocalIdentifiers(std::span<const 
     return PHPhotoLibrary::sharedPhotoLibrary()->assets(identifiers, options);
 }
 
+bool PHAsset::canBeDeleted() const { return PHPhotoLibrary::sharedPhotoLibrary()->canDelete(localIdentifier); }
+
 PHFetchResult<PHAssetCollection> PHAssetCollection::fetchAssetCollectionsWithType(std::int64_t type,
                                                                                   std::int64_t subtype,
                                                                                   const PHFetchOptions& options) {

@@ -1,10 +1,12 @@
 #include "linux/photos/PhotoLibrary.h"
 
+#include <algorithm>
 #include <filesystem>
 
 #include "linux/foundation/HomeFolder.h"
 #include "linux/photos/AssetRows.h"
 #include "linux/photos/FileChanges.h"
+#include "linux/photos/FileRows.h"
 #include "linux/photos/FolderWatcher.h"
 #include "linux/photos/LibraryChanges.h"
 #include "linux/photos/Originals.h"
@@ -148,6 +150,20 @@ std::string PhotoLibrary::removeFolder(const std::string& path) {
 std::optional<std::string> PhotoLibrary::identifierOfFile(const std::string& path) const {
     const PHAssetRef asset = assetAtPath(path);
     return asset ? std::optional(asset->localIdentifier) : std::nullopt;
+}
+
+bool PhotoLibrary::canDelete(const std::string& identifier) const {
+    bool can = false;
+    static_cast<void>(guarded([&] {
+        store_->read([&](const Database& database) {
+            const auto files = filesOf(database, identifier);
+            can = !files.empty() && std::ranges::all_of(files, [](const KnownFile& file) {
+                return !file.isRemote && NSFileManager::isDeletableFileAtPath(file.path);
+            });
+        });
+        return std::string();
+    }));
+    return can;
 }
 
 ScanResult PhotoLibrary::scan(const std::function<bool(std::size_t read)>& progress) {

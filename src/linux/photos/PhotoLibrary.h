@@ -70,6 +70,7 @@ public:
     [[nodiscard]] std::string discardOriginal(const std::string& original) override;
     [[nodiscard]] std::string forgetAssets(std::span<const std::string> identifiers) override;
     [[nodiscard]] PHAssetRef assetAtPath(const std::string& path) const override;
+    [[nodiscard]] bool canDelete(const std::string& identifier) const override;
     [[nodiscard]] std::string newPendingFile(const std::string& extension) const override;
 
 protected:

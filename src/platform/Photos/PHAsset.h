@@ -44,6 +44,9 @@ struct PHAsset {
     bool hasAdjustments = false;  ///< It was edited, and can be reverted.
     PHAssetPresence presence = PHAssetPresence::here;
 
+    /// Whether all its files can be removed from here. Asks the shared library; any thread.
+    [[nodiscard]] bool canBeDeleted() const;
+
     // Of the shared library. Null options mean all, in no particular order.
     [[nodiscard]] static PHFetchResult<PHAsset> fetchAssetsWithOptions(const PHFetchOptions& options);
     [[nodiscard]] static PHFetchResult<PHAsset> fetchAssetsInAssetCollection(const PHAssetCollection& collection,

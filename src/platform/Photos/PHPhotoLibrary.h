@@ -164,6 +164,8 @@ public:
     /// The asset behind a file of the library, by a path that may be relative or lead through symbolic links; also of
     /// one that is away. Null for none.
     [[nodiscard]] virtual PHAssetRef assetAtPath(const std::string& /*path*/) const { return nullptr; }
+    /// Whether deleting that asset is worth a try.
+    [[nodiscard]] virtual bool canDelete(const std::string& /*identifier*/) const { return true; }
     /// A new file for an editor's result, on the library's own disk.
     [[nodiscard]] virtual std::string newPendingFile(const std::string& extension) const = 0;
 
