@@ -105,7 +105,8 @@ ExifInformationRef ExifManager::exifInformationFromAsset(const AVAsset& asset, c
 ExifInformationRef ExifManager::exifInformationFromVideoURL(const NSURL& url) {
     const auto asset = AVAsset::assetWithURL(url.path());
     auto record = exifInformationFromAsset(*asset, url);
-    record->thumbNailImage = record->cachedThumbNailImage = firstPicture(asset);
+    record->thumbNailImage = firstPicture(asset);
+    record->setCachedThumbNailImage(record->thumbNailImage);
     return record;
 }
 

@@ -86,6 +86,28 @@ std::shared_ptr<UICollectionViewCell> ExifDataListDataSource::itemCell(UICollect
     return cell;
 }
 
+std::vector<ExifInformationRef> ExifDataListDataSource::photosAt(const std::vector<NSIndexPath>& indexPaths) const {
+    std::vector<ExifInformationRef> photos;
+    for (const NSIndexPath& at : indexPaths) {
+        if (at.section == kLoadingMoreSection || at.item >= exifDataItemsArray.size()) continue;
+        const ExifInformationRef& record = exifDataItemsArray[at.item];
+        if (record->phAsset && record->mediaType() == PHAssetMediaTypeImage) photos.push_back(record);
+    }
+    return photos;
+}
+
+void ExifDataListDataSource::prefetchItemsAtIndexPaths(UICollectionView&, const std::vector<NSIndexPath>& indexPaths) {
+    for (const auto& record : photosAt(indexPaths)) record->prefetchAsset();
+}
+
+void ExifDataListDataSource::cancelPrefetchingForItemsAtIndexPaths(UICollectionView&,
+                                                                   const std::vector<NSIndexPath>& indexPaths) {
+    for (const auto& record : photosAt(indexPaths)) {
+        record->cancelPrefetch();
+        record->setCachedThumbNailImage(nullptr);
+    }
+}
+
 void ExifDataListDataSource::loadMoreResultsWithCompletionBlock(std::function<void()> block) {
     if (isLoadingMoreExifObjects) {
         if (block) block();

@@ -29,6 +29,7 @@ public:
 /// Feeds a list of records that is loaded from the photo library batch by batch. Main thread; batches are read on
 /// others.
 class ExifDataListDataSource : public UICollectionViewDataSource,
+                               public UICollectionViewDataSourcePrefetching,
                                public std::enable_shared_from_this<ExifDataListDataSource> {
 public:
     ~ExifDataListDataSource() override;
@@ -57,6 +58,11 @@ public:
     [[nodiscard]] std::shared_ptr<UICollectionViewCell> cellForItemAtIndexPath(UICollectionView& view,
                                                                                NSIndexPath indexPath) override;
 
+    /// Photos of rows that come into sight are fetched, and dropped with their rows: the list is long.
+    void prefetchItemsAtIndexPaths(UICollectionView& view, const std::vector<NSIndexPath>& indexPaths) override;
+    void cancelPrefetchingForItemsAtIndexPaths(UICollectionView& view,
+                                               const std::vector<NSIndexPath>& indexPaths) override;
+
     /// The block, which may be null, comes on the main queue when the batch is in the list, or at once while another
     /// is under way.
     void loadMoreResultsWithCompletionBlock(std::function<void()> block);
@@ -75,6 +81,8 @@ private:
     [[nodiscard]] std::weak_ptr<ExifDataListDataSource> weakSelf() { return weak_from_this(); }
     [[nodiscard]] std::shared_ptr<UICollectionViewCell> itemCell(UICollectionView& view, NSIndexPath indexPath) const;
     [[nodiscard]] Batch nextBatch() const;
+    /// The photos of the library among the rows.
+    [[nodiscard]] std::vector<ExifInformationRef> photosAt(const std::vector<NSIndexPath>& indexPaths) const;
     void read(const Batch& batch, std::function<void()> block);
     void finishedBatch(const std::vector<ExifInformationRef>& records, std::size_t batchSize);
     void filterAgain();

@@ -32,13 +32,15 @@ bool isSmall(const UIImageRef& image) {
 }
 
 UIImageRef smallPicture(const ExifInformation& record) {
-    if (isSmall(record.cachedThumbNailImage)) return record.cachedThumbNailImage;
+    const UIImageRef cached = record.cachedThumbNailImage();
+    if (isSmall(cached)) return cached;
     return isSmall(record.thumbNailImage) ? record.thumbNailImage : nullptr;
 }
 
 /// A movie's picture is one of its frames, which the record makes when somebody looks at it.
 UIImageRef frameOf(const ExifInformation& record) {
-    return record.cachedThumbNailImage ? record.cachedThumbNailImage : record.thumbNailImage;
+    const UIImageRef cached = record.cachedThumbNailImage();
+    return cached ? cached : record.thumbNailImage;
 }
 
 /// Deleted, or taken away with its medium, since the record was made.
@@ -191,7 +193,7 @@ void ExifPhotoAndLocationValueCollectionViewCell::pictureArrived(const UIImageRe
         showPicture(picture);
         showState(state);
         // Fetched ahead for this page, encoded, and of no more use: the list of records is long.
-        if (isOfLibrary) record->cachedThumbNailImage = nullptr;
+        if (isOfLibrary) record->setCachedThumbNailImage(nullptr);
         return;
     }
     // A library has small pictures of its own; that of a file is made of the same bytes, and no better.

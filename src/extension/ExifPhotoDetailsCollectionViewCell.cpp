@@ -64,7 +64,7 @@ void ExifPhotoDetailsCollectionViewCell::prepareForReuse() {
 
 void ExifPhotoDetailsCollectionViewCell::setExifInfo(const ExifInformationRef& record) {
     // A library's photo can be had again: what was fetched ahead of the page goes with it.
-    if (exifInfo_ && exifInfo_ != record && exifInfo_->phAsset) exifInfo_->cachedThumbNailImage = nullptr;
+    if (exifInfo_ && exifInfo_ != record && exifInfo_->phAsset) exifInfo_->setCachedThumbNailImage(nullptr);
     exifInfo_ = record;
     collectionView->reloadData();
 }

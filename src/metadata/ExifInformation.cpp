@@ -5,6 +5,7 @@
 #include "platform/Foundation/NSBundle.h"
 #include "platform/Foundation/NSDateFormatter.h"
 #include "platform/ImageIO/CGImageProperties.h"
+#include "platform/UIKit/MemoryWarning.h"
 #include "platform/UIKit/UIScreen.h"
 
 namespace tessaly {
@@ -26,7 +27,10 @@ Value isoOf(const Dictionary& exif) {
 
 }  // namespace
 
-ExifInformation::ExifInformation() = default;
+ExifInformation::ExifInformation()
+    : memoryWarning_(NSNotificationCenter::defaultCenter().addObserver(
+          UIApplicationDidReceiveMemoryWarningNotification,
+          [cached = cachedThumbNailImage_](const NSNotification&) { cached->store(nullptr); })) {}
 ExifInformation::~ExifInformation() = default;
 
 const Dictionary& ExifInformation::orEmpty(const std::optional<Dictionary>& dictionary) noexcept {
@@ -95,13 +99,23 @@ void ExifInformation::updateKeywordsArray() {
 }
 
 std::string ExifInformation::fileNameCached() const {
-    const std::lock_guard lock(nameMutex_);
+    const std::lock_guard lock(mutex_);
     return fileNameCached_;
 }
 
 void ExifInformation::setFileNameCached(std::string_view name) {
-    const std::lock_guard lock(nameMutex_);
+    const std::lock_guard lock(mutex_);
     fileNameCached_ = name;
+}
+
+ExifInformation::ImageFetchHandler ExifInformation::imageFetchCompletionHandler() const {
+    const std::lock_guard lock(mutex_);
+    return imageFetchCompletionHandler_;
+}
+
+void ExifInformation::setImageFetchCompletionHandler(ImageFetchHandler handler) {
+    const std::lock_guard lock(mutex_);
+    std::swap(imageFetchCompletionHandler_, handler);
 }
 
 NSURL ExifInformation::correctedImageFilePathURL() const {

@@ -15,6 +15,8 @@
 #include "metadata/ExifValue.h"
 #include "platform/CoreGraphics/CGGeometry.h"
 #include "platform/CoreLocation/CLLocation.h"
+#include "platform/Foundation/Dispatch.h"
+#include "platform/Foundation/NSNotificationCenter.h"
 #include "platform/Foundation/NSURL.h"
 #include "platform/Foundation/Value.h"
 #include "platform/Photos/PHAsset.h"
@@ -29,10 +31,11 @@ using ExifInformationRef = std::shared_ptr<ExifInformation>;
 using KeyResult = std::variant<std::monostate, ExifValue, Value>;
 
 /// The record of one photo or video: what its metadata says, and what was found out about its file. Items are computed
-/// from it on demand, by formatters that bear the names of their keys. It reads nothing itself.
+/// from it on demand, by formatters that bear the names of their keys. It reads nothing itself, but for a thumbnail
+/// that is fetched before it is needed.
 ///
 /// Fields are for one thread at a time, but for the atomic ones, which readers set from their queues.
-class ExifInformation {
+class ExifInformation : public std::enable_shared_from_this<ExifInformation> {
 public:
     ExifInformation();
     ExifInformation(const ExifInformation&) = delete;
@@ -84,10 +87,12 @@ public:
     std::string imageFilePath;
     NSURL imageFilePathURL;
     Data imageData;
-    UIImageRef thumbNailImage, cachedThumbNailImage, fullResolutionTempImage;
+    UIImageRef thumbNailImage, fullResolutionTempImage;
     Dictionary cachedPHAssetInfoDictionary;
     float iCloudDownloadProgress = -1;  ///< 0 to 1; -1 is "not downloading".
-    std::int32_t imageRequestID = 0;
+    std::int32_t imageRequestID = 0;    ///< Of the request that is under way.
+    /// Makes that picture smaller; null for nothing to do.
+    std::shared_ptr<BlockOperation> imageScaleDownOperation;
     std::vector<ExifValue> editedValuesArray;  ///< At most one a key, in the order of the first edit.
 
     /// Whether the place is known. There is nothing to set: `location` decides.
@@ -101,6 +106,19 @@ public:
     void setFileNameCached(std::string_view name);
     [[nodiscard]] ExifInformationRef photosAppEditedVersion() const { return photosAppEditedVersion_.load(); }
     void setPhotosAppEditedVersion(ExifInformationRef version) { photosAppEditedVersion_ = std::move(version); }
+
+    /// Fetched early, and dropped when memory is short. Any thread.
+    [[nodiscard]] UIImageRef cachedThumbNailImage() const { return cachedThumbNailImage_->load(); }
+    void setCachedThumbNailImage(UIImageRef image) { *cachedThumbNailImage_ = std::move(image); }
+    /// Takes what the request under way brings: bytes, their type, orientation, info. Any thread.
+    using ImageFetchHandler =
+        std::function<void(const Data&, const std::string&, UIImageOrientation, const Dictionary&)>;
+    [[nodiscard]] ImageFetchHandler imageFetchCompletionHandler() const;
+    void setImageFetchCompletionHandler(ImageFetchHandler handler);
+    /// Fetches the asset's picture for cachedThumbNailImage, unless that is there. A record that goes meanwhile is not
+    /// kept for it. Main thread, like its end.
+    void prefetchAsset();
+    void cancelPrefetch();
 
     /// The file's URL with every "/Adjustments/FullSizeRender" taken out: the unedited file of a rendered edit.
     [[nodiscard]] NSURL correctedImageFilePathURL() const;
@@ -124,7 +142,7 @@ public:
     [[nodiscard]] static std::string GPSDataNotAvailableString();
     void setNotAvailableStringIfExifNotAvailable(ExifValue& value) const;
     void setGPSNotAvailableStringIfExifNotAvailable(ExifValue& value) const;
-    void handleMemoryWarning() noexcept { cachedThumbNailImage = nullptr; }
+    void handleMemoryWarning() { setCachedThumbNailImage(nullptr); }
 
     /// The item of a key name, which is its formatter's name to the letter. An unknown name answers nothing.
     [[nodiscard]] KeyResult performCustomSelector(std::string_view key);
@@ -236,8 +254,13 @@ private:
     [[nodiscard]] std::string shareLineFor(const ExifKey& key);
 
     std::int64_t storedMediaType_ = 0;
-    mutable std::mutex nameMutex_;
+    mutable std::mutex mutex_;  ///< Of the name and the handler.
     std::string fileNameCached_;
+    ImageFetchHandler imageFetchCompletionHandler_;
+    std::uint64_t prefetches_ = 0;  ///< Begun and cancelled: what was set up for another one comes too late.
+    /// Outlives the record for as long as somebody who announces that memory is short may still reach it.
+    std::shared_ptr<std::atomic<UIImageRef>> cachedThumbNailImage_ = std::make_shared<std::atomic<UIImageRef>>();
+    NSNotificationCenter::Observer memoryWarning_;
     std::atomic<ExifInformationRef> photosAppEditedVersion_;
     ExifInformationRef editedEXIFInfo_;
     NSURL storedCorrectedURL_;

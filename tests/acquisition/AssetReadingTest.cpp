@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <cstring>
 #include <map>
 #include <mutex>
 #include <set>
@@ -11,6 +13,7 @@
 #include "linux/photos/EmptyLibrary.h"
 #include "platform/Foundation/Dispatch.h"
 #include "platform/Photos/PHPhotoLibrary.h"
+#include "platform/UIKit/MemoryWarning.h"
 #include "platform/UIKit/UIDevice.h"
 #include "settings/PersistanceManager.h"
 #include "support/Containers.h"
@@ -126,6 +129,86 @@ protected:
     const std::shared_ptr<FakeLibrary> library_ = std::make_shared<FakeLibrary>();
     PersistanceManager& settings_ = PersistanceManager::sharedInstance();
 };
+
+// A thumbnail before it is needed: bytes of 51 MiB and more are none, and what was cancelled never comes.
+TEST_F(AssetReading, PrefetchesAThumbnailUntilMemoryIsShort) {
+    const auto record = ExifInformation::exifInformationsArrayFrom(std::vector{addPhoto()}).front();
+    record->prefetchAsset();
+    record->imageScaleDownOperation = std::make_shared<BlockOperation>([](const BlockOperation&) {});
+    record->cancelPrefetch();
+    EXPECT_TRUE(record->imageScaleDownOperation->isCancelled());
+    EXPECT_FALSE(DispatchQueue::pumpMainQueueUntil([&] { return bool(record->imageFetchCompletionHandler()); }, 50ms));
+
+    record->prefetchAsset();
+    ASSERT_TRUE(
+        DispatchQueue::pumpMainQueueUntil([&] { return record->cachedThumbNailImage() != nullptr; }, kPatience));
+    EXPECT_EQ(record->cachedThumbNailImage()->size(), (CGSize{64, 48}));
+    const auto keep = record->imageFetchCompletionHandler();
+    record->prefetchAsset();
+    NSNotificationCenter::defaultCenter().postNotificationName(UIApplicationDidReceiveMemoryWarningNotification);
+    EXPECT_FALSE(record->cachedThumbNailImage());
+    EXPECT_FALSE(DispatchQueue::pumpMainQueue()) << "what is there is not fetched again";
+
+    auto large = std::make_shared<std::vector<std::byte>>(std::size_t{51} << 20U);
+    const std::string head(photo().text());
+    std::memcpy(large->data(), head.data(), head.size());
+    keep(large, "", UIImageOrientation::up, {});
+    keep(nullptr, "", UIImageOrientation::up, {});
+    EXPECT_FALSE(record->cachedThumbNailImage());
+    large->pop_back();
+    keep(large, "", UIImageOrientation::up, {});
+    EXPECT_TRUE(record->cachedThumbNailImage());
+    record->cancelPrefetch();
+    EXPECT_FALSE(record->imageFetchCompletionHandler());
+}
+
+/// Made where the log is on: whether it is wanted is asked once.
+struct LoggedReading : AssetReading {
+    void TestBody() override {
+        const auto raw = add({.path = photoPath_, .typeIdentifier = "com.adobe.raw-image"});
+        ExifManager::exifDataArrayInPHFetchResults(fetched({raw, nullptr, addCloudPhoto()}), {0, 3}, [](auto&) {});
+        static_cast<void>(ExifManager::exifInformationFromPHAssett(addCloudPhoto(), true, nullptr));
+        const auto record = ExifInformation::exifInformationsArrayFrom(std::vector{addPhoto()}).front();
+        record->prefetchAsset();
+        bool isDone = false;
+        ExifManager::allExifDataArrayInPHFetchResult(fetched({addPhoto()}), "", "", true,
+                                                     [&](auto&) { isDone = true; });
+        DispatchQueue::pumpMainQueueUntil([&] { return isDone && record->cachedThumbNailImage(); }, kPatience);
+        record->prefetchAsset();
+    }
+};
+
+TEST(AssetReadingDeathTest, WritesWhatItDoes) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    ::setenv("TESSALY_LOG", "1", 1);
+    std::vector<testing::Matcher<const std::string&>> lines;
+    for (const char* line : {"ENUMERATE_1  = ",
+                             "Range = 0 3",
+                             "NIL ASSET",
+                             "ENUMERATE_2_FINISHED 3 ITEMS, ",
+                             "ImageSource Count 1",
+                             "exifInformationFromPHAssett_2",
+                             "UTI_ com.adobe.raw-image",
+                             "EXIF NOT AVAILABLE FOR RAW FILE",
+                             "ON_CLOUD and imageData = ",
+                             "exifInformationFromPHAssett IMAGE_DATA_NIL ",
+                             "RAW 0.25",
+                             "OPTIONS =  ",
+                             "exifInformationFromPHAssett in NETWORK ACCESS ALLOWED MODE IMAGE_DATA_NIL 0 and ",
+                             "Method _exifDataArrayInPHFetchResults RANGE = {0, 1}",
+                             "RANGE {0, 1}",
+                             "EnumerationGoingToStart",
+                             "exifInformationFromPHAssett 0",
+                             "Check if 1 == 1",
+                             "Success in Checking 1 == 1",
+                             "Completed 1 items",
+                             "PREFETCH_ASSET_",
+                             "PREFETCH_ASSET_ COMPLETE",
+                             "PREFETCH_ASSET_NOT_NEEDED"})
+        lines.push_back(testing::HasSubstr(std::string(line)));
+    EXPECT_EXIT((LoggedReading().TestBody(), std::_Exit(0)), testing::ExitedWithCode(0), testing::AllOfArray(lines));
+    ::unsetenv("TESSALY_LOG");
+}
 
 TEST_F(AssetReading, LetsTheLibrarysPlaceAndDateOutrankTheFiles) {
     const auto asset = addPhoto();

@@ -70,25 +70,37 @@ TEST(ExifManager, ReadsAMovieIntoTheSameRecord) {
     const auto text = [](std::string_view type, std::string_view content) {
         return box(type, {ByteString().u16(static_cast<unsigned>(content.size())).u16(0).add(content)});
     };
-    ByteString header;
-    header.u32(0).u32(0).u32(1000).u32(2500).add(80, '\0');
-    ByteString file = box("ftyp", {"qt  \0\0\0\0"_z});
-    file.add(box("moov",
-                 {fullBox("mvhd", 0, 0, {header}), box("udta", {text("\xA9mod", "iPhone10,3"), text("\xA9swr", "12.3"),
-                                                                text("\xA9xyz", "+51.4169-000.0806/")})}));
     const TemporaryFolder folder;
-    const std::string path = folder.write("clip.mov", file);
-    const auto record = ExifManager::exifInformationFromVideoURL(NSURL::fileURLWithPath(path));
+    const auto recordOf = [&](const ByteString& items) {
+        ByteString header;
+        header.u32(0).u32(0).u32(1000).u32(2500).add(80, '\0');
+        const ByteString file =
+            box("ftyp", {"qt  \0\0\0\0"_z}).add(box("moov", {fullBox("mvhd", 0, 0, {header}), box("udta", {items})}));
+        return ExifManager::exifInformationFromVideoURL(NSURL::fileURLWithPath(folder.write("clip.mov", file)));
+    };
+    const auto record = recordOf(text("\xA9xyz", "+51.4169-000.0806/"));
     EXPECT_EQ(record->mediaType(), PHAssetMediaTypeVideo);
-    EXPECT_EQ(record->cameraModel, "iPhone10,3") << "as it is stored";
-    EXPECT_EQ((*record->tifDic)["Software"], Value("12.3"));
+    EXPECT_FALSE(record->exifInfoAvailable || record->exifORTiffInfoAvailable || record->imageResultIsInCloud);
     ASSERT_TRUE(record->location);
     EXPECT_DOUBLE_EQ(record->location->coordinate.latitude, 51.4169);
     EXPECT_DOUBLE_EQ(record->location->coordinate.longitude, -0.0806);
     EXPECT_DOUBLE_EQ(record->duration, 2.5);
     EXPECT_EQ(record->fileNameCached(), "clip.mov");
-    EXPECT_TRUE(record->exifInfoAvailable) << "a model counts";
-    ASSERT_TRUE(record->dateTaken) << "without a date of its own, the file's";
+    EXPECT_TRUE(record->dateTaken) << "without a date of its own, the file's";
+    EXPECT_FALSE(recordOf(text("\xA9xyz", "+51.4169"))->location) << "half a place";
+    struct Case {
+        const char *box, *tag;
+        bool exif;
+    };
+    for (const auto& [name, tag, exif] :
+         {Case{"\xA9mod", "Model", true}, Case{"\xA9swr", "Software", false}, Case{"\xA9mak", "Make", false}}) {
+        const auto tagged = recordOf(text(name, "iPhone10,3"));
+        EXPECT_EQ((*tagged->tifDic)[tag], Value("iPhone10,3"));
+        EXPECT_EQ(tagged->tifDic->size(), 1U);
+        EXPECT_EQ(tagged->cameraModel, exif ? "iPhone10,3" : "") << "as it is stored";
+        EXPECT_EQ(tagged->exifInfoAvailable, exif) << "a model counts";
+        EXPECT_TRUE(tagged->exifORTiffInfoAvailable);
+    }
 }
 
 TEST(ExifManager, FiltersByTheUsersSettings) {

@@ -3,13 +3,16 @@
 
 #include <algorithm>
 
+#include "acquisition/AssetEditing.h"
 #include "acquisition/ExifManager.h"
 #include "acquisition/LocalImageFiles.h"
+#include "codecs/Pictures.h"
 #include "linux/photos/PhotoLibrary.h"
 #include "platform/Foundation/Dispatch.h"
 #include "platform/Photos/PHChangeRequests.h"
 #include "platform/Photos/PHImageManager.h"
 #include "platform/UIKit/UIDevice.h"
+#include "settings/AppDomain.h"
 #include "settings/PersistanceManager.h"
 #include "support/Containers.h"
 #include "support/TemporaryFolder.h"
@@ -262,6 +265,63 @@ TEST_F(LocalFiles, HaveNames) {
     EXPECT_EQ(LocalImageFiles::fileNameForPHAsset(photo, info), "a%20b.jpg") << "no system before 9.0 tells names";
     UIDevice::currentDevice() = {};
     EXPECT_EQ(LocalImageFiles::fileNameForPHAsset(photo, info), "plain.jpg");
+}
+
+// What an edit leaves: in the file, in the library, and for whoever wants to revert it.
+TEST_F(LocalFiles, AreEditedRevertibly) {
+    const auto edited = [](const PHAssetRef& asset, AssetEdit edit) {
+        DispatchSemaphore done;
+        std::string why = "nobody answered";
+        editAsset(asset, std::move(edit), [&](bool success, const std::string& error) {
+            why = success ? "" : "failed: " + error;
+            done.signal();
+        });
+        done.wait(20s);
+        return why;
+    };
+    struct Case {
+        const char* name;
+        AssetEdit edit;
+        const char *mark, *data;
+        bool keepsDate;
+    };
+    const Case cases[] = {
+        {"place.jpg", AssetEdit::removal(), ".tessaly.removeExif", "removedEXIF", false},
+        {"liked-place.jpg", AssetEdit::placeRemoval(), ".tessaly.removeLocation", "", true},
+        {"plain.jpg", AssetEdit::completeRemoval(), ".tessaly.removeExif", "removedEXIF", false},
+    };
+    for (const auto& [name, edit, mark, data, keepsDate] : cases) {
+        SCOPED_TRACE(name);
+        const auto before = assetNamed(name);
+        EXPECT_EQ(edited(before, edit), "");
+        const auto after = assetNamed(name);
+        EXPECT_TRUE(after->hasAdjustments);
+        EXPECT_FALSE(after->location);
+        EXPECT_EQ(after->creationDate, before->creationDate) << "the library's own stays";
+        const Dictionary left = propertiesOf(contentOf(folder_.path() / "photos" / name));
+        EXPECT_TRUE(left["{GPS}"].isNull());
+        EXPECT_EQ(!left["{Exif}"].dictionary()["DateTimeOriginal"].isNull(), keepsDate);
+        const auto original = library_->original(after->localIdentifier);
+        ASSERT_TRUE(original);
+        EXPECT_EQ(original->adjustmentData.formatIdentifier, std::string(AppDomainPrefix) + mark);
+        EXPECT_EQ(original->adjustmentData.formatVersion, "1.0");
+        EXPECT_EQ(Value(original->adjustmentData.data), Value(*data ? dataOf(ByteString(data)) : nullptr));
+        EXPECT_FALSE(propertiesOf(contentOf(original->path))["{Exif}"].isNull());
+    }
+    const auto clip = assetNamed("clip.mov");
+    EXPECT_EQ(edited(clip, AssetEdit::removal()), "");
+    EXPECT_TRUE(assetNamed("clip.mov")->hasAdjustments);
+
+    const auto lost = assetNamed("liked-plain.jpg");
+    EXPECT_TRUE(lost->canBeDeleted());
+    const auto path = folder_.path() / "photos/liked-plain.jpg";
+    std::filesystem::remove(path);
+    EXPECT_FALSE(lost->canBeDeleted()) << "there is nothing to delete";
+    EXPECT_NE(edited(lost, AssetEdit::removal()), "");
+    std::string error;
+    EXPECT_FALSE(writeWithoutPlace(path.string(), (folder_.path() / "target.jpg").string(), error));
+    lost->localIdentifier = "nobody";
+    EXPECT_FALSE(lost->canBeDeleted());
 }
 
 TEST(UIDevice, ComparesVersionsByTheirNumbers) {

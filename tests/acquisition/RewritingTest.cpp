@@ -1,19 +1,21 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <filesystem>
 #include <memory>
 
 #include "acquisition/ExifManager.h"
+#include "acquisition/TemporaryImageFile.h"
+#include "codecs/Pictures.h"
+#include "platform/Foundation/NSFileManager.h"
 #include "platform/ImageIO/CGImageDestination.h"
 #include "support/Containers.h"
+#include "support/TemporaryFolder.h"
 #include "support/TiffBuilder.h"
 
 namespace tessaly::test {
 namespace {
-
-Data dataOf(const ByteString& file) {
-    const auto bytes = file.bytes();
-    return std::make_shared<const std::vector<std::byte>>(bytes.begin(), bytes.end());
-}
 
 ByteString photo() {
     TiffBuilder tiff;
@@ -82,6 +84,104 @@ TEST(Rewriting, SetsBothOrientations) {
     EXPECT_EQ(fixed["Orientation"].integerValue(), 1);
     EXPECT_EQ(fixed["{TIFF}"].dictionary()["Orientation"].integerValue(), 1);
     EXPECT_EQ(fixed["{Exif}"].dictionary()["FNumber"].doubleValue(), 2.8);
+}
+
+CGImageRef decoded(const Data& data) {
+    return CGImageSourceCreateImageAtIndex(CGImageSourceCreateWithData(data), 0, {});
+}
+
+Dictionary metadata() {
+    return {
+        {"Orientation", 6},
+        {"{TIFF}", Dictionary{{"Make", "Maker"}, {"Orientation", 6}}},
+        {"{GPS}", Dictionary{{"Latitude", 48.5}, {"LatitudeRef", "N"}, {"Longitude", 2.25}, {"LongitudeRef", "W"}}}};
+}
+
+TEST(Rewriting, EncodesUprightWithTheMetadataOfTheCaller) {
+    for (const char* name : {"quadrants.jpg", "quadrants.heic", "deep.tiff"}) {
+        const bool turns = std::string_view(name) == "quadrants.jpg";
+        const Data original = turns ? withOrientation(fileNamed(name), 6) : fileNamed(name);
+        const Data encoded = ExifManager::imageData(original, metadata());
+        ASSERT_TRUE(encoded) << name;
+        EXPECT_EQ(CGImageSourceGetType(CGImageSourceCreateWithData(encoded)), "public.jpeg") << name;
+        EXPECT_EQ(sizeOf(decoded(encoded)), turns ? "32 x 64" : "64 x 32") << name;
+        EXPECT_EQ(colorsOf(decoded(encoded)), turns ? "BRWG" : "RGBW") << name;
+        const Dictionary found = propertiesOf(bytesOf(encoded));
+        EXPECT_EQ(found["Orientation"].integerValue(), 1) << name;
+        EXPECT_EQ(found["{TIFF}"].dictionary()["Orientation"].integerValue(), 1) << name;
+        EXPECT_EQ(found["{TIFF}"].dictionary()["Make"].string(), "Maker") << name;
+        EXPECT_NEAR(found["{GPS}"].dictionary()["Latitude"].doubleValue(), 48.5, 1e-6) << name;
+        EXPECT_EQ(found["{GPS}"].dictionary()["LongitudeRef"].string(), "W") << name;
+    }
+    EXPECT_FALSE(ExifManager::imageData(dataOf("nothing"), metadata()));
+    EXPECT_FALSE(ExifManager::imageData(nullptr, metadata()));
+}
+
+TEST(Rewriting, FixesTheOrientationOfAnyPicture) {
+    const Data fixed = ExifManager::imageDataByFixingOrientationIssue(withOrientation(fileNamed("quadrants.jpg"), 8));
+    EXPECT_EQ(colorsOf(decoded(fixed)), "GWRB");
+    EXPECT_LE(propertiesOf(bytesOf(fixed))["Orientation"].integerValue(), 1);
+    EXPECT_FALSE(ExifManager::imageDataByFixingOrientationIssue(dataOf("nothing")));
+    EXPECT_FALSE(ExifManager::imageDataByFixingOrientationIssue(dataOf(png({}))));
+}
+
+TEST(Rewriting, TakesThePlaceOutOfPictureAndMetadata) {
+    Dictionary kept = metadata();
+    const UIImageRef image = UIImage::imageWithCGImage(quadrants(), 1, UIImageOrientation::right);
+    const UIImageRef without = ExifManager::imageByRemovingGeoTagging(image, kept);
+    ASSERT_TRUE(without);
+    EXPECT_TRUE(kept.contains("{GPS}") && kept["{GPS}"].isNull())
+        << "set to nothing, which is not the same as left out";
+    EXPECT_EQ(kept["{TIFF}"].dictionary()["Make"].string(), "Maker");
+    EXPECT_EQ(colorsOf(without->cgImage()), "BRWG");
+    Dictionary untouched = metadata();
+    EXPECT_FALSE(ExifManager::imageByRemovingGeoTagging(nullptr, untouched));
+    EXPECT_EQ(untouched, metadata());
+}
+
+TEST(RewritingDeathTest, WritesWhatItDoes) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    ::setenv("TESSALY_LOG", "1", 1);
+    const auto act = [] {
+        Dictionary kept = metadata();
+        static_cast<void>(ExifManager::imageData(withOrientation(fileNamed("quadrants.jpg"), 6), kept));
+        static_cast<void>(ExifManager::imageByRemovingGeoTagging(UIImage::imageWithCGImage(quadrants()), kept));
+        static_cast<void>(ExifManager::imageDataWithEXIFEdited(dataOf(photo())));
+        static_cast<void>(
+            ExifManager::imageDataByRemovingExifAndGeoTagging(dataOf(box("ftyp", {"crx \0\0\0\0crx "_z}))));
+        MemoryManager::report_memory();
+        std::_Exit(0);
+    };
+    std::vector<testing::Matcher<const std::string&>> lines;
+    for (const char* line :
+         {"NEED TO CHANGE 3 vs 0", "Changed orientation to 3", "Original Orientation = 3", "Orientation - 1",
+          "\nDestination public.jpeg", "Loop editedProperties ", "2 Destination public.jpeg", "Final properties ",
+          " VS \n\n\n\n ", "CGImageDestinationFinalize success", "CGImageDestinationFinalize failed", "used: "})
+        lines.push_back(testing::HasSubstr(std::string(line)));
+    EXPECT_EXIT(act(), testing::ExitedWithCode(0), testing::AllOfArray(lines));
+    ::unsetenv("TESSALY_LOG");
+}
+
+TEST(TemporaryImageFile, CopiesKeepTheLastPartOfTheirNameOnly) {
+    const TemporaryFolder folder;
+    ::setenv("TMPDIR", folder.path().c_str(), 1);
+    const std::string own = folder.path().string() + "/tessaly-" + NSFileManager::userName() + "/";
+    struct Row {
+        const char* name;
+        const char* expected;
+    };
+    for (const auto& [name, expected] :
+         {Row{"photo.jpg", "photo.jpg"}, Row{"../../photo.jpg", "photo.jpg"}, Row{"/etc/passwd", "passwd"},
+          Row{"a/..", "tempImage"}, Row{"", "tempImage"}, Row{"folder/", "tempImage"}, Row{".", "tempImage"}}) {
+        const NSURL url = temporaryURLForImageNSData(dataOf(std::string("bytes of ") + name), name);
+        EXPECT_EQ(url.path(), own + expected) << name;
+        EXPECT_EQ(contentOf(own + expected), std::string("bytes of ") + name);
+        EXPECT_TRUE(deleteTemporaryFileAtURL(url));
+        EXPECT_TRUE(std::filesystem::exists(own + expected)) << "asked, not done";
+    }
+    ::setenv("TMPDIR", (folder.write("file", "no folder") + "/below").c_str(), 1);
+    EXPECT_EQ(temporaryURLForImageNSData(dataOf("bytes")).path(), "");
+    ::unsetenv("TMPDIR");
 }
 
 TEST(Rewriting, ADestinationTakesOneSourceOfItsOwnType) {

@@ -109,16 +109,6 @@ TEST(PicturesOnDemand, HaveTheSizeThatTheirHeadTold) {
     }
 }
 
-TEST(PicturesOnDemand, OfAMovieAreUprightAndAreMadeWhenLookedAt) {
-    const auto url = NSURL::fileURLWithPath(pathOfFileNamed("sideways.mp4"));
-    const auto record = ExifManager::exifInformationFromVideoURL(url);
-    ASSERT_TRUE(record->thumbNailImage);
-    EXPECT_EQ(record->thumbNailImage, record->cachedThumbNailImage);
-    EXPECT_EQ(pointsOf(record->thumbNailImage), "32 x 64");
-    EXPECT_EQ(sizeOf(record->thumbNailImage->cgImage()), "32 x 64");
-    EXPECT_EQ(colorsOf(record->thumbNailImage->cgImage()), "GWRB");
-}
-
 TEST(PicturesOnDemand, HoldNoFilesOpen) {
     const TemporaryFolder folder;
     const std::string path = folder.write("photo.jpg", bytesOf(fileNamed("quadrants.jpg")));

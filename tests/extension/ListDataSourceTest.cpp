@@ -37,6 +37,7 @@ protected:
         view->registerClass<LoadingMoreCollectionViewCell>("LoadingMoreCollectionViewCellID");
         view->setDelegate(list);
         view->setDataSource(source);
+        view->setPrefetchDataSource(source);
         source->collectionView = view;
         source->weakParentViewController = list;
     }
@@ -101,6 +102,25 @@ TEST_F(ListDataSource, LoadsBatchAfterBatch) {
     }
     for (std::size_t i = 0; i < 101; ++i)
         EXPECT_EQ(source->exifDataItemsArray[i]->phAsset->localIdentifier, std::to_string(i));
+}
+
+TEST_F(ListDataSource, FetchesThePhotosOfItsRowsAndDropsThemAgain) {
+    view->registerClass<ListCell>("ExifDataCollectionListViewCellID");
+    view->collectionViewLayout().itemSize = {kPhone.width, 100};
+    auto& rows = source->exifDataItemsArray;
+    rows = ExifInformation::exifInformationsArrayFrom(std::vector{add("first"), add("film"), add("last")});
+    rows[1]->phAsset->mediaType = PHAssetMediaTypeVideo;
+    rows.insert(rows.begin() + 2, 40, std::make_shared<ExifInformation>());
+    const auto isFetched = [](const ExifInformation& row) {
+        return pumpUntil([&] { return row.cachedThumbNailImage() != nullptr; });
+    };
+    view->layoutIfNeeded();
+    EXPECT_TRUE(isFetched(*rows.front()));
+    EXPECT_FALSE(rows[1]->imageFetchCompletionHandler()) << "a film is no picture";
+    view->scrollToItemAtIndexPath({rows.size() - 1, 0}, false);
+    view->layoutIfNeeded();
+    EXPECT_FALSE(rows.front()->cachedThumbNailImage() || rows.front()->imageFetchCompletionHandler());
+    EXPECT_TRUE(isFetched(*rows.back()));
 }
 
 TEST_F(ListDataSource, TakesLargerBatchesForAGridAndLoadsOnceAtATime) {

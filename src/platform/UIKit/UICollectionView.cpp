@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 
 namespace tessaly {
 namespace {
@@ -133,6 +134,24 @@ void UICollectionView::retire(const Piece& piece) {
     reusable_[piece.view->reuseIdentifier()].push_back(piece.view);
 }
 
+std::set<NSIndexPath> UICollectionView::itemsOfPieces() const {
+    std::set<NSIndexPath> items;
+    for (const Piece& piece : pieces_)
+        if (piece.attributes.kind.empty()) items.insert(piece.attributes.indexPath);
+    return items;
+}
+
+void UICollectionView::tellPrefetching(const std::set<NSIndexPath>& before) {
+    const auto told = prefetchDataSource_.lock();
+    if (!told) return;
+    const std::set<NSIndexPath> now = itemsOfPieces();
+    std::vector<NSIndexPath> came, went;
+    std::ranges::set_difference(now, before, std::back_inserter(came));
+    std::ranges::set_difference(before, now, std::back_inserter(went));
+    if (!went.empty()) told->cancelPrefetchingForItemsAtIndexPaths(*this, went);
+    if (!came.empty()) told->prefetchItemsAtIndexPaths(*this, came);
+}
+
 CGPoint UICollectionView::withinContent(CGPoint offset) const noexcept {
     const CGSize content = layout_->collectionViewContentSize();
     const UIEdgeInsets& inset = contentInset();
@@ -176,6 +195,7 @@ void UICollectionView::layoutIfNeeded() {
     if (!needsLayout_ || layingOut_ || boundsSize().width <= 0 || boundsSize().height <= 0) return;
     layingOut_ = true;
     needsLayout_ = false;
+    const std::set<NSIndexPath> before = needsReload_ ? std::set<NSIndexPath>() : itemsOfPieces();
     if (needsReload_) {
         countItems();
         for (const Piece& piece : std::exchange(pieces_, {})) retire(piece);
@@ -188,6 +208,7 @@ void UICollectionView::layoutIfNeeded() {
     }
     laidOutBounds_ = {contentOffset(), boundsSize()};
     showPieces();
+    tellPrefetching(before);
     layingOut_ = false;
     changed();
     // A piece that was just made may have asked for another layout.

@@ -31,6 +31,18 @@ public:
     }
 };
 
+/// Hears of items a little before they come into sight.
+class UICollectionViewDataSourcePrefetching {
+public:
+    UICollectionViewDataSourcePrefetching() = default;
+    UICollectionViewDataSourcePrefetching(const UICollectionViewDataSourcePrefetching&) = delete;
+    UICollectionViewDataSourcePrefetching& operator=(const UICollectionViewDataSourcePrefetching&) = delete;
+    virtual ~UICollectionViewDataSourcePrefetching() = default;
+    virtual void prefetchItemsAtIndexPaths(UICollectionView&, const std::vector<NSIndexPath>& indexPaths) = 0;
+    /// They went out of reach again.
+    virtual void cancelPrefetchingForItemsAtIndexPaths(UICollectionView&, const std::vector<NSIndexPath>&) {}
+};
+
 class UICollectionViewDelegateFlowLayout : public UIScrollViewDelegate {
 public:
     [[nodiscard]] virtual CGSize sizeForItemAtIndexPath(UICollectionView& view, UICollectionViewFlowLayout& layout,
@@ -74,6 +86,9 @@ public:
 
     [[nodiscard]] std::shared_ptr<UICollectionViewDataSource> dataSource() const { return dataSource_.lock(); }
     void setDataSource(std::weak_ptr<UICollectionViewDataSource> source);
+    void setPrefetchDataSource(std::weak_ptr<UICollectionViewDataSourcePrefetching> source) {
+        prefetchDataSource_ = std::move(source);
+    }
     [[nodiscard]] std::shared_ptr<UICollectionViewDelegateFlowLayout> delegate() const { return delegate_.lock(); }
     void setDelegate(const std::weak_ptr<UICollectionViewDelegateFlowLayout>& delegate);
     [[nodiscard]] UICollectionViewFlowLayout& collectionViewLayout() const noexcept { return *layout_; }
@@ -129,8 +144,12 @@ private:
     [[nodiscard]] CGRect wantedRect() const noexcept;
     [[nodiscard]] std::shared_ptr<UICollectionReusableView> makePiece(const UICollectionViewLayoutAttributes& at);
     void retire(const Piece& piece);
+    /// Tells what came and went since.
+    void tellPrefetching(const std::set<NSIndexPath>& before);
+    [[nodiscard]] std::set<NSIndexPath> itemsOfPieces() const;
 
     std::weak_ptr<UICollectionViewDataSource> dataSource_;
+    std::weak_ptr<UICollectionViewDataSourcePrefetching> prefetchDataSource_;
     std::weak_ptr<UICollectionViewDelegateFlowLayout> delegate_;
     std::shared_ptr<UICollectionViewFlowLayout> layout_ = std::make_shared<UICollectionViewFlowLayout>();
     std::map<std::string, Factory, std::less<>> factories_;
