@@ -3,7 +3,8 @@
 
 #include <algorithm>
 
-#include "metadata/ExifInformation.h"
+#include "metadata/FullRecord.h"
+#include "platform/Foundation/NSDateFormatter.h"
 #include "platform/UIKit/UIScreen.h"
 #include "settings/AppSettings.h"
 #include "settings/PersistanceManager.h"
@@ -28,6 +29,8 @@ TEST(ExifInformation, TellsWhetherThereIsExif) {
         {"colour space alone", Dictionary{{"{Exif}", Dictionary{{"ColorSpace", 1}, {"PixelXDimension", 5}}}}, false,
          true},
         {"an aperture", Dictionary{{"{Exif}", Dictionary{{"FNumber", 2}}}}, true, true},
+        {"an exposure", Dictionary{{"{Exif}", Dictionary{{"ExposureTime", 2}}}}, true, true},
+        {"a focal length", Dictionary{{"{Exif}", Dictionary{{"FocalLength", 2}}}}, true, true},
     };
     for (const auto& [why, properties, exif, exifOrTiff] : cases) {
         const auto record = ExifInformation::exifInformationFromMetaDataDictionary(properties);
@@ -54,34 +57,42 @@ TEST(ExifInformation, KnowsScreenshotsByTheirSize) {
     UIScreen::setMainScreen(before);
 }
 
-TEST(ExifInformation, MarksWhatIsMissingOnlyWithoutExif) {
-    const auto bare = recordOf({{"{TIFF}", Dictionary{{"Make", "M"}}}});
-    const auto text = [](const ExifInformationRef& record, std::string_view key) {
-        return std::get<ExifValue>(record->performCustomSelector(key)).exifValueReadableFormat;
-    };
-    EXPECT_EQ(text(bare, "LensModel"), "Not available");
-    EXPECT_EQ(text(bare, "Software"), "") << "texts of the TIFF dictionary are not marked";
-    EXPECT_EQ(text(bare, "ApertureValue"), "f/0.0") << "a text that was found is never overwritten";
-    const auto full = recordOf({{"{Exif}", Dictionary{{"FNumber", 2}}}});
-    EXPECT_EQ(text(full, "LensModel"), "");
+TEST(ExifInformation, TakesTheCameraValuesOut) {
+    const auto record = test::fullRecord();
+    EXPECT_EQ(record->dimensions, (CGSize{4000, 3000}));
+    EXPECT_EQ(record->focalLengthInmm, Value(26.9));
+    EXPECT_EQ(record->iSOSpeed, Value(80));
+    EXPECT_EQ(recordOf({{"{Exif}", Dictionary{{"ISOSpeed", 82.9}}}})->iSOSpeed, Value(82));
+    EXPECT_EQ(record->shutterSpeedExposureTimeInSeconds, Value(static_cast<double>(0.004F)));
+    EXPECT_EQ(record->aperture_fStop, Value(1.8));
+    EXPECT_EQ(record->flashStatusCode, 0x4F);
+    EXPECT_EQ(record->cameraModel, "iPhone X");
+    EXPECT_EQ(record->dateTaken, dateFromExifString("2018:12:31 15:04:05"));
+    EXPECT_TRUE(record->imageResultIsInCloud) << "until a reader says otherwise";
+    EXPECT_EQ(record->iCloudDownloadProgress, -1);
+    record->setFileNameCached("a.jpg");
+    EXPECT_EQ(record->fileNameCached(), "a.jpg");
+    const std::vector assets{std::make_shared<PHAsset>(), std::make_shared<PHAsset>()};
+    const auto records = ExifInformation::exifInformationsArrayFrom(assets);
+    ASSERT_EQ(records.size(), 2U);
+    EXPECT_EQ(records[1]->phAsset, assets[1]);
 }
 
 TEST(ExifInformation, AnswersEveryNameOfTheVocabularyAndNoOther) {
     const auto record = recordOf({{"PixelWidth", 5}, {"{Exif}", Dictionary{{"FNumber", 2}}}});
-    EXPECT_EQ(ExifInformation::keyNames().size(), 70U);
-    for (const std::string_view key : ExifInformation::keyNames()) {
-        const KeyResult result = record->performCustomSelector(key);
-        ASSERT_TRUE(std::holds_alternative<ExifValue>(result)) << key;
-        const std::string expected = key == "Map" ? "MapView" : std::string(key);
-        EXPECT_EQ(std::get<ExifValue>(result).uniqueID, expected);
-    }
     for (const auto& defaults :
          {AppSettings::exifKeysDefaultOrderedArray(), AppSettings::exifKeysDefaultOrderedArrayForVideos(),
           PersistanceManager::sharedExifKeysDefaultOrderedArray(),
           PersistanceManager::sharedEDITExifKeysDefaultOrderedArray()})
         for (const ExifKey& key : defaults)
             EXPECT_TRUE(std::holds_alternative<ExifValue>(record->exifValueFor(key))) << key.key;
-    EXPECT_EQ(std::get<Value>(record->performCustomSelector("PixelWidth")), Value(5));
+    for (const char* raw : {"FNumber", "PixelWidth", "PixelHeight", "SubjectArea", "SubsecTime", "SubsecTimeDigitized",
+                            "DateTime", "DateTimeOriginal", "DateTimeDigitized", "ComponentsConfiguration",
+                            "ResolutionUnit", "XResolution", "YResolution", "Orientation"}) {
+        record->metaDataDictionary.set(raw, std::string("the ") + raw);
+        const std::string key = raw == std::string("Orientation") ? "Orientation_TIFF" : raw;
+        EXPECT_EQ(std::get<Value>(record->performCustomSelector(key)), Value(std::string("the ") + raw));
+    }
     EXPECT_TRUE(std::get<Value>(record->performCustomSelector("SubsecTimeOriginal")).isNull());
     EXPECT_TRUE(std::holds_alternative<std::monostate>(record->performCustomSelector("ShutterCount"))) << "case counts";
     EXPECT_TRUE(std::holds_alternative<std::monostate>(record->performCustomSelector("")));
@@ -127,16 +138,25 @@ TEST_F(ShareText, SaysAFocalLengthOnceAndLeavesOutWhatIsHidden) {
 }
 
 TEST(ExifInformation, EditsACopyThatSharesNothing) {
-    const auto record =
-        recordOf({{"{Exif}", Dictionary{{"FNumber", 2}}}, {"{IPTC}", Dictionary{{"Keywords", "not an array"}}}});
-    record->phAsset = std::make_shared<PHAsset>();
+    const auto record = test::fullRecord();
     record->phAsset->mediaType = PHAssetMediaTypeVideo;
-    EXPECT_EQ(record->keywordsArray, Array());
+    record->dateCreated = NSDate{1};
     const auto copy = record->editedEXIFInfo();
     EXPECT_EQ(copy, record->editedEXIFInfo());
+    EXPECT_TRUE(copy->exifInfoAvailable && copy->exifORTiffInfoAvailable);
+    EXPECT_EQ(copy->exifDic, record->exifDic);
+    EXPECT_EQ(copy->tifDic, record->tifDic);
+    EXPECT_EQ(copy->gpsDic, record->gpsDic);
+    EXPECT_EQ(copy->iptcDic, record->iptcDic);
+    EXPECT_EQ(copy->metaDataDictionary, record->metaDataDictionary);
+    EXPECT_EQ(copy->keywordsArray, record->keywordsArray);
+    EXPECT_EQ(copy->location, record->location);
+    EXPECT_EQ(copy->dateTaken, record->dateTaken);
+    EXPECT_EQ(copy->dateCreated, record->dateCreated);
     EXPECT_EQ(copy->mediaTypeForEditedCase(), PHAssetMediaTypeVideo);
+    EXPECT_EQ(recordOf({{"{IPTC}", Dictionary{{"Keywords", "not an array"}}}})->keywordsArray, Array());
     copy->exifDic->set("FNumber", 4);
-    EXPECT_EQ((*record->exifDic)["FNumber"], Value(2));
+    EXPECT_EQ((*record->exifDic)["FNumber"], Value(1.8));
     for (const auto& [key, text] :
          {std::pair("Title", "one"), std::pair("Artist", "two"), std::pair("Title", "three")}) {
         ExifValue value;

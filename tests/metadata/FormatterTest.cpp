@@ -1,236 +1,347 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "metadata/DeviceMapping.h"
-#include "metadata/ExifInformation.h"
-#include "platform/UIKit/UIScreen.h"
+#include "metadata/FullRecord.h"
+#include "platform/Foundation/NSBundle.h"
 #include "settings/PersistanceManager.h"
 
-namespace tessaly {
+namespace tessaly::test {
 namespace {
 
-/// A record with these Exif values, and enough of the others to count as one that has Exif.
-ExifInformationRef recordOf(Dictionary exif) {
-    exif.set("FocalLength", exif.contains("FocalLength") ? exif["FocalLength"] : Value(50));
-    return ExifInformation::exifInformationFromMetaDataDictionary(Dictionary{{"{Exif}", exif}});
-}
+/// English, and the settings of a fresh install with metric units, before and after each test.
+class Formatters : public testing::Test {
+protected:
+    Formatters() { reset(); }
+    ~Formatters() override { reset(); }
+    static void reset() {
+        NSBundle::mainBundle().setLanguage("");
+        for (const Setting& setting : PersistanceManager::settings())
+            PersistanceManager::sharedInstance().reset(setting);
+        PersistanceManager::sharedInstance().setIsUsingMetricUnits(true);
+    }
 
-ExifInformationRef recordWith(std::initializer_list<std::pair<std::string_view, Value>> properties) {
-    return ExifInformation::exifInformationFromMetaDataDictionary(Dictionary(properties));
-}
+    static ExifValue itemOf(const ExifInformationRef& record, std::string_view key) {
+        const KeyResult result = record->performCustomSelector(key);
+        const auto* value = std::get_if<ExifValue>(&result);
+        EXPECT_TRUE(value) << key;
+        return value ? *value : ExifValue();
+    }
+    static std::string textOf(const ExifInformationRef& record, std::string_view key) {
+        return itemOf(record, key).exifValueReadableFormat;
+    }
+    /// With these values alone, and a focal length: enough to count as Exif.
+    static ExifInformationRef recordOf(Dictionary exif, Dictionary properties = {}) {
+        if (!exif.contains("FocalLength")) exif.set("FocalLength", 50);
+        properties.set("{Exif}", exif);
+        return ExifInformation::exifInformationFromMetaDataDictionary(properties);
+    }
 
-ExifValue itemOf(ExifInformation& record, std::string_view key) {
-    const KeyResult result = record.performCustomSelector(key);
-    const auto* value = std::get_if<ExifValue>(&result);
-    EXPECT_TRUE(value) << key;
-    return value ? *value : ExifValue();
-}
+    PersistanceManager& settings = PersistanceManager::sharedInstance();
+};
 
-std::string textOf(const ExifInformationRef& record, std::string_view key) {
-    return itemOf(*record, key).exifValueReadableFormat;
-}
-
-TEST(Formatters, ShowCodesNumbersAndTextsAsPeopleReadThem) {
+TEST_F(Formatters, ShowEveryTagUnderItsLabel) {
     struct Case {
-        std::string_view key;
-        std::string_view tag;
+        std::string_view key, label, text, nothing;  ///< The text without any metadata.
+    };
+    const Case cases[] = {
+        {"Make", "Make", "a maker", ""},
+        {"Model", "Model", "iPhone X", ""},
+        {"CameraMakeAndModel", "", "", ""},
+        {"CameraSerialNumber", "Camera SerialNumber", "body 1", "Not available"},
+        {"LensMake", "Lens Make", "a lens maker", "Not available"},
+        {"LensModel", "Lens Model", "a lens", "Not available"},
+        {"LensSerialNumber", "Lens SerialNumber", "lens 1", "Not available"},
+        {"Software", "Software", "a program", ""},
+        {"MakerNote", "Maker Note", "a note", ""},
+        {"FilmMode", "Film mode", "Pro Neg. Hi", "Not available"},
+        {"shutterCount", "Shutter Count", "1234", "Not available"},
+        {"ApertureValue", "Aperture (F-number)", "f/1.8", "f/0.0"},
+        {"ApertureMax", "Aperture Max", "2.8 (APEX = 3)", "1 (APEX = 0)"},
+        {"ExposureTime", "Exposure Time", "0.004000 - ( 1/250 seconds )", "0.000000 - ( 0 seconds )"},
+        {"ShutterSpeedStringValue", "Exposure Time", "1/250 seconds", "0 seconds"},
+        {"ISOSpeedRatings", "ISO Sensitivity", "ISO 80", "ISO 0"},
+        {"ISOSpeedValue", "ISO Sensitivity", "80", "0"},
+        {"ExposureBiasValue", "Exposure Bias Value", "-0.33", "0.00"},
+        {"ExposureMode", "Exposure Mode", "Manual exposure", "Auto exposure"},
+        {"ExposureProgram", "Exposure Program", "Aperture priority", "Not defined"},
+        {"MeteringMode", "Metering Mode", "MultiSpot", "Unknown"},
+        {"Flash", "Flash", "Flash fired, compulsory flash mode, red-eye reduction mode, return light detected",
+         "Flash did not fire"},
+        {"FlashPixVersion", "FlashpixVersion", "1.2", "Not available"},
+        {"WhiteBalance", "White Balance", "Manual white balance", "Auto white balance"},
+        {"LightSource", "Light Source", "Fine weather", "Unknown"},
+        {"SceneType", "Scene Type", "Image was directly photographed", "unknown"},
+        {"SceneCaptureType", "Scene Capture Type", "Portrait", "Standard"},
+        {"SensingMethod", "Sensing method", "Color sequential area sensor", "Not available"},
+        {"SensitivityType", "Sensitivity Type", "Recommended Exposure Index and ISO Speed", "Unknown"},
+        {"Sharpness", "Sharpness", "Soft", "Normal"},
+        {"Contrast", "Contrast", "Hard", "Normal"},
+        {"Saturation", "Saturation", "Low saturation", "Normal"},
+        {"GainControl", "Gain Control", "Night scene", "Standard"},
+        {"CustomRendered", "Custom Rendered", "Portrait", "Normal process"},
+        {"SubjectDistRange", "Subject Distance Range", "Macro", "Unknown"},
+        {"FocalLength", "Focal Length", "26 mm", "0 mm"},
+        {"FocalLenIn35mmFilm", "Focal Length in 35 mm", "52 mm", "0 mm"},
+        {"DigitalZoomRatio", "Digital Zoom Ratio", "1.500000", "0.000000"},
+        {"ResolutionInMegaPixel", "Resolution", "12 MegaPixels", "0 MegaPixels"},
+        {"AspectRatioFraction", "Aspect Ratio", "4/3", "Not available"},
+        {"DPIWidth", "DPI Width", "72.000000", "0.000000"},
+        {"DPIHeight", "DPI Height", "73.000000", "0.000000"},
+        {"Depth", "Depth", "10", "0"},
+        {"Orientation", "Orientation", "6", "0"},
+        {"ColorModel", "Color Model", "RGB", ""},
+        {"ColorSpace", "Color Space", "Adobe RGB", "Uncalibrated"},
+        {"ColorProfile", "Profile Name", "a profile", "Unknown"},
+        {"CompressedBitsPerPixel", "Compressed Bits Per Pixel", "7", "0"},
+        {"FileSize", "File Size", "3.20 MB (3,201,234 bytes)", "Zero KB"},
+        {"FileSource", "File Source", "Reflection Print Scanner", "Not available"},
+        {"Duration", "Duration", "01:02:05", "00:00:00"},
+        {"FramesPerSecond", "Frames per second (FPS)", "30.0 FPS", "0.0 FPS"},
+        {"DateTaken", "Date Taken", "31-12-2019 03:04:05 PM", ""},
+        {"EditedDate", "Edited Date", "13-09-2020 12:26:40 PM", ""},
+        {"GPS", "GPS", "-33.856800° 151.215300°", "GPS Data not available"},
+        {"GPSAltitude", "Altitude", "100.000000 meters above sea level (+/- 5.00)", "GPS Data not available"},
+        {"GPSSpeed", "Speed", "25.20 Kilometer per hour", "GPS Data not available"},
+        {"GPSDirection", "GPS Direction", "123.45 True North", "GPS Data not available"},
+        {"LocationName", "Location", "", ""},
+        {"MapView", "Map", "", ""},
+        {"Map", "Map", "", ""},
+        {"Artist", "Artist", "an artist", ""},
+        {"Copyright", "Copyright", "an owner", ""},
+        {"Headline", "Headline", "a headline", ""},
+        {"Title", "Title", "a title", ""},
+        {"Caption", "Caption", "a caption", ""},
+        {"CaptionAbstract", "Caption", "a caption", ""},
+        {"UserComment", "User Comment", "a comment", "Not available"},
+        {"Keywords", "Keywords", ",one,,two", ""},
+        {"StarRating", "Star Rating", "4", "0"},
+    };
+    const auto full = fullRecord();
+    const auto empty = std::make_shared<ExifInformation>();
+    ASSERT_EQ(std::size(cases), ExifInformation::keyNames().size());
+    for (std::size_t i = 0; i < std::size(cases); ++i) {
+        const auto& [key, label, text, nothing] = cases[i];
+        EXPECT_EQ(key, ExifInformation::keyNames()[i]);
+        const ExifValue item = itemOf(full, key);
+        EXPECT_EQ(item.uniqueID, key == "Map" ? "MapView" : key);
+        EXPECT_EQ(item.exifKeyReadableFormat, label);
+        EXPECT_EQ(item.exifValueReadableFormat, text) << key;
+        EXPECT_EQ(textOf(empty, key), nothing) << key;
+    }
+    EXPECT_EQ(itemOf(full, "FocalLength").exifRAWValue, "26");
+    EXPECT_EQ(itemOf(full, "FocalLenIn35mmFilm").exifRAWValue, "52");
+    EXPECT_EQ(itemOf(full, "StarRating").exifRAWValue, "4");
+    EXPECT_EQ(itemOf(full, "GPSSpeed").exifKeyWithUnitTypeReadableFormat, "Speed (Kilometer per hour)");
+}
+
+TEST_F(Formatters, ShowCodesAndNumbersAtTheirEdges) {
+    struct Case {
+        std::string_view key, tag;
         Value value;
         std::string_view text;
     };
     const Case cases[] = {
-        {"ExposureTime", "ExposureTime", 0.004, "0.004000 - ( 1/250 seconds )"},
         {"ShutterSpeedStringValue", "ExposureTime", 1.0 / 3, "1/3 seconds"},
+        {"ShutterSpeedStringValue", "ExposureTime", 1 / 29.995, "1/30 seconds"},
         {"ShutterSpeedStringValue", "ExposureTime", 0.3, "0.30000 seconds"},
         {"ShutterSpeedStringValue", "ExposureTime", 1, "1 second"},
-        {"ShutterSpeedStringValue", "ExposureTime", 30, "30 seconds"},
-        {"ShutterSpeedStringValue", "ExposureTime", {}, "0 seconds"},
-        {"ApertureValue", "FNumber", 1.8, "f/1.8"},
-        {"ApertureValue", "FNumber", {}, "f/0.0"},
+        {"ShutterSpeedStringValue", "ExposureTime", 2.5, "2 seconds"},
         {"ApertureMax", "MaxApertureValue", 1, "1.4 (APEX = 1)"},
-        {"ISOSpeedRatings", "ISOSpeedRatings", Array{100, 200}, "ISO 100"},
         {"ISOSpeedRatings", "ISOSpeed", 400, "ISO 400"},
-        {"ISOSpeedValue", "ISOSpeedRatings", Array{100}, "100"},
-        {"ExposureBiasValue", "ExposureBiasValue", -1.0 / 3, "-0.33"},
-        {"FocalLength", "FocalLength", 26.9, "26 mm"},
-        {"FocalLenIn35mmFilm", "FocalLenIn35mmFilm", 52, "52 mm"},
-        {"DigitalZoomRatio", "DigitalZoomRatio", 1.5, "1.500000"},
-        {"FlashPixVersion", "FlashPixVersion", Array{1, 0}, "1.0"},
+        {"ISOSpeedRatings", "ISOSpeedRatings", 64, "ISO 64"},
+        {"ISOSpeedValue", "ISOSpeed", 400, "400"},
+        {"ISOSpeedValue", "ISOSpeedRatings", 64, "64"},
+        {"ExposureMode", "ExposureMode", 2, "Auto bracket"},
+        {"Sharpness", "Sharpness", 2, "Hard"},
+        {"Saturation", "Saturation", 2, "High saturation"},
+        {"FileSource", "FileSource", 3, "Digital Camera"},
+        {"SceneCaptureType", "SceneCaptureType", 3, "Night scene"},
+        {"GainControl", "GainControl", 1, "Landscape"},
+        {"SubjectDistRange", "SubjectDistRange", 3, "Distant"},
+        {"SubjectDistRange", "SubjectDistRange", 9, ""},
+        {"SensingMethod", "SensingMethod", 8, "Color sequential linear sensor"},
+        {"SensitivityType", "SensitivityType", 3, "ISO Speed"},
+        {"MeteringMode", "MeteringMode", 255, "Other"},
+        {"CustomRendered", "CustomRendered", 3, "HDR"},
+        {"CustomRendered", "CustomRendered", 6, "Panorama"},
         {"LightSource", "LightSource", 25, "Other light source"},
         {"LightSource", "LightSource", 255, ""},
-        {"GainControl", "GainControl", 1, "Landscape"},
-        {"MeteringMode", "MeteringMode", 255, "Other"},
-        {"SceneType", "SceneType", 0, "unknown"},
-        {"CustomRendered", "CustomRendered", 3, "HDR"},
         {"ColorSpace", "ColorSpace", 65535, "ICC Profile"},
-        {"ColorSpace", "ColorSpace", 7, "Uncalibrated"},
-        {"LensModel", "LensModel", "50mm", "50mm"},
-        {"UserComment", "UserComment", "Words", "Words"},
-        {"SubjectDistRange", "SubjectDistRange", 9, ""},
+        {"ColorSpace", "ColorSpace", 65533, "Wide Gamut RGB"},
     };
-    for (const auto& [key, tag, value, text] : cases) {
-        Dictionary exif;
-        exif.set(tag, value);
-        EXPECT_EQ(textOf(recordOf(exif), key), text) << key << " of " << value.description();
-    }
+    for (const auto& [key, tag, value, text] : cases)
+        EXPECT_EQ(textOf(recordOf({{tag, value}}), key), text) << key << " of " << value.description();
 }
 
-TEST(Formatters, ShowTheFlashWithItsIcon) {
+TEST_F(Formatters, ShowTheFlashWithItsIcon) {
     struct Case {
         int code;
         std::string_view text, icon;
     };
     const Case cases[] = {
         {0x00, "Flash did not fire", "flash_not_fired"},
-        {0x10, "Flash did not fire, compulsory flash mode", "flash_not_fired"},
-        {0x19, "Flash fired, auto mode", "flash_automatic_fired"},
+        {0x18, "Flash did not fire, auto mode", "flash_automatic_not_fired"},
         {0x5F, "Flash fired, auto mode, return light detected, red-eye reduction mode", "flash_automatic_fired"},
         {0x58, "Unknown 0058", "flash_fired"},
-        {0xABC, "Unknown 0ABC", "flash_fired"},
+        {0xABF, "Unknown 0ABF", "flash_fired"},
     };
     for (const auto& [code, text, icon] : cases) {
-        const ExifValue value = itemOf(*recordOf({{"Flash", code}}), "Flash");
+        const ExifValue value = itemOf(recordOf({{"Flash", code}}), "Flash");
         EXPECT_EQ(value.exifValueReadableFormat, text);
         EXPECT_EQ(value.exifValueIconFileName, icon) << text;
     }
 }
 
-TEST(Formatters, ReadTheFilmModeFromEitherArray) {
+TEST_F(Formatters, ReadTheFilmModeFromEitherArray) {
     struct Case {
         const char* why;
         Dictionary style;
         std::string_view text;
     };
     const Case cases[] = {
-        {"the last simulation", {{"FilmSimulation", Array{0, 0x501}}}, "Pro Neg. Hi"},
-        {"the saturation where there is none",
-         {{"FilmSimulation", Array()}, {"Saturation", Array{0, 0x600}}},
-         "Classic Chrome"},
+        {"the first saturation", {{"FilmSimulation", Array()}, {"Saturation", Array{0x600, 0}}}, "Classic Chrome"},
+        {"its last", {{"Saturation", Array{0, 0x100, 0x310}}}, "B&W Sepia"},
         {"its second", {{"Saturation", Array{0, 0x310, 0}}}, "B&W Sepia"},
-        {"blanks are part of the text", {{"FilmSimulation", Array{0x100}}}, "Studio Portrait "},
-        {"never monochrome", {{"FilmSimulation", Array{0x300}}}, "Studio Portrait Ex "},
+        {"one is a code", {{"Saturation", Array{1, 0x310, 0x600}}}, "Unknown "},
+        {"last, too", {{"Saturation", Array{0, 0x310, 1}}}, "Unknown "},
         {"a later film", {{"FilmSimulation", Array{0x700}}}, "Unknown 0x700"},
-        {"no simulation to name", {{"Saturation", Array{0x700}}}, "Unknown "},
         {"another maker's camera", {}, ""},
     };
-    for (const auto& [why, style, text] : cases) {
-        Dictionary properties{{"{Exif}", Dictionary{{"FNumber", 2}}}};
-        if (!style.empty()) properties.set("{PictureStyle}", style);
-        EXPECT_EQ(textOf(ExifInformation::exifInformationFromMetaDataDictionary(properties), "FilmMode"), text) << why;
-    }
+    for (const auto& [why, style, text] : cases)
+        EXPECT_EQ(textOf(recordOf({}, {{"{PictureStyle}", style}}), "FilmMode"), text) << why;
 }
 
-TEST(Formatters, ShowPlacesInBothNotationsAndUnits) {
-    PersistanceManager& settings = PersistanceManager::sharedInstance();
-    const auto record = recordOf({});
-    EXPECT_EQ(textOf(record, "GPS"), "GPS Data not available");
-    EXPECT_EQ(textOf(record, "GPSDirection"), "GPS Data not available");
-    record->location.emplace();
-    record->location->coordinate = {-33.8568, 151.2153};
-    record->location->altitude = 100;
-    record->gpsDic = Dictionary{{"ImgDirection", 123.45}, {"ImgDirectionRef", "t"}};
-
-    settings.setShouldShowGPSInDecimalValues(true);
-    EXPECT_EQ(textOf(record, "GPS"), "-33.856800° 151.215300°");
+TEST_F(Formatters, ShowPlacesInBothNotationsAndUnits) {
+    const auto record = fullRecord();
     settings.setShouldShowGPSInDecimalValues(false);
     EXPECT_EQ(textOf(record, "GPS"), "33°51'24\"S 151°12'55\"E") << "truncated, never rounded";
     EXPECT_EQ(ExifInformation::coordinateInReadableFormat(0, 0), "0°0'0\"N 0°0'0\"E");
-    settings.setShouldShowGPSInDecimalValues(true);
-
-    settings.setIsUsingMetricUnits(true);
-    EXPECT_EQ(textOf(record, "GPSAltitude"), "100.000000 meters above sea level (+/- 0.00)");
-    EXPECT_EQ(textOf(record, "GPSSpeed"), "-3.60 Kilometer per hour") << "unknown is negative, and shown";
-    EXPECT_EQ(itemOf(*record, "GPSSpeed").exifKeyWithUnitTypeReadableFormat, "Speed (Kilometer per hour)");
+    EXPECT_EQ(ExifInformation::coordinateInReadableFormat(0.5, -0.5), "0°30'0\"N 0°30'0\"W");
     settings.setIsUsingMetricUnits(false);
-    EXPECT_EQ(textOf(record, "GPSAltitude"), "328.084000 feet above sea level (+/- 0.00)");
-    EXPECT_EQ(textOf(record, "GPSSpeed"), "-2.24 Miles per hour");
+    EXPECT_EQ(textOf(record, "GPSAltitude"), "328.084000 feet above sea level (+/- 16.40)");
+    EXPECT_EQ(textOf(record, "GPSSpeed"), "15.66 Miles per hour");
+    EXPECT_EQ(itemOf(record, "GPSSpeed").exifKeyWithUnitTypeReadableFormat, "Speed (Miles per hour)");
 
-    EXPECT_EQ(textOf(record, "GPSDirection"), "123.45 True North");
-    record->gpsDic->set("ImgDirectionRef", "M");
-    EXPECT_EQ(textOf(record, "GPSDirection"), "123.45 M");
-    record->gpsDic = Dictionary{{"ImgDirectionRef", "T"}};
-    EXPECT_EQ(textOf(record, "GPSDirection"), "True North") << "no blank for a direction that is not there";
+    struct Case {
+        Dictionary gps;
+        bool hasPlace;
+        std::string_view text;
+    };
+    for (const auto& [gps, hasPlace, text] :
+         {Case{{{"ImgDirection", 123.45}, {"ImgDirectionRef", "t"}}, false, "123.45 True North"},
+          Case{{{"ImgDirection", 123.45}, {"ImgDirectionRef", "M"}}, false, "123.45 M"},
+          Case{{{"ImgDirectionRef", "T"}}, true, "True North"},
+          Case{{{"ImgDirectionRef", "T"}}, false, "GPS Data not available"}}) {
+        record->gpsDic = gps;
+        if (!hasPlace)
+            record->location.reset();
+        else
+            record->location.emplace();
+        EXPECT_EQ(textOf(record, "GPSDirection"), text);
+    }
 }
 
-TEST(Formatters, ShowSizesOfPictureAndFile) {
+TEST_F(Formatters, ShowSizesOfPictureAndFile) {
     struct Size {
         double width, height;
         std::string_view pixels, ratio;
     };
     const Size sizes[] = {
         {4032, 3024, "12.2 MegaPixels", "4/3"},
-        {6000, 4000, "24 MegaPixels", "3/2"},
-        {12'000'001, 1, "12.1 MegaPixels", "12000001/1 (12000001.000000)"},
+        {1920, 1080, "2.1 MegaPixels", "16/9"},
+        {1700, 900, "1.6 MegaPixels", "17/9 (1.888889)"},
         {4033, 3024, "12.2 MegaPixels", "4033/3024 (1.333664)"},
         {1080, 1, "0.1 MegaPixels", "1080/1 (1080.000000)"},
+        {20, 0, "0 MegaPixels", "1/0"},
         {0, 0, "0 MegaPixels", ""},
     };
+    const auto record = recordOf({});
     for (const auto& [width, height, pixels, ratio] : sizes) {
-        const auto record = recordOf({});
         record->dimensions = {width, height};
         EXPECT_EQ(textOf(record, "ResolutionInMegaPixel"), pixels);
         EXPECT_EQ(textOf(record, "AspectRatioFraction"), ratio) << width;
     }
-    const auto record = recordOf({});
+    EXPECT_EQ(textOf(record, "FramesPerSecond"), "0.0 FPS");
+    struct File {
+        std::uint64_t subtypes;
+        std::int64_t videoSize;
+        std::string_view text;
+    };
     record->fileSizeInBytes = 3'201'234;
-    EXPECT_EQ(textOf(record, "FileSize"), "3.20 MB (3,201,234 bytes)");
     record->phAsset = std::make_shared<PHAsset>();
-    record->phAsset->mediaSubtypes = PHAssetMediaSubtypePhotoLive;
-    record->liveVideoFileSizeInBytes = 2'100'000;
-    EXPECT_EQ(textOf(record, "FileSize"), "3.2 MB & Video size 2.1 MB");
-    record->duration = 3725.9;
-    EXPECT_EQ(textOf(record, "Duration"), "01:02:05");
-    record->framesPerSecondValue = 29.97F;
-    EXPECT_EQ(textOf(record, "FramesPerSecond"), "30.0 FPS");
+    for (const auto& [subtypes, videoSize, text] :
+         {File{8, 2'100'000, "3.2 MB & Video size 2.1 MB"}, File{8, 1, "3.2 MB & Video size 1 byte"},
+          File{8, 0, "3.20 MB (3,201,234 bytes)"}, File{0, 2'100'000, "3.20 MB (3,201,234 bytes)"}}) {
+        record->phAsset->mediaSubtypes = subtypes;
+        record->liveVideoFileSizeInBytes = videoSize;
+        EXPECT_EQ(textOf(record, "FileSize"), text);
+    }
 }
 
-TEST(Formatters, ShowDatesByTheUsersPattern) {
-    PersistanceManager& settings = PersistanceManager::sharedInstance();
-    const auto record = recordOf({{"DateTimeOriginal", "2018:12:31 15:04:05"}});
-    EXPECT_EQ(textOf(record, "DateTaken"), "31-12-2019 03:04:05 PM") << "YYYY is the year of the week";
+TEST_F(Formatters, ShowDatesByTheUsersPattern) {
+    const auto record = fullRecord();
     settings.setDatePreference24HourFormat(true);
     EXPECT_EQ(textOf(record, "DateTaken"), "31-12-2019 15:04:05 ") << "the blank before the letter stays";
     settings.setDateFormatString("yyyy/MM/dd");
     EXPECT_EQ(textOf(record, "DateTaken"), "2018/12/31");
     record->dateModified = record->dateTaken;
+    record->phAsset = nullptr;
     EXPECT_EQ(textOf(record, "EditedDate"), "") << "a file's date is no date of an edit";
-    record->phAsset = std::make_shared<PHAsset>();
-    record->phAsset->modificationDate = record->dateTaken;
-    EXPECT_EQ(textOf(record, "EditedDate"), "2018/12/31");
-    settings.setDatePreference24HourFormat(false);
-    settings.reset(*PersistanceManager::settingNamed("dateFormatString"));
     EXPECT_EQ(textOf(recordOf({{"DateTimeOriginal", "0000:00:00 00:00:00"}}), "DateTaken"), "");
 }
 
-TEST(Formatters, ShowDescriptionsAndSerialNumbers) {
-    const auto record = recordWith({
-        {"{Exif}", Dictionary{{"FNumber", 2}}},
-        {"{TIFF}", Dictionary{{"ImageDescription", "From the tags"}, {"Model", "iPhone10,3"}}},
-        {"{IPTC}", Dictionary{{"Keywords", Array{"", "one", "", "two"}}, {"StarRating", 4}}},
-        {"{ExifAux}", Dictionary{{"LensModel", "50mm"}, {"SerialNumber", 42}, {"ImageNumber", 7}}},
-        {"ColorModel", "RGB"},
-        {"DPIWidth", 72},
-    });
-    EXPECT_EQ(textOf(record, "Caption"), "From the tags");
-    EXPECT_EQ(itemOf(*record, "CaptionAbstract").uniqueID, "CaptionAbstract");
-    EXPECT_EQ(textOf(record, "Model"), "iPhone X");
-    EXPECT_EQ(record->cameraModel, "iPhone X");
-    EXPECT_EQ(textOf(record, "Keywords"), ",one,,two") << "an empty keyword is one, too";
-    EXPECT_EQ(itemOf(*record, "StarRating").exifRAWValue, "4");
-    EXPECT_EQ(textOf(record, "LensModel"), "50mm");
-    EXPECT_EQ(textOf(record, "CameraSerialNumber"), "42");
-    EXPECT_EQ(textOf(record, "shutterCount"), "7");
-    EXPECT_EQ(textOf(record, "ColorProfile"), "Unknown");
-    EXPECT_EQ(textOf(record, "DPIWidth"), "72.000000");
-}
-
-TEST(DeviceMapping, KnowsTheDevicesOfItsTable) {
-    const std::pair<std::string_view, std::string_view> cases[] = {
-        {"iPhone10,3", "iPhone X"},         {"iPhone10,7", "iPhone10,7"}, {"iphone10,3", "iphone10,3"},
-        {"iPad5,1", "iPad Mini 4"},         {"x86_64", "Simulator"},      {"", ""},
-        {"iPhone 12 Pro", "iPhone 12 Pro"},
-    };
-    for (const auto& [identifier, name] : cases)
+TEST_F(Formatters, TakeASecondSourceWhereTheFirstIsMissing) {
+    const auto record = fullRecord();
+    for (const char* tag : {"LensModel", "LensSerialNumber", "BodySerialNumber"}) record->exifDic->set(tag, {});
+    record->iptcDic.reset();
+    record->metaDataDictionary.set("ProfileName", {});
+    for (const auto& [key, text] : {std::pair("LensModel", "an older lens"),
+                                    {"LensSerialNumber", "lens 2"},
+                                    {"CameraSerialNumber", "body 2"},
+                                    {"Caption", "a description"},
+                                    {"CaptionAbstract", "a description"},
+                                    {"ColorProfile", "Unknown"},
+                                    {"Keywords", ",one,,two"}})
+        EXPECT_EQ(textOf(record, key), text) << key;
+    for (const auto& [identifier, name] :
+         {std::pair("iPhone10,7", "iPhone10,7"), {"iPad5,1", "iPad Mini 4"}, {"x86_64", "Simulator"}, {"", ""}})
         EXPECT_EQ(DeviceMapping::getDeviceNameFromMachineIdentifier(identifier), name);
 }
 
+TEST_F(Formatters, SpeakTheLanguage) {
+    const auto record = fullRecord();
+    for (const std::string_view key : ExifInformation::keyNames()) {
+        if (key == "GPS" || key == "CameraMakeAndModel") continue;  // The same everywhere, and none.
+        NSBundle::mainBundle().setLanguage("en");
+        const auto english = itemOf(record, key);
+        NSBundle::mainBundle().setLanguage("ja");
+        EXPECT_NE(itemOf(record, key).exifKeyReadableFormat, english.exifKeyReadableFormat) << key;
+        EXPECT_EQ(itemOf(record, key).uniqueID, english.uniqueID) << "names of keys are no texts";
+    }
+    struct Case {
+        const char *key, *german, *japanese;
+    };
+    const Case cases[] = {
+        {"ExposureTime", "0.004000 - ( 1/250 Sekunden )", "0.004000 - ( 1/250秒 )"},
+        {"LightSource", "Schönes Wetter", "晴天"},
+        {"GPSSpeed", "25.20 Kilometer pro Stunde", "25.20キロメートル/時"},
+        {"GPSDirection", "123.45 Geografisch Nord", "123.45 真北"},
+        {"ResolutionInMegaPixel", "12 Megapixel", "12メガピクセル"},
+        {"FileSize", "3.20 MB (3,201,234 Bytes)", "3.20 MB (3,201,234バイト)"},
+    };
+    for (const auto& [key, german, japanese] : cases) {
+        NSBundle::mainBundle().setLanguage("de");
+        EXPECT_EQ(textOf(record, key), german) << key;
+        NSBundle::mainBundle().setLanguage("ja");
+        EXPECT_EQ(textOf(record, key), japanese) << key;
+    }
+    for (const char* code : {"en", "de", "ja", "ml"}) {
+        NSBundle::mainBundle().setLanguage(code);
+        EXPECT_THAT(std::make_shared<ExifInformation>()->shortExifStringsForShare(),
+                    testing::Not(testing::HasSubstr(localized("Not available"))));
+    }
+}
+
 }  // namespace
-}  // namespace tessaly
+}  // namespace tessaly::test

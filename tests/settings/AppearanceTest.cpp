@@ -114,11 +114,19 @@ TEST_F(Appearance, HasTheColoursOfBothStyles) {
         Components light, dark;
     };
     const auto grey = [](double part) { return Components{part, part, part, 1}; };
-    const Components yellow{220 / 255.0, 198 / 255.0, 83 / 255.0, 1};
+    const auto rgb = [](int red, int green, int blue) {
+        return Components{red / 255.0, green / 255.0, blue / 255.0, 1};
+    };
+    const Components yellow = rgb(220, 198, 83);
     UIView veil;
     Apperance::setAppearanceOnView(veil, 0.5);
     const Case cases[] = {
         {"yellow", Apperance::yellowColor(), yellow, yellow},
+        {"text", Apperance::textColor(), grey(0), grey(1)},
+        {"secondary", Apperance::secondaryTextColor(), rgb(100, 100, 100), rgb(160, 160, 160)},
+        {"tint", Apperance::tintColor(), rgb(128, 98, 0), yellow},
+        {"destructive", Apperance::destructiveTextColor(), rgb(200, 30, 20), rgb(255, 105, 97)},
+        {"on photos", Apperance::textColorOnPhotos(), grey(1), grey(0)},
         {"even rows", Apperance::ultraLightGrayColor(), grey(0xF6 / 255.0F), {0.0917, 0.09117, 0.09117, 1}},
         {"odd rows", Apperance::lightGrayColor(), grey(0xEC / 255.0F), grey(5 / 255.0)},
         {"promotion", backgroundAfter(Apperance::setUltraLighBackgroundColorForSettingsPhotosSearchPromo),

@@ -5,10 +5,12 @@
 #include "platform/Foundation/NSLocale.h"
 #include "platform/Foundation/NSUserDefaults.h"
 #include "platform/UIKit/Presenter.h"
+#include "settings/Apperance.h"
 #include "settings/ChangeLanguageViewController.h"
 #include "settings/LanguageManager.h"
 #include "settings/NSBundle+Language.h"
 #include "settings/PersistanceManager.h"
+#include "settings/UIColor+Hex.h"
 
 namespace tessaly {
 namespace {
@@ -30,6 +32,7 @@ protected:
     void open() {
         screen = std::make_shared<ChangeLanguageViewController>();
         screen->loadViewIfNeeded();
+        screen->viewDidLayoutSubviews();  // The list has no height yet.
         screen->collectionView->setFrame({{0, 120}, {390, 700}});
         screen->viewDidLayoutSubviews();
     }
@@ -67,6 +70,27 @@ TEST_F(ChangeLanguage, ListsEveryLanguageInItsOwnWords) {
     EXPECT_EQ(screen->useDeviceLanguageLabel->text(), "Use Device Language");
     EXPECT_EQ(screen->selectLanguageLabel->text(), "Select Language");
     EXPECT_TRUE(screen->useDeviceLanguageSwitch->isOn());
+    EXPECT_EQ(screen->useDeviceLanguageSwitch->accessibility().label, "Use Device Language");
+    EXPECT_EQ(screen->useDeviceLanguageSwitch->tintColor(), Apperance::tintColor());
+    EXPECT_EQ(screen->view()->backgroundColor(), themeColor());
+    const UIFont large{"AvenirNext-Medium", 17}, small{"AvenirNext-Regular", 13};
+    struct Style {
+        const UILabel& label;
+        UIFont font;
+        UIColor color;
+    };
+    for (const auto& [label, font, color] :
+         {Style{*screen->useDeviceLanguageLabel, large, Apperance::textColor()},
+          Style{*screen->selectLanguageLabel, {large.fontName, 13}, Apperance::secondaryTextColor()},
+          Style{*row(0)->nameLabel, large, Apperance::textColor()},
+          Style{*row(0)->nativeNameLabel, small, Apperance::secondaryTextColor()}}) {
+        EXPECT_EQ(label.font(), font) << label.text();
+        EXPECT_EQ(label.textColor(), color) << label.text();
+    }
+    EXPECT_EQ(row(0)->checkmarkImageView->imageName(), "checkmark");
+    EXPECT_EQ(row(0)->checkmarkImageView->tintColor(), Apperance::tintColor());
+    EXPECT_EQ(row(0)->backgroundColor(), themeColor());
+    EXPECT_EQ(row(0)->frame().size, (CGSize{390, 56}));
     EXPECT_THAT(marked(), testing::IsEmpty()) << "the device decides";
     const auto languages = LanguageManager::languages();
     ASSERT_EQ(screen->collectionView->numberOfItemsInSection(0), languages.size());
@@ -132,6 +156,9 @@ TEST_F(ChangeLanguage, OpensAtThePickedLanguage) {
     EXPECT_EQ(list.contentOffset().y, list.contentSize().height - 700) << "and not beyond the end";
     pick(kJapanese);
     EXPECT_EQ(list.contentOffset().y, list.contentSize().height - 700) << "stays where the finger was";
+    screen->collectionView->setContentOffset({0, 7}, false);
+    screen->viewDidLayoutSubviews();
+    EXPECT_EQ(list.contentOffset().y, 7) << "once";
 }
 
 TEST_F(ChangeLanguage, GrowsItsRowsWithTheText) {

@@ -1,9 +1,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
+#include "platform/Foundation/NSBundle.h"
 #include "platform/Foundation/NSLocale.h"
 #include "platform/Foundation/NSNotificationCenter.h"
 #include "settings/AppSettings.h"
+#include "settings/LanguageManager.h"
 #include "settings/PersistanceManager.h"
 
 namespace tessaly {
@@ -15,54 +19,140 @@ std::string freshSuite() {
     return "group.test" + std::to_string(++count);
 }
 
-std::vector<std::string> namesOf(const ExifKeys& keys) {
-    std::vector<std::string> names;
-    for (const ExifKey& key : keys) names.push_back(key.key);
-    return names;
-}
-
 Data archiveOf(std::initializer_list<std::string_view> names) { return archivedDataWithRootObject(keysNamed(names)); }
 
-TEST(PersistanceManager, HasTheDefaultsOfAFreshInstall) {
-    const PersistanceManager settings(freshSuite());
-    EXPECT_EQ(PersistanceManager::settings().size(), 38U);
-    EXPECT_EQ(settings.imageViewContentMode(), 2);
-    EXPECT_EQ(settings.selectedTabIndex(), 2U);
-    EXPECT_TRUE(settings.isUsingLightFontOnExifDetailsScreen());
-    EXPECT_TRUE(settings.datePreferenceTimeAgoSinceNow());
-    EXPECT_TRUE(settings.shouldShowGPSInDecimalValues());
-    EXPECT_FALSE(settings.isDarkModeOn());
-    EXPECT_EQ(settings.albumNameAfterEditingEXIF(), "Exif Edited");
-    EXPECT_EQ(settings.dateFormatString(), "dd-MM-YYYY hh:mm:ss a");
+struct SettingRow {
+    std::string_view name;
+    Value standard, other;
+    std::string_view notification;
+};
+
+const std::vector<SettingRow>& settingRows() {
+    constexpr std::string_view kFilter = "PersistanceManagerHidePhotosWithoutExifDetailsValueChangedEvent";
+    constexpr std::string_view kList = "ExifDataListNeedRefresh";
+    constexpr std::string_view kDate = "PersistanceManagerDateFormatOrPreferenceChangedEvent";
+    static const std::vector<SettingRow> rows{
+        {"automaticallyDownloadCloudPhotos", false, true, ""},
+        {"allowNetworkAccessToDownloadPhotos", false, false, ""},  // Downloads only when asked for.
+        {"imageViewContentMode", 2, 5, ""},
+        {"overwriteImageForExifChange", true, false, ""},
+        {"addToAlbumAfterEditingEXIF", true, false, ""},
+        {"addToAlbumAfterRemovingEXIF", true, false, ""},
+        {"albumNameAfterEditingEXIF", "Exif Edited", "Mine", ""},
+        {"albumNameAfterRemovingEXIF", "Exif Removed", "Clean", ""},
+        {"shouldUseDeviceLanguage", true, false, ""},
+        {"deleteOriginalPhotoAfterCreatingImageWithoutExif", false, true, ""},
+        {"locationFilter", 0, 2, kFilter},
+        {"shouldHidePhotosWithoutExifDetails", false, true, kFilter},
+        {"shouldHideDeleteAndRemveExifBarOnDetailScreen", false, true, ""},
+        {"isUsingLightFontOnExifDetailsScreen", true, false, kList},
+        {"sortByKeyValue", 0, 1, ""},
+        {"sortOrderAscending", false, true, ""},
+        {"isDarkModeOn", false, true, ""},
+        {"isUsingMetricUnits", true, false, kList},
+        {"datePreference24HourFormat", false, true, kDate},
+        {"haveSeenShareCrashReportsAlert", false, true, ""},
+        {"userAllowedSharingCrashReports", false, true, ""},
+        {"haveSeenIntroductionScreen", false, true, ""},
+        {"haveSeenYoutubeAppVideo", false, true, ""},
+        {"shouldShowZoomPercentageInFullScreen", true, false, ""},
+        {"haveSeenYoutubeAppExtensionVideo", false, true, ""},
+        {"datePreferenceTimeAgoSinceNow", true, false, ""},
+        {"dateFormatString", "dd-MM-YYYY hh:mm:ss a", "yyyy", kDate},
+        {"numberOfExifCardFlips", 0, 7, ""},
+        {"shouldShowExtraInformationOnEXIFCards", true, false, kList},
+        {"shouldShowExifDetailsOnGridView", false, true, kList},
+        {"previousTessalyViewType", 0, 3, ""},
+        {"tessalyViewType", 0, 1, kList},
+        {"shouldShowGPSInDecimalValues", true, false, ""},
+        {"shouldShareAPPURLWhileSharing", false, true, ""},
+        {"includeExifAsTextOniMessageApp", true, false, ""},
+        {"showUserCurrentLocationOnMapView", false, true, ""},
+        {"mapType", 0, 2, ""},
+        {"selectedTabIndex", 2, 1, ""},
+    };
+    return rows;
 }
 
-TEST(PersistanceManager, KeepsWhatWasSetAcrossInstances) {
-    const std::string suite = freshSuite();
-    {
+// Each setting alone, in a suite of its own: its default, what it tells, and that it is written at once.
+TEST(PersistanceManager, KeepsEverySettingAndTellsItsObservers) {
+    NSLocale::setCurrentLocale("de_DE");
+    const auto& rows = settingRows();
+    ASSERT_EQ(PersistanceManager::settings().size(), rows.size());
+    EXPECT_EQ(PersistanceManager::settingNamed("nobody"), nullptr);
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const auto& [name, standard, other, notification] = rows[i];
+        SCOPED_TRACE(name);
+        const std::string suite = freshSuite();
         PersistanceManager settings(suite);
-        settings.setLocationFilter(2);
-        settings.setAlbumNameAfterRemovingEXIF("Clean");
-        settings.setAllowNetworkAccessToDownloadPhotos(true);
-        settings.setIsDarkModeOn(true);
+        const Setting& setting = PersistanceManager::settings()[i];
+        EXPECT_EQ(setting.name, name);
+        EXPECT_EQ(PersistanceManager::settingNamed(name), &setting);
+        EXPECT_EQ(settings.valueOf(setting), standard);
+        if (name != "isUsingMetricUnits") EXPECT_EQ(setting.defaultValue(), standard);
+        std::vector<std::string> told;
+        std::vector<NSNotificationCenter::Observer> observers;
+        for (const std::string_view event :
+             {ExifDataListNeedRefresh, PersistanceManagerHidePhotosWithoutExifDetailsValueChangedEvent,
+              PersistanceManagerDateFormatOrPreferenceChangedEvent})
+            observers.push_back(
+                NSNotificationCenter::defaultCenter().addObserver(event, [&](const NSNotification& notice) {
+                    EXPECT_EQ(notice.object, &settings);
+                    EXPECT_EQ(settings.valueOf(setting), other) << "told after storing";
+                    told.push_back(notice.name);
+                }));
+        settings.setValue(setting, other);
+        EXPECT_EQ(told, notification.empty() ? std::vector<std::string>() : std::vector{std::string(notification)});
+        EXPECT_EQ(PersistanceManager(suite).valueOf(setting), other);
+        observers.clear();
+        settings.reset(setting);
+        EXPECT_EQ(settings.valueOf(setting), standard);
     }
-    PersistanceManager settings(suite);
-    EXPECT_EQ(settings.locationFilter(), 2U);
-    EXPECT_EQ(settings.albumNameAfterRemovingEXIF(), "Clean");
-    EXPECT_FALSE(settings.allowNetworkAccessToDownloadPhotos()) << "downloads only when asked for";
-    EXPECT_TRUE(settings.isDarkModeOn());
+    NSLocale::setCurrentLocale("");
+}
+
+TEST(PersistanceManager, DerivesSomeAnswers) {
+    PersistanceManager settings(freshSuite());
+    settings.setIsDarkModeOn(true);
     PersistanceManager::invertColorsEnabled = true;
     EXPECT_FALSE(settings.isDarkModeOn()) << "inverted colours are dark enough";
     PersistanceManager::invertColorsEnabled = false;
+    EXPECT_TRUE(settings.isDarkModeOn());
+    for (const auto& [stored, shown] : {std::pair(0U, 0), {1U, 1}, {2U, 2}, {3U, 0}}) {
+        settings.setMapType(stored);
+        EXPECT_EQ(settings.mkMapType(), shown) << stored;
+    }
+    for (const bool video : {false, true})
+        for (const bool extension : {false, true}) {
+            settings.setHaveSeenYoutubeAppVideo(video);
+            settings.setHaveSeenYoutubeAppExtensionVideo(extension);
+            EXPECT_EQ(settings.containsNewItemInHelpScreen(), !video || !extension);
+        }
+    NSBundle::mainBundle().setLanguage("de");
+    EXPECT_EQ(settings.albumNameAfterEditingEXIF(), localized("Exif Edited"));
+    EXPECT_EQ(settings.albumNameAfterRemovingEXIF(), localized("Exif Removed"));
+    EXPECT_NE(settings.albumNameAfterEditingEXIF(), "Exif Edited");
+    NSBundle::mainBundle().setLanguage("");
 }
 
-TEST(PersistanceManager, TellsObserversAfterStoring) {
-    PersistanceManager settings(freshSuite());
-    std::uint64_t seen = 99;
-    const auto observer = NSNotificationCenter::defaultCenter().addObserver(
-        PersistanceManagerHidePhotosWithoutExifDetailsValueChangedEvent,
-        [&](const NSNotification&) { seen = settings.locationFilter(); });
-    settings.setLocationFilter(1);
-    EXPECT_EQ(seen, 1U);
+TEST(SettingsDeathTest, WriteWhatTheyDo) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    ::setenv("TESSALY_LOG", "1", 1);
+    const auto act = [] {
+        const std::string suite = freshSuite();
+        static_cast<void>(PersistanceManager(suite));
+        PersistanceManager settings(suite);
+        settings.setShouldHidePhotosWithoutExifDetails(settings.shouldHidePhotosWithoutExifDetails());
+        LanguageManager::saveLanguageByIndex(1);
+        static_cast<void>(LanguageManager::currentLanguageString());
+        std::_Exit(0);
+    };
+    using testing::HasSubstr;
+    EXPECT_EXIT(act(), testing::ExitedWithCode(0),
+                testing::AllOf(HasSubstr("init userDefaults /"), HasSubstr("COUNT___ 21 vs 21"),
+                               HasSubstr("_userDefaults___ /"), HasSubstr("_userDefaults /"), HasSubstr("CODE zh-Hant"),
+                               HasSubstr("currentLanguageString_ zh-Hant zh-Hans")));
+    ::unsetenv("TESSALY_LOG");
 }
 
 TEST(PersistanceManager, AsksTheLocaleForUnitsOnce) {
@@ -70,12 +160,11 @@ TEST(PersistanceManager, AsksTheLocaleForUnitsOnce) {
     int posted = 0;
     const auto observer = NSNotificationCenter::defaultCenter().addObserver(ExifDataListNeedRefresh,
                                                                             [&](const NSNotification&) { ++posted; });
-    NSLocale::setCurrentLocale("de_DE");
-    EXPECT_TRUE(settings.isUsingMetricUnits());
-    EXPECT_EQ(posted, 1);
-    NSLocale::setCurrentLocale("en_US");
-    EXPECT_TRUE(settings.isUsingMetricUnits()) << "the first answer is kept";
-    EXPECT_EQ(posted, 1);
+    for (const char* locale : {"de_DE", "en_US"}) {
+        NSLocale::setCurrentLocale(locale);
+        EXPECT_TRUE(settings.isUsingMetricUnits()) << "the first answer is kept";
+        EXPECT_EQ(posted, 1);
+    }
     NSLocale::setCurrentLocale("");
 }
 
@@ -92,65 +181,132 @@ TEST(PersistanceManager, TakesTheTwelveHourLettersOutOfThePattern) {
     }
 }
 
-TEST(KeyLists, AreTheDefaultsAtFirstAndMergeByCount) {
+std::string joined(const ExifKeys& keys) {
+    std::string text;
+    for (const ExifKey& key : keys) text += (text.empty() ? "" : " ") + key.key + (key.isHidden ? "!" : "");
+    return text;
+}
+
+constexpr std::string_view kVideoKeys =
+    "DateTaken FramesPerSecond GPSSpeed GPSAltitude GPS Duration FileSize Artist Copyright Make Model Software MapView";
+
+TEST(KeyLists, AreTheDefaultsAtFirst) {
     const std::string suite = freshSuite();
-    {
-        const AppSettings settings(suite, NSUserDefaults::standardUserDefaults());
-        EXPECT_EQ(settings.exifVisibleKeysOrderedArray().size(), 62U);
-        EXPECT_EQ(settings.exifKeysOrderedArray_Video().size(), 13U);
+    const AppSettings lists(suite, NSUserDefaults::standardUserDefaults());
+    const PersistanceManager settings(suite);
+    struct Case {
+        const char* storedUnder;
+        const ExifKeys &all, &visible;
+        std::string_view names;
+    };
+    const Case cases[] = {
+        {"exifKeysOrderedArray", lists.exifKeysOrderedArray(), lists.exifVisibleKeysOrderedArray(),
+         "ApertureValue ISOSpeedRatings FocalLength FocalLenIn35mmFilm StarRating Flash ApertureMax DateTaken "
+         "EditedDate GPSSpeed GPSAltitude FlashPixVersion DigitalZoomRatio ExposureBiasValue ExposureMode "
+         "ExposureProgram ExposureTime WhiteBalance MeteringMode SceneCaptureType SceneType SensingMethod "
+         "SensitivityType Sharpness ResolutionInMegaPixel AspectRatioFraction SubjectDistRange ColorModel DPIHeight "
+         "DPIWidth FileSize Depth Orientation ColorSpace ColorProfile CompressedBitsPerPixel Contrast CustomRendered "
+         "GainControl LightSource Saturation Artist Copyright Make Model MakerNote FilmMode Software FileSource "
+         "shutterCount LensMake LensModel LensSerialNumber CameraSerialNumber UserComment Keywords Title Headline "
+         "Caption GPS GPSDirection MapView"},
+        {"exifKeysOrderedArray_Video", lists.exifKeysOrderedArray_Video(), lists.exifVisibleKeysOrderedArray_Video(),
+         kVideoKeys},
+        {"exifKeysOrderedArray_FOR_SHARE", settings.sharedExifVisibleKeysOrderedArray(),
+         settings.allSharedExifVisibleKeysOrderedArray(),
+         "ApertureValue ExposureTime FocalLength FocalLenIn35mmFilm ISOSpeedRatings Flash DateTaken GPSSpeed "
+         "GPSAltitude ExposureBiasValue ExposureMode ExposureProgram WhiteBalance MeteringMode Artist Copyright Make "
+         "Model Software shutterCount LensMake LensModel LensSerialNumber CameraSerialNumber GPS"},
+        {"editExifKeysOrderedArray", settings.sharedEditEXIFVisibleKeysOrderedArray(),
+         settings.allSharedEditEXIFVisibleKeysOrderedArray(),
+         "DateTaken Caption Title FocalLength Copyright Artist Make Model Software LensMake LensModel ApertureValue "
+         "ISOSpeedValue ShutterSpeedStringValue UserComment Keywords Headline StarRating GPSAltitude GPSSpeed GPS"},
+        {"editExifKeysOrderedArrayVideo", settings.sharedEditEXIFVisibleKeysOrderedArrayForVideo(),
+         settings.allSharedEditEXIFVisibleKeysOrderedArrayForVideo(), "DateTaken GPS"},
+    };
+    const NSUserDefaults written(suite);
+    for (const auto& [storedUnder, all, visible, names] : cases) {
+        EXPECT_EQ(joined(all), names);
+        EXPECT_EQ(visible, all) << names;
+        const auto archived = unarchiveObjectWithData<ExifKey>(written.objectForKey(storedUnder).data());
+        EXPECT_EQ(archived, all) << storedUnder << ": written at once";
     }
+    EXPECT_EQ(joined(AppSettings::missingExifOrderedKeysIn(
+                  keysNamed(std::vector<std::string_view>{"GPSSpeed", "Software", "DateTaken"}), true)),
+              "FramesPerSecond GPSAltitude Duration FileSize Artist Copyright Make Model MapView");
+}
+
+// The lists that are merged, and the one that never is.
+TEST(KeyLists, AreMergedWhereTheyAreShorter) {
     struct Case {
         const char* why;
-        std::initializer_list<std::string_view> stored;
-        std::vector<std::string> list;
+        std::vector<std::string_view> stored;
+        std::string_view videos, edited, shared;
     };
+    const std::vector<std::string_view> foreign(13, "x");
     const Case cases[] = {
         {"missing keys come last, in default order",
          {"Duration", "GPS"},
-         {"Duration", "GPS", "DateTaken", "FramesPerSecond", "GPSSpeed", "GPSAltitude", "FileSize", "Artist",
-          "Copyright", "Make", "Model", "Software", "MapView"}},
+         "Duration GPS DateTaken FramesPerSecond GPSSpeed GPSAltitude FileSize Artist Copyright Make Model Software "
+         "MapView",
+         "Duration GPS",
+         "Duration GPS"},
         {"a name within a stored one counts as stored",
-         {"GPSSpeed", "LensModel", "LensMake"},
-         {"GPSSpeed", "LensModel", "LensMake", "DateTaken", "FramesPerSecond", "GPSAltitude", "Duration", "FileSize",
-          "Artist", "Copyright", "Software", "MapView"}},
-        {"an empty list is shorter than any", {}, namesOf(AppSettings::exifKeysDefaultOrderedArrayForVideos())},
+         {"GPSSpeed"},
+         "GPSSpeed DateTaken FramesPerSecond GPSAltitude Duration FileSize Artist Copyright Make Model Software "
+         "MapView",
+         "GPSSpeed DateTaken",
+         "GPSSpeed"},
+        {"an empty list is shorter than any", {}, kVideoKeys, "DateTaken GPS", ""},
+        {"as long as the default: kept, whatever it lacks", foreign, "x x x x x x x x x x x x x",
+         "x x x x x x x x x x x x x", "x x x x x x x x x x x x x"},
     };
-    for (const auto& [why, stored, list] : cases) {
+    for (const auto& [why, stored, videos, edited, shared] : cases) {
+        const std::string suite = freshSuite();
         NSUserDefaults defaults(suite);
-        defaults.setObject(archiveOf(stored), "exifKeysOrderedArray_Video");
+        for (const char* key :
+             {"exifKeysOrderedArray_Video", "editExifKeysOrderedArrayVideo", "exifKeysOrderedArray_FOR_SHARE"})
+            defaults.setObject(archivedDataWithRootObject(keysNamed(stored)), key);
         defaults.synchronize();
-        const AppSettings settings(suite, NSUserDefaults::standardUserDefaults());
-        EXPECT_EQ(namesOf(settings.exifKeysOrderedArray_Video()), list) << why;
+        const AppSettings lists(suite, NSUserDefaults::standardUserDefaults());
+        const PersistanceManager settings(suite);
+        EXPECT_EQ(joined(lists.exifKeysOrderedArray_Video()), videos) << why;
+        EXPECT_EQ(joined(settings.sharedEditEXIFVisibleKeysOrderedArrayForVideo()), edited) << why;
+        EXPECT_EQ(joined(settings.sharedExifVisibleKeysOrderedArray()), shared) << why;
     }
 }
 
 TEST(KeyLists, MoveOnceFromTheOlderPlace) {
-    const std::string suite = freshSuite();
-    auto standard = std::make_shared<NSUserDefaults>(freshSuite());
+    const std::string suite = freshSuite(), old = freshSuite();
+    const auto standard = std::make_shared<NSUserDefaults>(old);
     NSUserDefaults shared(suite);
     shared.setObject(archiveOf({"GPS"}), "exifKeysOrderedArray_Video");
     shared.synchronize();
     standard->setObject(archiveOf({"Duration"}), "exifKeysOrderedArray_Video");
-    {
+    standard->setObject(archiveOf({"Make"}), "exifKeysOrderedArray");
+    standard->synchronize();
+    for (int start = 0; start < 2; ++start) {
         const AppSettings settings(suite, standard);
         EXPECT_EQ(settings.exifKeysOrderedArray_Video().front().key, "Duration");
+        EXPECT_EQ(settings.exifKeysOrderedArray().size(), 62U) << "what only the older place has is not asked";
     }
-    EXPECT_TRUE(standard->objectForKey("exifKeysOrderedArray_Video").isNull());
+    EXPECT_TRUE(NSUserDefaults(old).objectForKey("exifKeysOrderedArray_Video").isNull());
 }
 
-TEST(KeyLists, HideKeysAndNeverExtendTheShareList) {
+TEST(KeyLists, HideKeysAndAreWrittenAtOnce) {
     const std::string suite = freshSuite();
-    {
-        PersistanceManager settings(suite);
-        ExifKeys keys = keysNamed(std::initializer_list<std::string_view>{"Model", "Make"});
-        keys[0].isHidden = true;
-        settings.setSharedExifVisibleKeysOrderedArray(keys);
-        EXPECT_EQ(namesOf(settings.allSharedExifVisibleKeysOrderedArray()), std::vector<std::string>{"Make"});
-    }
-    const PersistanceManager settings(suite);
-    EXPECT_EQ(settings.sharedExifVisibleKeysOrderedArray().size(), 2U);
-    EXPECT_EQ(settings.allSharedEditEXIFVisibleKeysOrderedArray().size(), 21U);
-    EXPECT_EQ(settings.sharedEditEXIFVisibleKeysOrderedArrayForVideo().size(), 2U);
+    AppSettings lists(suite, NSUserDefaults::standardUserDefaults());
+    PersistanceManager settings(suite);
+    ExifKeys keys = keysNamed(std::initializer_list<std::string_view>{"Model", "Make", "GPS"});
+    EXPECT_EQ(settings.allSharedExifVisibleKeysOrderedArray().size(), 25U);
+    settings.setSharedExifVisibleKeysOrderedArray(keys);
+    keys[0].isHidden = true;
+    settings.setSharedExifVisibleKeysOrderedArray(keys);
+    EXPECT_EQ(joined(settings.allSharedExifVisibleKeysOrderedArray()), "Make GPS");
+    const PersistanceManager later(suite);
+    EXPECT_EQ(joined(later.sharedExifVisibleKeysOrderedArray()), "Model! Make GPS");
+    for (ExifKey& key : keys) key.isHidden = true;
+    settings.setSharedExifVisibleKeysOrderedArray(keys);
+    EXPECT_TRUE(settings.allSharedExifVisibleKeysOrderedArray().empty());
 }
 
 TEST(KeyLists, ShowNothingWhenWhatIsStoredCannotBeRead) {
