@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <sstream>
 
 #include "platform/Foundation/NSBundle.h"
 #include "platform/Foundation/NSLocale.h"
@@ -21,93 +22,80 @@ std::string freshSuite() {
 
 Data archiveOf(std::initializer_list<std::string_view> names) { return archivedDataWithRootObject(keysNamed(names)); }
 
-struct SettingRow {
-    std::string_view name;
+/// Settings that have the same default, take the same other value, and tell the same observers.
+struct SettingGroup {
+    std::string_view names;
     Value standard, other;
-    std::string_view notification;
+    std::string_view notification = {};
 };
 
-const std::vector<SettingRow>& settingRows() {
+std::vector<SettingGroup> settingGroups() {
     constexpr std::string_view kFilter = "PersistanceManagerHidePhotosWithoutExifDetailsValueChangedEvent";
     constexpr std::string_view kList = "ExifDataListNeedRefresh";
     constexpr std::string_view kDate = "PersistanceManagerDateFormatOrPreferenceChangedEvent";
-    static const std::vector<SettingRow> rows{
-        {"automaticallyDownloadCloudPhotos", false, true, ""},
-        {"allowNetworkAccessToDownloadPhotos", false, false, ""},  // Downloads only when asked for.
-        {"imageViewContentMode", 2, 5, ""},
-        {"overwriteImageForExifChange", true, false, ""},
-        {"addToAlbumAfterEditingEXIF", true, false, ""},
-        {"addToAlbumAfterRemovingEXIF", true, false, ""},
-        {"albumNameAfterEditingEXIF", "Exif Edited", "Mine", ""},
-        {"albumNameAfterRemovingEXIF", "Exif Removed", "Clean", ""},
-        {"shouldUseDeviceLanguage", true, false, ""},
-        {"deleteOriginalPhotoAfterCreatingImageWithoutExif", false, true, ""},
+    return {
+        {"automaticallyDownloadCloudPhotos deleteOriginalPhotoAfterCreatingImageWithoutExif sortOrderAscending "
+         "shouldHideDeleteAndRemveExifBarOnDetailScreen isDarkModeOn haveSeenShareCrashReportsAlert "
+         "userAllowedSharingCrashReports haveSeenIntroductionScreen haveSeenYoutubeAppVideo "
+         "haveSeenYoutubeAppExtensionVideo shouldShareAPPURLWhileSharing showUserCurrentLocationOnMapView",
+         false, true},
+        {"overwriteImageForExifChange addToAlbumAfterEditingEXIF addToAlbumAfterRemovingEXIF shouldUseDeviceLanguage "
+         "shouldShowZoomPercentageInFullScreen datePreferenceTimeAgoSinceNow shouldShowGPSInDecimalValues "
+         "includeExifAsTextOniMessageApp",
+         true, false},
+        {"allowNetworkAccessToDownloadPhotos", false, false},  // Downloads only when asked for.
+        {"sortByKeyValue numberOfExifCardFlips previousTessalyViewType mapType", 0, 3},
+        {"imageViewContentMode selectedTabIndex", 2, 1},
+        {"albumNameAfterEditingEXIF", "Exif Edited", "Mine"},
+        {"albumNameAfterRemovingEXIF", "Exif Removed", "Clean"},
         {"locationFilter", 0, 2, kFilter},
         {"shouldHidePhotosWithoutExifDetails", false, true, kFilter},
-        {"shouldHideDeleteAndRemveExifBarOnDetailScreen", false, true, ""},
-        {"isUsingLightFontOnExifDetailsScreen", true, false, kList},
-        {"sortByKeyValue", 0, 1, ""},
-        {"sortOrderAscending", false, true, ""},
-        {"isDarkModeOn", false, true, ""},
-        {"isUsingMetricUnits", true, false, kList},
-        {"datePreference24HourFormat", false, true, kDate},
-        {"haveSeenShareCrashReportsAlert", false, true, ""},
-        {"userAllowedSharingCrashReports", false, true, ""},
-        {"haveSeenIntroductionScreen", false, true, ""},
-        {"haveSeenYoutubeAppVideo", false, true, ""},
-        {"shouldShowZoomPercentageInFullScreen", true, false, ""},
-        {"haveSeenYoutubeAppExtensionVideo", false, true, ""},
-        {"datePreferenceTimeAgoSinceNow", true, false, ""},
-        {"dateFormatString", "dd-MM-YYYY hh:mm:ss a", "yyyy", kDate},
-        {"numberOfExifCardFlips", 0, 7, ""},
-        {"shouldShowExtraInformationOnEXIFCards", true, false, kList},
+        {"isUsingLightFontOnExifDetailsScreen isUsingMetricUnits shouldShowExtraInformationOnEXIFCards", true, false,
+         kList},
         {"shouldShowExifDetailsOnGridView", false, true, kList},
-        {"previousTessalyViewType", 0, 3, ""},
         {"tessalyViewType", 0, 1, kList},
-        {"shouldShowGPSInDecimalValues", true, false, ""},
-        {"shouldShareAPPURLWhileSharing", false, true, ""},
-        {"includeExifAsTextOniMessageApp", true, false, ""},
-        {"showUserCurrentLocationOnMapView", false, true, ""},
-        {"mapType", 0, 2, ""},
-        {"selectedTabIndex", 2, 1, ""},
+        {"datePreference24HourFormat", false, true, kDate},
+        {"dateFormatString", "dd-MM-YYYY hh:mm:ss a", "yyyy", kDate},
     };
-    return rows;
 }
 
-// Each setting alone, in a suite of its own: its default, what it tells, and that it is written at once.
+void expectSetting(const Setting& setting, const SettingGroup& group) {
+    SCOPED_TRACE(setting.name);
+    const std::string suite = freshSuite();
+    PersistanceManager settings(suite);
+    EXPECT_EQ(settings.valueOf(setting), group.standard);
+    if (setting.name != "isUsingMetricUnits") EXPECT_EQ(setting.defaultValue(), group.standard);
+    std::string told;
+    std::vector<NSNotificationCenter::Observer> observers;
+    for (const std::string_view event :
+         {ExifDataListNeedRefresh, PersistanceManagerHidePhotosWithoutExifDetailsValueChangedEvent,
+          PersistanceManagerDateFormatOrPreferenceChangedEvent})
+        observers.push_back(NSNotificationCenter::defaultCenter().addObserver(event, [&](const NSNotification& notice) {
+            EXPECT_EQ(notice.object, &settings);
+            EXPECT_EQ(settings.valueOf(setting), group.other) << "told after storing";
+            told += notice.name;
+        }));
+    settings.setValue(setting, group.other);
+    EXPECT_EQ(told, group.notification);
+    EXPECT_EQ(PersistanceManager(suite).valueOf(setting), group.other) << "written at once";
+    observers.clear();
+    settings.reset(setting);
+    EXPECT_EQ(settings.valueOf(setting), group.standard);
+}
+
 TEST(PersistanceManager, KeepsEverySettingAndTellsItsObservers) {
     NSLocale::setCurrentLocale("de_DE");
-    const auto& rows = settingRows();
-    ASSERT_EQ(PersistanceManager::settings().size(), rows.size());
-    EXPECT_EQ(PersistanceManager::settingNamed("nobody"), nullptr);
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-        const auto& [name, standard, other, notification] = rows[i];
-        SCOPED_TRACE(name);
-        const std::string suite = freshSuite();
-        PersistanceManager settings(suite);
-        const Setting& setting = PersistanceManager::settings()[i];
-        EXPECT_EQ(setting.name, name);
-        EXPECT_EQ(PersistanceManager::settingNamed(name), &setting);
-        EXPECT_EQ(settings.valueOf(setting), standard);
-        if (name != "isUsingMetricUnits") EXPECT_EQ(setting.defaultValue(), standard);
-        std::vector<std::string> told;
-        std::vector<NSNotificationCenter::Observer> observers;
-        for (const std::string_view event :
-             {ExifDataListNeedRefresh, PersistanceManagerHidePhotosWithoutExifDetailsValueChangedEvent,
-              PersistanceManagerDateFormatOrPreferenceChangedEvent})
-            observers.push_back(
-                NSNotificationCenter::defaultCenter().addObserver(event, [&](const NSNotification& notice) {
-                    EXPECT_EQ(notice.object, &settings);
-                    EXPECT_EQ(settings.valueOf(setting), other) << "told after storing";
-                    told.push_back(notice.name);
-                }));
-        settings.setValue(setting, other);
-        EXPECT_EQ(told, notification.empty() ? std::vector<std::string>() : std::vector{std::string(notification)});
-        EXPECT_EQ(PersistanceManager(suite).valueOf(setting), other);
-        observers.clear();
-        settings.reset(setting);
-        EXPECT_EQ(settings.valueOf(setting), standard);
+    std::size_t count = 0;
+    for (const SettingGroup& group : settingGroups()) {
+        std::istringstream names{std::string(group.names)};
+        for (std::string name; names >> name; ++count) {
+            const Setting* const setting = PersistanceManager::settingNamed(name);
+            ASSERT_TRUE(setting) << name;
+            expectSetting(*setting, group);
+        }
     }
+    EXPECT_EQ(PersistanceManager::settings().size(), count);
+    EXPECT_EQ(PersistanceManager::settingNamed("nobody"), nullptr);
     NSLocale::setCurrentLocale("");
 }
 
