@@ -9,6 +9,7 @@ namespace tessaly::media {
 namespace {
 
 using imageio::asText;
+using imageio::BlockChange;
 using imageio::ByteSource;
 using imageio::ByteVector;
 using imageio::ByteWriter;
@@ -18,11 +19,14 @@ using imageio::RewritePlan;
 using std::string_view_literals::operator""sv;
 
 constexpr std::uint64_t kLargestChunk = 64 * 1024 * 1024;
+/// XMP (part 3, 2.3.1).
+constexpr auto kPacket = "_PMX"sv;
 
 /// Chunks become empty ones ("JUNK") of the same length: an index may count from the file's start, so nothing moves.
 class AviPlan {
 public:
-    AviPlan(ByteSource& source, bool everything) : source_(source), reader_(source), everything_(everything) {}
+    AviPlan(ByteSource& source, const BlockChange& change)
+        : source_(source), reader_(source), change_(change), everything_(change.removesEverything()) {}
 
     imageio::RewriteResult make(RewriteFault& fault) {
         fault = RewriteFault::damaged;
@@ -58,6 +62,8 @@ private:
         if (chunk.isList("hdrl") || chunk.isList("strl") || chunk.isList("odml")) {
             RiffChunks<PassingReader> chunks(reader_, chunk);
             while (const auto inner = chunks.next()) place(*inner);
+        } else if (chunk.name == kPacket && !everything_) {
+            cutPacket(chunk);
         } else if (tellsPlace(chunk) || (everything_ && !isPlayed(chunk) && !isCodecData(chunk))) {
             blank(chunk);
         }
@@ -74,7 +80,18 @@ private:
 
     /// Where coordinates or names of places may stand: with those, all of the block.
     bool tellsPlace(const RiffChunk& chunk) {
-        return chunk.name == "_PMX" || chunk.isList("hydt") || chunk.isList("pntx") || isCameraData(chunk);
+        return chunk.isList("hydt") || chunk.isList("pntx") || isCameraData(chunk);
+    }
+
+    /// Without the place it is no longer than before; the rest is filled with what XML does not mind.
+    void cutPacket(const RiffChunk& chunk) {
+        if (chunk.length > kLargestChunk) return void(isTooLarge_ = true);
+        ByteVector packet(static_cast<std::size_t>(chunk.length));
+        if (source_.copyTo(chunk.position, packet) != packet.size()) return;
+        auto cut = change_.xmp(packet);
+        if (!cut || cut->size() > packet.size()) return blank(chunk);
+        cut->resize(packet.size(), std::byte{' '});
+        if (*cut != packet) patches_.push_back({chunk.position, std::move(*cut)});
     }
 
     void blank(const RiffChunk& chunk) {
@@ -93,6 +110,7 @@ private:
 
     ByteSource& source_;
     PassingReader reader_;
+    const BlockChange& change_;
     bool everything_;
     bool isTooLarge_ = false;
     std::vector<RewritePlan::Patch> patches_;
@@ -100,7 +118,7 @@ private:
 
 }  // namespace
 
-imageio::RewriteResult rewriteAvi(ByteSource& source, const imageio::BlockChange& change, RewriteFault& fault) {
+imageio::RewriteResult rewriteAvi(ByteSource& source, const BlockChange& change, RewriteFault& fault) {
     if (!change.change().values.empty()) {
         fault = RewriteFault::unsupported;
         return std::nullopt;
@@ -111,7 +129,7 @@ imageio::RewriteResult rewriteAvi(ByteSource& source, const imageio::BlockChange
         fault = RewriteFault::none;
         return plan;
     }
-    return AviPlan(source, change.removesEverything()).make(fault);
+    return AviPlan(source, change).make(fault);
 }
 
 }  // namespace tessaly::media

@@ -271,12 +271,13 @@ private:
         return false;
     }
 
-    /// Boxes of JPEG XT (ISO/IEC 18477-3), whose residual layers show; content credentials (JUMBF) do not.
+    /// Boxes of JPEG XT (ISO/IEC 18477-3), whose residual layers show: their types are capitals, and nobody else's are.
+    /// Content credentials (JUMBF) do not show.
     bool isExtensionLayer(const Segment& segment) {
         const auto head = source_.bytes(segment.position, 16);
         if (!head || segment.length < 16 || !asText(*head).starts_with("JP")) return false;
         const std::string_view type = asText(*head).substr(12, 4);
-        return type != "jumb" && type != "c2pa";
+        return type == "ftyp" || std::ranges::all_of(type, [](char c) { return c >= 'A' && c <= 'Z'; });
     }
 
     void startPlan(RewritePlan& plan) const {

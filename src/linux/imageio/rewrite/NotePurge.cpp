@@ -48,6 +48,10 @@ constexpr std::array kPrivateFields{
     PrivateField{readPanasonicNote, 0, 0x006B, true},  //
     PrivateField{readPanasonicNote, 0, 0x006D, true},  //
     PrivateField{readPanasonicNote, 0, 0x006F, true},  //
+    PrivateField{readPanasonicNote, 0, 0x0080, true},  // Village, and three more names beside it.
+    PrivateField{readPanasonicNote, 0, 0x0081, true},  //
+    PrivateField{readPanasonicNote, 0, 0x0082, true},  //
+    PrivateField{readPanasonicNote, 0, 0x0083, true},  //
     PrivateField{readOlympusNote, 0, 0x0404},          // Serial numbers.
     PrivateField{readOlympusNote, 0, 0x101A},          //
     PrivateField{readOlympusNote, 0x2010, 0x0101},     //
@@ -57,12 +61,20 @@ constexpr std::array kPrivateFields{
     PrivateField{readOlympusNote, 0x2010, 0x1003},     //
     PrivateField{readPentaxNote, 0, 0x0006},           // Date and time.
     PrivateField{readPentaxNote, 0, 0x0007},           //
+    PrivateField{readPentaxNote, 0, 0x0023, true},     // Cities of home and journey, and again with the world time.
+    PrivateField{readPentaxNote, 0, 0x0024, true},     //
+    PrivateField{readPentaxNote, 0, 0x006B, true},     //
     PrivateField{readPentaxNote, 0, 0x0215},           // Camera information: internal serial number.
     PrivateField{readPentaxNote, 0, 0x0229},           // Serial number, artist, copyright.
     PrivateField{readPentaxNote, 0, 0x022E},           //
     PrivateField{readPentaxNote, 0, 0x022F},           //
     PrivateField{readRicohNote, 0, 0x0005},            // Serial numbers.
-    PrivateField{readSamsungNote, 0, 0x0031, true},    // Name of the place.
+    PrivateField{readSamsungNote, 0, 0x002F, true},    // The receiver's texts, with names of the place.
+    PrivateField{readSamsungNote, 0, 0x0030, true},    //
+    PrivateField{readSamsungNote, 0, 0x0031, true},    //
+    PrivateField{readSamsungNote, 0, 0x0032, true},    //
+    PrivateField{readSamsungNote, 0, 0x0033, true},    //
+    PrivateField{readSamsungNote, 0, 0x0034, true},    //
     PrivateField{readSamsungNote, 0, 0xA002},          // Serial numbers.
     PrivateField{readSamsungNote, 0, 0xA005},          //
     PrivateField{readSigmaNote, 0, 0x0002},            // Serial number.
@@ -109,6 +121,17 @@ void treatNikonSerialNumber(const OpenedNote& note, NoteTrim& trim) {
     trim.patches.push_back({serial->position, std::move(made)});
 }
 
+constexpr std::uint16_t kCanonTimeZone = 0x0035;
+
+/// The time zone names a city (32 bits behind the length and the zone itself); 0 is none. When the photo was taken
+/// stays told.
+void treatCanonTimeZone(const OpenedNote& note, NoteTrim& trim) {
+    constexpr std::uint64_t kCity = 8, kCityLength = 4;
+    const auto zone = note.directory.find(kCanonTimeZone);
+    if (zone && zone->byteLength() >= kCity + kCityLength)
+        trim.patches.push_back({zone->position + kCity, ByteVector(kCityLength)});
+}
+
 }  // namespace
 
 std::vector<NoteTrim> noteTrims(TiffContext& tiff, const TiffEntry& note, std::string_view make, NotePurge purge) {
@@ -118,6 +141,7 @@ std::vector<NoteTrim> noteTrims(TiffContext& tiff, const TiffEntry& note, std::s
     if (!opened || !opened->directory.complete) return trims;
     NoteTrim own{opened->tiff, opened->directoryPosition, opened->directory, {}, {}};
     if (opened->read == readNikonNote && purge == NotePurge::personal) treatNikonSerialNumber(*opened, own);
+    if (opened->read == readCanonNote && purge == NotePurge::places) treatCanonTimeZone(*opened, own);
     addTrim(trims, *opened, 0, purge, std::move(own));
     for (const PrivateField& field : kPrivateFields) {
         if (field.maker != opened->read || field.directory == 0) continue;

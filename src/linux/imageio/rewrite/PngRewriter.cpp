@@ -36,6 +36,13 @@ ByteVector chunkBytes(std::string_view type, Bytes data) {
     return writer.take();
 }
 
+/// A packet in its text chunk: not compressed; no language, no translated keyword.
+ByteVector packetBytes(Bytes packet) {
+    ByteWriter writer;
+    writer.text(kXmpKeyword).zeros(5).bytes(packet);
+    return chunkBytes("iTXt", writer.view());
+}
+
 struct Chunk {
     std::string type;
     std::uint64_t start = 0;
@@ -117,7 +124,10 @@ private:
             return;
         }
         if (text->keyword == kXmpKeyword) {
-            if (xmp_.empty()) xmp_ = bodyOf(*text);
+            if (xmp_.empty())
+                xmp_ = bodyOf(*text);
+            else if (const auto further = change_.furtherXmp(bodyOf(*text)))
+                texts_.push_back(packetBytes(*further));
         } else if (text->keyword.starts_with(kProfilePrefix)) {
             placeProfile(chunk, *text);
         } else if (!change_.removesEverything() && !tellsPlace(text->keyword)) {
@@ -166,11 +176,7 @@ private:
         if (asText(exif_).starts_with("Exif"))
             exif_.erase(exif_.begin(), exif_.begin() + std::min<std::ptrdiff_t>(6, std::ssize(exif_)));
         if (const auto exif = change_.exif(exif_, hasDensity_)) plan.add(chunkBytes("eXIf", *exif));
-        if (const auto xmp = change_.xmp(xmp_)) {
-            ByteWriter writer;
-            writer.text(kXmpKeyword).zeros(5).bytes(*xmp);  // Not compressed; no language, no translated keyword.
-            plan.add(chunkBytes("iTXt", writer.view()));
-        }
+        if (const auto xmp = change_.xmp(xmp_)) plan.add(packetBytes(*xmp));
         for (ByteVector& text : texts_) plan.add(std::move(text));
         plan.append(std::move(rest_), 0);
         const bool dropsTrailer = change_.change().removal != MetadataChange::Removal::nothing;
