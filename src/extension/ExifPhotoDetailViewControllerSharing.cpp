@@ -88,6 +88,7 @@ struct Stripped {
     std::vector<UIActivityItem> items;
     std::vector<UIActivityItem> clean;        ///< The same without any metadata.
     std::vector<std::string_view> leftovers;  ///< In any of them; keys of texts.
+    bool isGone = false;                      ///< One of the photos is not there any more.
 };
 
 void add(const std::vector<std::string_view>& kinds, std::vector<std::string_view>& all) {
@@ -101,6 +102,7 @@ Stripped strip(const std::vector<Photo>& photos) {
     Stripped stripped;
     for (const Photo& photo : photos) {
         const Data original = bytesOf(photo);
+        stripped.isGone |= !original;
         Data data = ExifManager::imageDataByRemovingExifAndGeoTagging(original);
         if (!data || data->empty()) continue;
         if (const Data clean = dataWithoutAnyMetadata(original)) {
@@ -114,8 +116,10 @@ Stripped strip(const std::vector<Photo>& photos) {
     return stripped;
 }
 
-void share(const Screen& screen, const std::vector<UIActivityItem>& items) {
-    if (items.empty())
+void share(const Screen& screen, const std::vector<UIActivityItem>& items, bool isGone = false) {
+    if (items.empty() && isGone)
+        tellThatItIsGone(screen);
+    else if (items.empty())
         screen->showMessage(formatted(localized("Error : %@"), localized("This file cannot be changed")), false);
     screen->showActivityViewControllerWithItems(items);
 }
@@ -146,7 +150,7 @@ void shareWithoutMetadata(const Screen& screen, Amount amount, std::vector<Photo
         [photos = std::move(photos)] { return strip(photos); },
         [amount](const Screen& self, Stripped& stripped) {
             if (stripped.items.empty() && amount == Amount::several) return;
-            if (stripped.leftovers.empty()) return share(self, stripped.items);
+            if (stripped.leftovers.empty()) return share(self, stripped.items, stripped.isGone);
             askAboutLeftovers(self, std::make_shared<const Stripped>(std::move(stripped)));
         });
 }

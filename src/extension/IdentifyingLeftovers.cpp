@@ -32,6 +32,9 @@ constexpr std::array kMarks{
     Mark{"\x89PNG"sv, "iTXt"sv, Kind::texts},
     Mark{"GIF8"sv, "\x21\xFE"sv, Kind::texts},
     Mark{"\xFF\xD8"sv, "\xFF\xFE"sv, Kind::texts},  // Never in a picture's scans, where zeroes follow each 0xFF.
+    Mark{""sv, "8BIM\x03\xF0"sv, Kind::texts},      // Photoshop's resources: a caption, addresses, a list of them.
+    Mark{""sv, "8BIM\x04\x0B"sv, Kind::texts},
+    Mark{""sv, "8BIM\x04\x1E"sv, Kind::texts},
     Mark{""sv, ":xmpmeta"sv, Kind::xmp},
     Mark{""sv, ":RDF"sv, Kind::xmp},
     Mark{""sv, "c2pa"sv, Kind::credentials},

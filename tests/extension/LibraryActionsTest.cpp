@@ -201,6 +201,9 @@ TEST_F(LibraryActions, FailuresAreToldAndChangeNothing) {
 
 // The place alone goes, from photos and videos, and the page speaks of what is there now.
 TEST_F(LibraryActions, RemoveLocationTakesThePlaceAlone) {
+    const auto host = std::make_shared<UIViewController>();
+    host->presentViewController(screen, true);
+    finish();  // Its controls are connected.
     const std::string copied = "Successfully created new copy of ",
                       removed = "Successfully removed Location data from ";
     for (const auto& [name, overwrites, changed, expected] :
@@ -214,7 +217,7 @@ TEST_F(LibraryActions, RemoveLocationTakesThePlaceAlone) {
         show({shown});
         screen->overwriteSwitch->setOn(overwrites);
         screen->deleteOriginalPhotoAfterRemovingExifSwitch->setOn(false);
-        screen->removeLocationButtonTapped();
+        screen->removeLocationButton->sendAction();
         finish();
         EXPECT_EQ(banner(), expected);
         EXPECT_THAT(contentOf(path(changed)), HasSubstr("SECRET")) << "nothing but the place";

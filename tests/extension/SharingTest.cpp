@@ -32,6 +32,10 @@ ByteString photoWithPacket() {
     return jpeg({jpegSegment(0xE1, ByteString("http://ns.adobe.com/xap/1.0/\0"_z).add(words))});
 }
 
+ByteString photoWithAddress() {
+    return jpeg({jpegSegment(0xED, ByteString("Photoshop 3.0\0"_z).add(psdResource(0x040B, "SECRET address")))});
+}
+
 ByteString motionPhoto() {
     return ByteString(contentOf(TESSALY_SEEDS "/heif/mdat.heic")).add(box("mpvd", {"SECRET motion"}));
 }
@@ -137,6 +141,7 @@ TEST_F(Sharing, WithoutMetadataNamesWhatIsLeft) {
         {"comment.jpg", photoWithComment(), "Texts and comments"},
         {"text.png", pngWithText(), "Texts and comments"},
         {"packet.jpg", photoWithPacket(), "XMP data"},
+        {"address.jpg", photoWithAddress(), "Texts and comments"},
         {"motion.heic", motionPhoto(), "Embedded video"},
         {"unknown.jpg", jpeg({jpegSegment(0xEA, ByteString(std::string(2000, 's')))}), "Other hidden data"},
     };
@@ -179,17 +184,25 @@ TEST_F(Sharing, OfSeveralKeepsTheOrderAndLeavesOutWhatCannotBeStripped) {
     std::filesystem::remove(missing->imageFilePathURL.path());
     show({record("b.jpg", photo(2)), record("text.png", pngWithText()), record("no.jpg", ByteString("no picture")),
           missing, ofType(PHAssetMediaTypeVideo), record("a.jpg", photoWithPacket())});
-    chooseFromMenu("Share 5 Photos without EXIF");
-    const auto alert = presenter.last<UIAlertController>();
-    ASSERT_TRUE(alert);
-    EXPECT_EQ(alert->message(), "This is still inside: Texts and comments, XMP data") << "of all, once";
-    ASSERT_TRUE(choose("Remove this too"));
-    Names names;
-    for (const UIActivityItem& item : shared()) {
-        names.push_back(item.suggestedName);
-        EXPECT_THAT(bytesOf(item), Not(HasSubstr("SECRET")));
+    for (const bool fromMenu : {true, false}) {
+        SCOPED_TRACE(fromMenu);
+        if (!fromMenu) screen->shareAllWithoutMetadata();
+        fromMenu ? chooseFromMenu("Share 5 Photos without EXIF") : finish();
+        const auto alert = presenter.last<UIAlertController>();
+        ASSERT_TRUE(alert);
+        EXPECT_EQ(alert->message(), "This is still inside: Texts and comments, XMP data") << "of all, once";
+        ASSERT_TRUE(choose("Remove this too"));
+        Names names;
+        for (const UIActivityItem& item : shared()) {
+            names.push_back(item.suggestedName);
+            EXPECT_THAT(bytesOf(item), Not(HasSubstr("SECRET")));
+        }
+        EXPECT_THAT(names, ElementsAre("b.jpg", "text.png", "a.jpg"));
+        presenter.presented.clear();
     }
-    EXPECT_THAT(names, ElementsAre("b.jpg", "text.png", "a.jpg"));
+    show({ofType(PHAssetMediaTypeVideo)});
+    screen->shareAllWithoutMetadata();
+    EXPECT_EQ(banner(), "There is nothing to share");
 }
 
 TEST_F(Sharing, NothingThatCouldBeStripped) {
@@ -200,6 +213,9 @@ TEST_F(Sharing, NothingThatCouldBeStripped) {
     EXPECT_THAT(shared(), IsEmpty());
     EXPECT_EQ(banner(), "Error : This file cannot be changed");
     EXPECT_FALSE(isSuccess());
+    std::filesystem::remove(folder_.path() / "in/a.jpg");
+    chooseFromMenu("Share without EXIF");
+    EXPECT_EQ(banner(), "This photo is no longer there.");
 }
 
 TEST_F(Sharing, WithMetadataSharesTheFileAndItsText) {
