@@ -418,24 +418,35 @@ TEST(PlantedValues, OfThePlaceAreGoneAloneAndEverywhere) {
     }
 }
 
-// The city by which a camera knows its time zone; the zone itself tells when.
+// The cities by which a camera knows its time zone; the zone itself tells when.
 TEST(PlantedValues, OfThePlaceAreBlankedInsideAField) {
+    struct Row {
+        const char* make;
+        ByteString head;  ///< Of the note.
+        ByteString field, blanked;
+    };
     const auto numbers = [](std::initializer_list<std::uint32_t> values) {
         ByteString made;
         for (const std::uint32_t value : values) made.number(value, true);
-        return std::string(made.text());
+        return made;
     };
-    const auto build = [](std::uint32_t at) {
-        TiffBuilder note, tiff;
-        note.longs(first, 0x0035, {16, 60, 17, 1});
-        tiff.text(first, 0x010F, "Canon").text(exif, 0x9003, "2020:01:02 03:04:05");
-        addRaw(tiff, exif, 0x927C, note.directory(first, at));
-        return tiff.build();
-    };
-    const auto field = build(0).text().find("\x35\0\4\0\4\0\0\0"_z.text());
-    const ByteString file = jpegWithExif(build(static_cast<std::uint32_t>(field - 2)));
-    ASSERT_NE(file.text().find(numbers({16, 60, 17, 1})), std::string_view::npos);
-    EXPECT_NE(rewritten(file, Removal::place).find(numbers({16, 60, 0, 1})), std::string::npos);
+    for (const auto& [make, head, field, blanked] :
+         {Row{"Canon", "", numbers({16, 60, 17, 1}), numbers({16, 60, 0, 1})},
+          Row{"PENTAX", "AOC\0II"_z, "\3\0\x11\x12"_z, "\3\0\xFF\xFF"_z}}) {
+        const auto build = [&](std::uint32_t at) {
+            TiffBuilder note, tiff;
+            addRaw(note, first, field.size() > 4 ? 0x0035 : 0x006B, field);
+            tiff.text(first, 0x010F, make).text(exif, 0x9003, "2020:01:02 03:04:05");
+            addRaw(tiff, exif, 0x927C, ByteString(head).add(note.directory(first, at)));
+            return tiff.build();
+        };
+        const auto size = static_cast<std::uint32_t>(field.size());
+        const auto entry = ByteString().number(std::uint16_t{7}, true).number(size, true);
+        const auto at = static_cast<std::uint32_t>(build(0).text().find(entry.text()) - 4);
+        const ByteString file = jpegWithExif(build(at));
+        ASSERT_NE(file.text().find(field.text()), std::string_view::npos) << make;
+        EXPECT_NE(rewritten(file, Removal::place).find(blanked.text()), std::string::npos) << make;
+    }
 }
 
 }  // namespace

@@ -61,9 +61,9 @@ constexpr std::array kPrivateFields{
     PrivateField{readOlympusNote, 0x2010, 0x1003},     //
     PrivateField{readPentaxNote, 0, 0x0006},           // Date and time.
     PrivateField{readPentaxNote, 0, 0x0007},           //
-    PrivateField{readPentaxNote, 0, 0x0023, true},     // Cities of home and journey, and again with the world time.
+    PrivateField{readPentaxNote, 0, 0x0023, true},     // Cities of home and journey.
     PrivateField{readPentaxNote, 0, 0x0024, true},     //
-    PrivateField{readPentaxNote, 0, 0x006B, true},     //
+    PrivateField{readPentaxNote, 0, 0x006B},           // The same with the world time.
     PrivateField{readPentaxNote, 0, 0x0215},           // Camera information: internal serial number.
     PrivateField{readPentaxNote, 0, 0x0229},           // Serial number, artist, copyright.
     PrivateField{readPentaxNote, 0, 0x022E},           //
@@ -121,15 +121,25 @@ void treatNikonSerialNumber(const OpenedNote& note, NoteTrim& trim) {
     trim.patches.push_back({serial->position, std::move(made)});
 }
 
-constexpr std::uint16_t kCanonTimeZone = 0x0035;
+/// Cities inside a field that tells more: bytes that are filled with what is the number of none.
+struct City {
+    NoteReader maker;
+    std::uint16_t tag;
+    std::uint64_t offset;  ///< In the value.
+    std::size_t length;
+    std::byte none;
+};
+constexpr std::array kCities{
+    City{readCanonNote, 0x0035, 8, 4, std::byte{0}},      // Time zone: its length, the zone, its city, summer time.
+    City{readPentaxNote, 0x006B, 2, 2, std::byte{0xFF}},  // World time: flags, then the cities of home and journey.
+};
 
-/// The time zone names a city (32 bits behind the length and the zone itself); 0 is none. When the photo was taken
-/// stays told.
-void treatCanonTimeZone(const OpenedNote& note, NoteTrim& trim) {
-    constexpr std::uint64_t kCity = 8, kCityLength = 4;
-    const auto zone = note.directory.find(kCanonTimeZone);
-    if (zone && zone->byteLength() >= kCity + kCityLength)
-        trim.patches.push_back({zone->position + kCity, ByteVector(kCityLength)});
+void blankCities(const OpenedNote& note, NoteTrim& trim) {
+    for (const City& city : kCities) {
+        const auto field = city.maker == note.read ? note.directory.find(city.tag) : std::nullopt;
+        if (field && field->byteLength() >= city.offset + city.length)
+            trim.patches.push_back({field->position + city.offset, ByteVector(city.length, city.none)});
+    }
 }
 
 }  // namespace
@@ -141,7 +151,7 @@ std::vector<NoteTrim> noteTrims(TiffContext& tiff, const TiffEntry& note, std::s
     if (!opened || !opened->directory.complete) return trims;
     NoteTrim own{opened->tiff, opened->directoryPosition, opened->directory, {}, {}};
     if (opened->read == readNikonNote && purge == NotePurge::personal) treatNikonSerialNumber(*opened, own);
-    if (opened->read == readCanonNote && purge == NotePurge::places) treatCanonTimeZone(*opened, own);
+    if (purge == NotePurge::places) blankCities(*opened, own);
     addTrim(trims, *opened, 0, purge, std::move(own));
     for (const PrivateField& field : kPrivateFields) {
         if (field.maker != opened->read || field.directory == 0) continue;
