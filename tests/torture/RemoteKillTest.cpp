@@ -15,8 +15,6 @@ namespace {
 namespace fs = std::filesystem;
 using photos::PhotoLibrary;
 
-constexpr std::size_t kStride = 2;  ///< Of the instants that are tried: a scan over the network takes its time.
-
 class RemoteKill : private InMemory, public testing::Test {
 protected:
     void SetUp() override {
@@ -93,7 +91,7 @@ TEST_F(RemoteKill, RenamesAreFollowedAndNoPartIsLeft) {
     const std::function<void(PhotoLibrary&)> tasks[] = {[](PhotoLibrary& library) { library.scan(); },
                                                         [&](PhotoLibrary& library) { fetch(library, "4.jpg"); }};
     for (const auto& task : tasks)
-        for (std::size_t step = 1, isKilled = 1; isKilled && !HasFailure(); step += kStride) {
+        for (std::size_t step = 1, isKilled = 1; isKilled && !HasFailure(); ++step) {
             copy("was-library", "library"), copy("was-cloud", "cloud");
             isKilled = with(task, step).isKilled ? 1 : 0;
             EXPECT_EQ(with([&](PhotoLibrary& library) { expectWhole(library); }).status, 0) << "killed at " << step;

@@ -91,8 +91,10 @@ void moveCopies(const Database& database, const std::vector<CopyMove>& moves) {
     for (const CopyMove& move : moves) {
         fs::create_directories(move.target.parent_path(), error);
         fs::create_hard_link(move.aside, move.target, error);
-        if (error) fs::create_hard_link(move.aside, move.old, error);
-        if (!error) fs::remove(move.aside, error);
+        std::error_code ignored;
+        // A scan that was killed has got so far already; and what was changed here is let go of for nobody.
+        const bool isDone = !error || fs::equivalent(move.aside, move.target, ignored);
+        if (isDone || isFetchedCopy(move.aside.string(), move.stamp)) fs::remove(move.aside, ignored);
     }
 }
 

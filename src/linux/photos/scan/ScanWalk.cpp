@@ -1,4 +1,5 @@
 #include <filesystem>
+#include <set>
 
 #include "linux/foundation/AtomicFile.h"
 #include "linux/photos/RemoteFolder.h"
@@ -68,7 +69,20 @@ private:
             meet({file.path, {file.size, file.changed}, file.etag});
         });
         if (!fault.empty()) result_.problems.push_back({shownURL(folder_.baseURL), fault});
+        sweepCopies();
         return fault.empty();
+    }
+
+    /// Downloads of programs that were killed stand beside what was fetched. Of another machine's, which look the same,
+    /// nothing is lost: the server has it.
+    void sweepCopies() const {
+        std::error_code error;
+        std::set<std::string> folders;
+        for (fs::recursive_directory_iterator entry(folder_.path, error), end; !error && entry != end;
+             entry.increment(error))
+            if (isTemporaryName(entry->path().filename().string()))
+                folders.insert(entry->path().parent_path().string());
+        for (const std::string& at : folders) removeAbandonedFiles(at);
     }
 
     void note() {
