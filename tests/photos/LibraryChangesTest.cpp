@@ -495,26 +495,15 @@ TEST_F(LibraryChanges, UndoesWhatCannotBeFinished) {
         std::function<void()> mends;
     };
     const std::string aside = (folder_.path() / "aside").string();
+    // A file in the place of a folder.
+    const auto blocked = [&](const char* why, const std::string& name, const std::string& at) {
+        return Case{why, [=, this] { fs::rename(at, aside), folder_.write(name, "a file"); },
+                    [=] { fs::remove(at), fs::rename(aside, at); }};
+    };
     const Case cases[] = {
         {"a photo is gone", [&] { fs::rename(path("b.jpg"), aside); }, [&] { fs::rename(aside, path("b.jpg")); }},
-        {"no originals can be kept",
-         [&] {
-             fs::remove_all(own() + "/originals");
-             folder_.write("library/originals", "a file");
-         },
-         [&] {
-             fs::remove(own() + "/originals");
-             fs::create_directories(own() + "/originals");
-         }},
-        {"the folder is a file",
-         [&] {
-             fs::rename(photos(), aside);
-             folder_.write("photos", "a file");
-         },
-         [&] {
-             fs::remove(photos());
-             fs::rename(aside, photos());
-         }},
+        blocked("no originals can be kept", "library/originals", own() + "/originals"),
+        blocked("the folder is a file", "photos", photos()),
         {"nothing can be prepared",
          [&] {
              fs::remove_all(own() + "/pending");

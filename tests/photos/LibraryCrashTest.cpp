@@ -286,26 +286,18 @@ TEST_F(LibraryCrash, AHalfDoneDeletionIsFinished) {
     expectWhole();
 }
 
-// What a program that is at work has in hand is not swept away by another one that opens the library.
-TEST_F(LibraryCrash, LeavesThePendingFilesOfOthers) {
+// What a killed program left goes, while what another one that is at work has in hand stays.
+TEST_F(LibraryCrash, SweepsWhatIsPendingOfTheDead) {
     write("a.jpg", photo(1));
     library_->scan();
-    std::string error;
     EXPECT_EQ(change([&] {
                   wishEdit("a.jpg", editedPhoto(1));
-                  EXPECT_TRUE(Library::open(own(), error)) << error;
+                  EXPECT_TRUE(opened());
               }),
               "");
     expectWhole();
-    folder_.write("library/pending/left", "by a program that was killed");
-    reopen();
-    EXPECT_TRUE(entries(own() + "/pending").empty());
-}
-
-// What a killed program was fetching goes while another one that is at work keeps its own.
-TEST_F(LibraryCrash, SweepsWhatIsPendingOfTheDead) {
-    const std::string own = library_->newPendingFile("jpg");
-    std::ofstream(own) << "at work";
+    const std::string ours = library_->newPendingFile("jpg");
+    std::ofstream(ours) << "at work";
     const pid_t child = ::fork();
     if (child == 0) {
         const auto other = opened();
@@ -317,10 +309,13 @@ TEST_F(LibraryCrash, SweepsWhatIsPendingOfTheDead) {
     ::waitpid(child, nullptr, 0);
     EXPECT_EQ(pendingFiles().size(), 2U);
     EXPECT_TRUE(opened());
-    EXPECT_EQ(pendingFiles(), Names{own});
-    fs::remove(own);
+    EXPECT_EQ(pendingFiles(), Names{ours});
+    fs::remove(ours);
     close();
-    EXPECT_TRUE(entries(this->own() + "/pending").empty()) << "nor is a folder left";
+    EXPECT_TRUE(entries(own() + "/pending").empty()) << "nor is a folder left";
+    folder_.write("library/pending/left", "while nobody was at work");
+    reopen();
+    EXPECT_TRUE(entries(own() + "/pending").empty());
 }
 
 class LibraryFile : public LibraryTest {};

@@ -143,6 +143,12 @@ TEST_F(LibraryIdentity, StaysWithThePhoto) {
          [&] { rename("1.jpg", "1.jpg_original"), write("1.jpg", editedPhoto(1)); }, with({{"1.jpg_original", "0"}}),
          "1 added, 1 changed"},
         {"saved by an editor that removes the date", [&] { saveAs("1.jpg", jpeg({})); }, asBefore, "1 changed"},
+        {"saved by another editor, as one without a date goes",
+         [&] {
+             saveAs("4.jpg", jpeg({})), library_->scan();
+             fs::remove(path("4.jpg")), saveAs("1.jpg", editedPhoto(1));
+         },
+         with({{"4.jpg", ""}}), "1 changed, 1 removed"},
         {"a date that comes from nowhere",
          [&] { saveAs("1.jpg", jpeg({})), library_->scan(), saveAs("1.jpg", photo(40)); }, with({{"1.jpg", "0"}}),
          "1 added, 1 removed"},
@@ -282,6 +288,13 @@ TEST_F(LibraryIdentity, KeepsWhatOthersMadeOfAnEditedPhoto) {
     ASSERT_EQ(change([&] { request(asset("2.jpg")).revertAssetContentToOriginal(); }), "");
     EXPECT_EQ(contentOf(path("2.jpg")), photo(2).text());
     EXPECT_THAT(trashed(), AllOf(HasSubstr(editedPhoto(2, 300).text()), HasSubstr(editedPhoto(2, 100).text())));
+    // One that never had a date is no twin of itself.
+    write("undated.jpg", jpeg({}));
+    library_->scan();
+    ASSERT_EQ(change([&] { wishEdit("undated.jpg", jpeg({jpegSegment(0xFE, "edited")})); }), "");
+    saveAs("undated.jpg", jpeg({jpegSegment(0xFE, "edited again")}));
+    library_->scan();
+    EXPECT_TRUE(asset("undated.jpg").hasAdjustments);
     // What takes the name of an edited photo has an original of its own.
     prepare();
     fs::remove(path("2.jpg"));
@@ -366,6 +379,11 @@ TEST_F(LibraryIdentity, OriginalsOutliveTheirPhotos) {
     ASSERT_EQ(library_->discardOriginal(library_->keptOriginals().front().path), "");
     EXPECT_FALSE(asset("4.jpg").hasAdjustments);
     EXPECT_EQ(contentOf(path("4.jpg")), editedPhoto(4).text());
+    // That of a live photo is the still's.
+    write("5.mov", movie(3)), write("5.jpg", photo(5));
+    library_->scan();
+    ASSERT_EQ(change([&] { wishEdit("5.jpg", editedPhoto(5)); }), "");
+    EXPECT_EQ(library_->keptOriginals().front().photo, path("5.jpg"));
 }
 
 // The card still has the photo as it was taken.

@@ -194,43 +194,24 @@ void Model::takeMarks(const LibraryTask& task, const LibraryReport::Target& targ
     for (std::size_t i = 0; i < photos.size(); ++i)
         for (const int heir : heirs_[photos[i]])
             if (std::ranges::find(photos, heir) == photos.end()) photos.push_back(heir);
+    static const struct {
+        Kind kind;
+        Mark Photo::*mark;
+        bool isSet;
+    } effects[] = {{Kind::favorite, &Photo::favorite, true}, {Kind::unfavorite, &Photo::favorite, false},
+                   {Kind::intoAlbum, &Photo::album, true},   {Kind::outOfAlbum, &Photo::album, false},
+                   {Kind::editTwo, &Photo::favorite, true},  {Kind::editTwo, &Photo::edit, true},
+                   {Kind::strip, &Photo::edit, true},        {Kind::stripPlace, &Photo::edit, true},
+                   {Kind::setArtist, &Photo::edit, true},    {Kind::revert, &Photo::edit, false},
+                   {Kind::revertAll, &Photo::edit, false}};
     for (const int number : photos) {
         Photo& photo = photos_[number];
-        const auto set = [&](Mark& mark) {
-            mark.everSet = true;
-            if (isSure && number == target.photo) mark.isSet = true;
-        };
-        switch (task.kind) {
-            case Kind::favorite:
-                set(photo.favorite);
-                break;
-            case Kind::unfavorite:
-                photo.favorite.isSet = false;
-                break;
-            case Kind::intoAlbum:
-                set(photo.album);
-                break;
-            case Kind::outOfAlbum:
-                photo.album.isSet = false;
-                break;
-            case Kind::editTwo:
-                set(photo.favorite);
-                set(photo.edit);
-                break;
-            case Kind::strip:
-            case Kind::stripPlace:
-            case Kind::setArtist:
-                set(photo.edit);
-                break;
-            case Kind::revert:
-            case Kind::revertAll:
-                photo.edit.isSet = false;
-                break;
-            case Kind::trash:
-                photo.isDoubtful = true;
-                break;
-            default:
-                break;
+        photo.isDoubtful |= task.kind == Kind::trash;
+        for (const auto& [kind, mark, isSet] : effects) {
+            if (kind != task.kind) continue;
+            Mark& state = photo.*mark;
+            state.everSet |= isSet;
+            if (!isSet || (isSure && number == target.photo)) state.isSet = isSet;
         }
     }
 }
