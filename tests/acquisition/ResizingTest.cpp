@@ -74,6 +74,7 @@ TEST(Resizing, FixesOrientationPixelForPixel) {
     const UIImageRef sharp = fixOrientation(UIImage::imageWithCGImage(quadrants(), 2, UIImageOrientation::right));
     EXPECT_EQ(sizeOf(sharp->cgImage()), "16 x 32") << "as large as it is displayed, in points";
     EXPECT_EQ(colorsOf(sharp->cgImage()), "BRWG");
+    EXPECT_EQ(pixelAt(sharp->cgImage(), 0, 0), (Pixel{0, 0, 255, 255})) << "to its very corner";
 }
 
 TEST(ResizingDeathTest, APictureWithoutABitmapCannotBeFixed) {

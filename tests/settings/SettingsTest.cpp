@@ -64,7 +64,9 @@ void expectSetting(const Setting& setting, const SettingGroup& group) {
     const std::string suite = freshSuite();
     PersistanceManager settings(suite);
     EXPECT_EQ(settings.valueOf(setting), group.standard);
-    if (setting.name != "isUsingMetricUnits") EXPECT_EQ(setting.defaultValue(), group.standard);
+    if (setting.name != "isUsingMetricUnits") {
+        EXPECT_EQ(setting.defaultValue(), group.standard);
+    }
     std::string told;
     std::vector<NSNotificationCenter::Observer> observers;
     for (const std::string_view event :
