@@ -15,6 +15,9 @@ namespace {
 constexpr std::size_t kLatitudeLength = 8;
 constexpr std::size_t kLongitudeLength = 9;
 
+/// How a camcorder exposed; what stands behind this is the name in Exif.
+constexpr std::string_view kCameraMessage = "mdpm/";
+
 void readLocation(std::string_view text, ExifInformation& record) {
     if (text.size() <= kLatitudeLength) return;
     CLLocation location;
@@ -38,6 +41,9 @@ void readItem(const AVMetadataItem& item, ExifInformation& record) {
         record.exifORTiffInfoAvailable = true;
     } else if (item.commonKey == AVMetadataCommonKeyLocation) {
         readLocation(item.stringValue(), record);
+    } else if (item.commonKey.empty() && item.identifier.starts_with(kCameraMessage)) {
+        if (!record.exifDic) record.exifDic.emplace();
+        record.exifDic->set(item.identifier.substr(kCameraMessage.size()), item.value);
     }
 }
 

@@ -41,6 +41,7 @@ MediaFile MediaFile::read(const std::string& path) {
     if (asset->fault != AVAssetFault::none) return {nullptr, asset->fault, {}};
     auto record = ExifManager::exifInformationFromAsset(*asset, url);
     Dictionary properties{{kCGImagePropertyTIFFDictionary, *record->tifDic}};
+    if (record->exifDic) properties.setLiteral(kCGImagePropertyExifDictionary, *record->exifDic);
     return {std::move(record), MediaFault::none, std::move(properties)};
 }
 

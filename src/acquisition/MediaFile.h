@@ -16,7 +16,7 @@ using MediaFault = FileFault;
 struct MediaFile {
     ExifInformationRef record;  ///< Null when there is a fault.
     MediaFault fault = MediaFault::none;
-    Dictionary properties;  ///< As the reader delivered them; of a movie {"{TIFF}": ...}.
+    Dictionary properties;  ///< As the reader delivered them; of a movie {"{TIFF}": ..., "{Exif}": ...}.
 
     [[nodiscard]] static MediaFile read(const std::string& path);
 };

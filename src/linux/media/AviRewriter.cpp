@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <array>
 
-#include "linux/imageio/rewrite/PassingReader.h"
+#include "linux/media/EmptiedBlocks.h"
 #include "linux/media/MovieRewriters.h"
 #include "linux/media/RiffChunks.h"
 
@@ -15,7 +15,6 @@ using imageio::ByteVector;
 using imageio::ByteWriter;
 using imageio::PassingReader;
 using imageio::RewriteFault;
-using imageio::RewritePlan;
 using std::string_view_literals::operator""sv;
 
 constexpr std::uint64_t kLargestChunk = 64 * 1024 * 1024;
@@ -26,7 +25,11 @@ constexpr auto kPacket = "_PMX"sv;
 class AviPlan {
 public:
     AviPlan(ByteSource& source, const BlockChange& change)
-        : source_(source), reader_(source), change_(change), everything_(change.removesEverything()) {}
+        : source_(source),
+          reader_(source),
+          emptied_(source),
+          change_(change),
+          everything_(change.removesEverything()) {}
 
     imageio::RewriteResult make(RewriteFault& fault) {
         fault = RewriteFault::damaged;
@@ -46,9 +49,7 @@ public:
         if (!hasMovie) return std::nullopt;
         fault = isTooLarge_ ? RewriteFault::unsupported : RewriteFault::none;
         if (isTooLarge_) return std::nullopt;
-        RewritePlan plan;
-        plan.copyPatched(0, everything_ ? end : source_.size(), patches_);
-        return plan;
+        return emptied_.plan(everything_ ? end : source_.size());
     }
 
 private:
@@ -91,7 +92,7 @@ private:
         auto cut = change_.xmp(packet);
         if (!cut || cut->size() > packet.size()) return blank(chunk);
         cut->resize(packet.size(), std::byte{' '});
-        if (*cut != packet) patches_.push_back({chunk.position, std::move(*cut)});
+        emptied_.put(chunk.position, std::move(*cut));
     }
 
     void blank(const RiffChunk& chunk) {
@@ -102,34 +103,21 @@ private:
         }
         ByteWriter writer(imageio::ByteOrder::little);
         writer.text("JUNK").write(static_cast<std::uint32_t>(content)).zeros(static_cast<std::size_t>(content));
-        ByteVector bytes = writer.take();
-        ByteVector there(bytes.size());
-        if (source_.copyTo(chunk.start, there) == there.size() && there == bytes) return;
-        patches_.push_back({chunk.start, std::move(bytes)});
+        emptied_.put(chunk.start, writer.take());
     }
 
     ByteSource& source_;
     PassingReader reader_;
+    EmptiedBlocks emptied_;
     const BlockChange& change_;
     bool everything_;
     bool isTooLarge_ = false;
-    std::vector<RewritePlan::Patch> patches_;
 };
 
 }  // namespace
 
 imageio::RewriteResult rewriteAvi(ByteSource& source, const BlockChange& change, RewriteFault& fault) {
-    if (!change.change().values.empty()) {
-        fault = RewriteFault::unsupported;
-        return std::nullopt;
-    }
-    if (!change.removesPlace()) {
-        RewritePlan plan;
-        plan.copy(0, source.size());
-        fault = RewriteFault::none;
-        return plan;
-    }
-    return AviPlan(source, change).make(fault);
+    return rewriteByEmptying<AviPlan>(source, change, fault);
 }
 
 }  // namespace tessaly::media

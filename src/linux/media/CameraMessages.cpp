@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <optional>
 #include <string>
 
@@ -103,17 +104,57 @@ void addCamera(const Fields& fields, AVAsset& asset) {
     }
 }
 
+/// As DV's camera packs told it (IEC 61834-4): for those who write nothing better.
+std::optional<double> shutterTime(const Fields& fields) {
+    constexpr std::uint8_t kShutter = 0x7F;
+    constexpr unsigned kUnknown = 0x7FFF;
+    constexpr double kPerSecond = 28125;
+    const auto bytes = fields.bytes(kShutter);
+    if (!bytes) return std::nullopt;
+    const unsigned time = loadInteger<std::uint16_t>(imageio::asBytes(*bytes).data() + 2, ByteOrder::little) & kUnknown;
+    return time == kUnknown || time == 0 ? std::nullopt : std::optional(time / kPerSecond);
+}
+std::optional<double> iris(const Fields& fields) {
+    constexpr std::uint8_t kCamera = 0x70;
+    constexpr unsigned kClosed = 0xFE;
+    const auto bytes = fields.bytes(kCamera);
+    if (!bytes) return std::nullopt;
+    const auto setting = static_cast<unsigned char>(bytes->front());
+    return setting >= kClosed ? std::nullopt : std::optional(std::exp2((setting & 0x3FU) / 8.0));
+}
+
+/// Under the names of Exif, whose values they are.
 void addExposure(const Fields& fields, AVAsset& asset) {
+    enum class Form : std::uint8_t { ratio, signedRatio, number };
     struct Exposure {
         std::uint8_t number;
         std::string_view name;
-        bool isSigned;
+        Form form;
     };
-    static constexpr std::array exposures{Exposure{0xA0, "ExposureTime", false}, Exposure{0xA1, "FNumber", false},
-                                          Exposure{0xA3, "BrightnessValue", true},
-                                          Exposure{0xA4, "ExposureBiasValue", true}};
-    for (const auto& [number, name, isSigned] : exposures)
-        if (const auto value = fields.ratio(number, isSigned)) addItem(asset, "", "mdpm/" + std::string(name), *value);
+    static constexpr std::array exposures{Exposure{0xA0, "ExposureTime", Form::ratio},
+                                          Exposure{0xA1, "FNumber", Form::ratio},
+                                          Exposure{0xA2, "ExposureProgram", Form::number},
+                                          Exposure{0xA3, "BrightnessValue", Form::signedRatio},
+                                          Exposure{0xA4, "ExposureBiasValue", Form::signedRatio},
+                                          Exposure{0xA5, "MaxApertureValue", Form::ratio},
+                                          Exposure{0xA6, "Flash", Form::number},
+                                          Exposure{0xA7, "CustomRendered", Form::number},
+                                          Exposure{0xA8, "WhiteBalance", Form::number},
+                                          Exposure{0xA9, "FocalLenIn35mmFilm", Form::ratio},
+                                          Exposure{0xAA, "SceneCaptureType", Form::number}};
+    const auto add = [&asset](std::string_view name, Value value) {
+        addItem(asset, "", "mdpm/" + std::string(name), std::move(value));
+    };
+    for (const auto& [number, name, form] : exposures) {
+        if (form == Form::number) {
+            if (const auto bytes = fields.bytes(number))
+                add(name, std::int64_t{loadInteger<std::uint32_t>(imageio::asBytes(*bytes).data(), ByteOrder::big)});
+        } else if (const auto value = fields.ratio(number, form == Form::signedRatio)) {
+            add(name, *value);
+        }
+    }
+    if (const auto time = shutterTime(fields); time && !fields.ratio(0xA0)) add("ExposureTime", *time);
+    if (const auto aperture = iris(fields); aperture && !fields.ratio(0xA1)) add("FNumber", *aperture);
 }
 
 void addPlace(const Fields& fields, AVAsset& asset) {

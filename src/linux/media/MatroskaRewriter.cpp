@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <array>
 
-#include "linux/imageio/rewrite/PassingReader.h"
+#include "linux/media/EmptiedBlocks.h"
 #include "linux/media/MatroskaElements.h"
 #include "linux/media/MovieRewriters.h"
 
@@ -9,13 +9,10 @@ namespace tessaly::media {
 namespace {
 
 using namespace matroska;
-using imageio::ByteRange;
 using imageio::ByteSource;
-using imageio::ByteVector;
 using imageio::ByteWriter;
 using imageio::PassingReader;
 using imageio::RewriteFault;
-using imageio::RewritePlan;
 
 constexpr std::size_t kMaximumClusters = 10'000'000;
 constexpr std::uint64_t kLargestElement = 16 * 1024 * 1024;
@@ -23,7 +20,8 @@ constexpr std::uint64_t kLargestElement = 16 * 1024 * 1024;
 /// Elements become empty space ("Void") of the same length, so that no index has to be corrected.
 class MatroskaPlan {
 public:
-    MatroskaPlan(ByteSource& source, bool everything) : source_(source), reader_(source), everything_(everything) {}
+    MatroskaPlan(ByteSource& source, const imageio::BlockChange& change)
+        : source_(source), reader_(source), emptied_(source), everything_(change.removesEverything()) {}
 
     imageio::RewriteResult make(RewriteFault& fault) {
         fault = RewriteFault::damaged;
@@ -35,9 +33,7 @@ public:
         }
         if (end == 0) return std::nullopt;
         fault = RewriteFault::none;
-        RewritePlan plan;
-        plan.copyPatched(0, everything_ ? end : source_.size(), patches_);
-        return plan;
+        return emptied_.plan(everything_ ? end : source_.size());
     }
 
 private:
@@ -109,32 +105,19 @@ private:
         writer.write(static_cast<std::uint8_t>(kVoid));
         writer.writeSized(content | std::uint64_t{1} << (7 * sizeBytes), sizeBytes);
         writer.zeros(static_cast<std::size_t>(content));
-        ByteVector bytes = writer.take();
-        ByteVector there(bytes.size());
-        if (source_.copyTo(element.start, there) == there.size() && there == bytes) return;
-        patches_.push_back({element.start, std::move(bytes)});
+        emptied_.put(element.start, writer.take());
     }
 
     ByteSource& source_;
     PassingReader reader_;
+    EmptiedBlocks emptied_;
     bool everything_;
-    std::vector<RewritePlan::Patch> patches_;
 };
 
 }  // namespace
 
 imageio::RewriteResult rewriteMatroska(ByteSource& source, const imageio::BlockChange& change, RewriteFault& fault) {
-    if (!change.change().values.empty()) {
-        fault = RewriteFault::unsupported;
-        return std::nullopt;
-    }
-    if (!change.removesPlace()) {
-        RewritePlan plan;
-        plan.copy(0, source.size());
-        fault = RewriteFault::none;
-        return plan;
-    }
-    return MatroskaPlan(source, change.removesEverything()).make(fault);
+    return rewriteByEmptying<MatroskaPlan>(source, change, fault);
 }
 
 }  // namespace tessaly::media
