@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "linux/codecs/Pixels.h"
-#include "linux/codecs/isolation/DecodingInProcess.h"
 #include "reading_bench.h"
+#include "support/DirectDecoding.h"
 
 // Thumbnails by processes that can do nothing else, and the same by the same libraries in this process: the ratio is
 // the price of isolation.
@@ -23,21 +23,18 @@ struct Photo {
     CodecOfFamily codec;
 };
 
-using Decode = CGImage (*)(const Photo& photo, imageio::ByteSource& source, CGImageFault& fault);
+using Decode = bool (*)(const Photo& photo);
 
-CGImage here(const Photo& photo, imageio::ByteSource& source, CGImageFault& fault) {
-    return decodeInProcess(photo.codec, source, kThumbnail, fault);
+bool here(const Photo& photo) {
+    DecodedPixels decoded;
+    return test::decodeDirectly(photo.codec, photo.path, kThumbnail, decoded) == DecodeFault::none;
 }
 
-CGImage isolated(const Photo& photo, imageio::ByteSource& source, CGImageFault& fault) {
-    return decodeIsolated(photo.codec, source, kThumbnail, fault).image;
-}
-
-bool decode(const Photo& photo, Decode decode) {
+bool isolated(const Photo& photo) {
     FileFault fault{};
     CGImageFault why{};
     auto source = imageio::ByteSource::openFile(photo.path, fault);
-    return source && decode(photo, *source, why).pixels;
+    return source && decodeIsolated(photo.codec, *source, kThumbnail, why).image.pixels;
 }
 
 /// Those of the files that can be decoded, by their family.
@@ -49,7 +46,7 @@ std::map<std::string, std::vector<Photo>> photosByFamily() {
         const auto codec = codecOf(CGImageSourceGetType(source));
         if (!codec) continue;
         const Photo photo{entry.path().string(), *codec};
-        if (decode(photo, here)) photos[std::string(codec->family)].push_back(photo);
+        if (here(photo)) photos[std::string(codec->family)].push_back(photo);
     }
     return photos;
 }
@@ -58,7 +55,7 @@ void registerOne(const std::string& name, const std::vector<Photo>& photos, Deco
     benchmark::RegisterBenchmark(name.c_str(), [photos, function](benchmark::State& state) {
         std::size_t next = 0;
         for (auto _ : state) {
-            if (!decode(photos[next], function)) state.SkipWithError("no picture");
+            if (!function(photos[next])) state.SkipWithError("no picture");
             next = (next + 1) % photos.size();
         }
     })->UseRealTime();

@@ -11,10 +11,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <map>
 
-#include "linux/codecs/PixelsModule.h"
-#include "linux/codecs/VideoCodec.h"
-#include "linux/foundation/Module.h"
+#include "linux/codecs/Pixels.h"
+#include "linux/codecs/isolation/FamilyDecoder.h"
 #include "platform/ImageIO/CGImageSource.h"
 
 namespace tessaly::test {
@@ -49,37 +49,10 @@ private:
     std::uint64_t size_ = 0;
 };
 
-struct Row {
-    std::string_view type;
-    DecodeImage PixelsModule::*small;
-    const char* module;
-};
-constexpr std::array kRows{
-    Row{"public.jpeg", &PixelsModule::decodeJpeg, nullptr},
-    Row{"public.png", &PixelsModule::decodePng, nullptr},
-    Row{"org.webmproject.webp", &PixelsModule::decodeWebp, nullptr},
-    Row{"public.tiff", &PixelsModule::decodeTiff, nullptr},
-    Row{"com.microsoft.bmp", &PixelsModule::decodeBmp, nullptr},
-    Row{"com.adobe.photoshop-image", &PixelsModule::decodePsd, nullptr},
-    Row{"com.adobe.photoshop-large-image", &PixelsModule::decodePsd, nullptr},
-    Row{"public.heic", nullptr, "tessaly-heif.so"},
-    Row{"public.heif", nullptr, "tessaly-heif.so"},
-    Row{"public.avif", nullptr, "tessaly-heif.so"},
-    Row{"public.jpeg-xl", nullptr, "tessaly-jxl.so"},
-    Row{"com.compuserve.gif", nullptr, "tessaly-ffmpeg.so"},
-    Row{"public.jpeg-2000", nullptr, "tessaly-ffmpeg.so"},
-};
-
-DecodeFault decodeAs(std::string_view type, PixelInput& input, const DecodeRequest& request, DecodedPixels& decoded) {
-    const auto* pixels = moduleTable<PixelsModule>("tessaly-pixels.so", "tessaly_pixels");
-    const char* module = type.ends_with("raw-image") ? "tessaly-raw.so" : nullptr;
-    for (const Row& row : kRows) {
-        if (row.type != type) continue;
-        if (row.small) return pixels ? (pixels->*row.small)(input, request, decoded) : DecodeFault::unsupported;
-        module = row.module;
-    }
-    const auto* decode = module ? moduleTable<DecodeImage>(module, "tessaly_decode") : nullptr;
-    return decode ? (*decode)(input, request, decoded) : DecodeFault::unsupported;
+/// Loaded once, as in a program.
+const FamilyDecoder& decoderOf(std::string_view family) {
+    static std::map<std::string, FamilyDecoder, std::less<>> decoders;
+    return decoders.try_emplace(std::string(family), family).first->second;
 }
 
 /// A line of /proc/self/status, in bytes.
@@ -108,18 +81,16 @@ DecodingCost measured(const std::string& path, const DecodeRequest& request) {
 
 }  // namespace
 
-DecodeFault decodeDirectly(const std::string& path, const DecodeRequest& request, DecodedPixels& decoded) {
+DecodeFault decodeDirectly(const CodecOfFamily& codec, const std::string& path, const DecodeRequest& request,
+                           DecodedPixels& decoded) {
     FileInput input(path);
+    return decoderOf(codec.family).decode(codec.codec, input, request, 0, decoded);
+}
+
+DecodeFault decodeDirectly(const std::string& path, const DecodeRequest& request, DecodedPixels& decoded) {
     const auto source = CGImageSourceCreateWithURL(path);
-    DecodeFault fault = DecodeFault::unsupported;
-    if (source) {
-        fault = decodeAs(CGImageSourceGetType(source), input, request, decoded);
-    } else if (const auto* movie = moduleTable<DecodeVideoFrame>("tessaly-ffmpeg.so", "tessaly_decode_video")) {
-        fault = (*movie)(input, 0, request, decoded);
-    }
-    const auto* pixels = moduleTable<PixelsModule>("tessaly-pixels.so", "tessaly_pixels");
-    if (fault == DecodeFault::none && pixels) pixels->convertToSRGB(decoded);
-    return fault;
+    const auto codec = source ? codecOf(CGImageSourceGetType(source)) : CodecOfFamily{"ffmpeg", Codec::movie};
+    return codec ? decodeDirectly(*codec, path, request, decoded) : DecodeFault::unsupported;
 }
 
 DecodingCost costOfDecoding(const std::string& path, const DecodeRequest& request) {

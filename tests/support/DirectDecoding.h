@@ -2,12 +2,15 @@
 #include <string>
 #include <vector>
 
-#include "linux/codecs/ImageCodec.h"
+#include "linux/codecs/isolation/IsolatedDecoding.h"
 
 /// Decoders without the process that the program puts around them: what they take and how they end is seen as it is.
 namespace tessaly::test {
 
-/// The decoder of what the bytes are, in this process, with colours converted. `unsupported` for no picture.
+/// A picture in this process, in sRGB and no longer than wanted.
+[[nodiscard]] codecs::DecodeFault decodeDirectly(const codecs::CodecOfFamily& codec, const std::string& path,
+                                                 const codecs::DecodeRequest& request, codecs::DecodedPixels& decoded);
+/// The same by the decoder of what the bytes are; they are taken for a movie's where they are no picture's.
 [[nodiscard]] codecs::DecodeFault decodeDirectly(const std::string& path, const codecs::DecodeRequest& request,
                                                  codecs::DecodedPixels& decoded);
 

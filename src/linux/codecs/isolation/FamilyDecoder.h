@@ -10,7 +10,7 @@ namespace tessaly::codecs {
 
 /// The libraries of one family, loaded into this process: from a file's bytes to a picture in sRGB, or in
 /// its own RGB where that is wanted, that is no longer than wanted. The program leaves it to processes that can do
-/// nothing else; benchmarks compare with it.
+/// nothing else; tests and benchmarks compare with it.
 class FamilyDecoder {
 public:
     /// @param family the middle of a module's name: "pixels", "heif". Without the module every picture is unsupported.
