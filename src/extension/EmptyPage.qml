@@ -82,15 +82,6 @@ Interface {
                 outlet: page.outlets.button("firstButton")
             }
             Choice { outlet: page.outlets.button("secondButton") }
-            OutletLabel {
-                width: parent.width
-                outlet: page.outlets.label("faultLabel")
-                horizontalAlignment: Text.AlignHCenter
-                wrapMode: Text.Wrap
-                font { family: Theme.family; pixelSize: 14 * Theme.textScale; weight: Font.Medium }
-                color: Theme.destructive
-                Accessible.role: Accessible.AlertMessage
-            }
         }
     }
 }

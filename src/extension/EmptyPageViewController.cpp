@@ -24,7 +24,6 @@ EmptyPageViewController::EmptyPageViewController(Content content, std::function<
 
 void EmptyPageViewController::viewDidLoad() {
     iconImageView->setImageNamed("photo");
-    faultLabel->setHidden(true);
     const std::shared_ptr<UIButton> buttons[] = {firstButton, secondButton};
     for (std::size_t at = 0; at < std::size(buttons); ++at) {
         const bool isUsed = at < content_.choices.size();
@@ -46,11 +45,6 @@ void EmptyPageViewController::reloadInterface() {
         buttons[at]->setTitle(title);
         buttons[at]->setAccessibility(&UIAccessibility::label, title);
     }
-}
-
-void EmptyPageViewController::showFault(const std::string& fault) {
-    faultLabel->setText(fault);
-    faultLabel->setHidden(fault.empty());
 }
 
 }  // namespace tessaly

@@ -33,13 +33,10 @@ public:
     [[nodiscard]] const char* className() const noexcept override { return "EmptyPageViewController"; }
     void viewDidLoad() override;
     void reloadInterface() override;
-    /// Below the buttons: what went wrong when one was pressed; "" for nothing.
-    void showFault(const std::string& fault);
 
     std::shared_ptr<UIImageView> iconImageView = outlet<UIImageView>("iconImageView");
     std::shared_ptr<UILabel> messageLabel = outlet<UILabel>("messageLabel");
     std::shared_ptr<UILabel> adviceLabel = outlet<UILabel>("adviceLabel");
-    std::shared_ptr<UILabel> faultLabel = outlet<UILabel>("faultLabel");
     std::shared_ptr<UIButton> firstButton = outlet<UIButton>("firstButton");
     std::shared_ptr<UIButton> secondButton = outlet<UIButton>("secondButton");
 

@@ -62,6 +62,8 @@ Interface {
             right: line.stacked ? parent.right : date.left; rightMargin: line.stacked ? line.margin : 12
         }
         outlet: line.outlets.label("locationLabel")
+        // What can be touched tells it.
+        Accessible.ignored: placeToggle.visible
         horizontalAlignment: Text.AlignLeft
     }
     Caption {
@@ -83,6 +85,7 @@ Interface {
         }
         width: line.stacked ? line.width - 2 * line.margin : Math.min(implicitWidth, line.width * 0.5)
         outlet: line.outlets.label("dateTakenLabel")
+        Accessible.ignored: dateToggle.visible
         horizontalAlignment: line.stacked ? Text.AlignLeft : Text.AlignRight
     }
     Caption {
@@ -91,16 +94,20 @@ Interface {
         width: line.stacked ? line.width - 2 * line.margin
                             : Math.min(implicitWidth, line.width - size.width - 2 * line.margin - 16)
         outlet: line.outlets.label("imageFileNameLabel")
+        // The picture below it has the same name.
+        Accessible.ignored: true
         horizontalAlignment: line.stacked ? Text.AlignLeft : Text.AlignRight
         elide: Text.ElideMiddle
         opacity: 0.88
     }
     Toggle {
+        id: placeToggle
         outlet: line.outlets.button("locationToggleButton")
         anchors { left: parent.left; right: parent.horizontalCenter; bottom: parent.bottom }
         height: 56
     }
     Toggle {
+        id: dateToggle
         outlet: line.outlets.button("dateToggleButton")
         anchors { left: parent.horizontalCenter; right: parent.right; bottom: parent.bottom }
         height: 56

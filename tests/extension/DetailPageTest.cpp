@@ -116,6 +116,7 @@ TEST_F(DetailPageTest, FillsRowsOfEveryKind) {
     EXPECT_EQ(aperture->accessibility().label, aperture->exifKeyLabel->text());
     EXPECT_EQ(aperture->accessibility().value, "f/1.8");
     EXPECT_FALSE(aperture->exifKeyLabel->accessibility().isElement);
+    EXPECT_EQ(aperture->exifValueLabel->font().pointSize, 14);
     const auto rating = row<StarRatingCollectionViewCell>(1);
     ASSERT_TRUE(rating);
     EXPECT_EQ(rating->accessibility().value, "4");

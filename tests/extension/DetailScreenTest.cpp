@@ -140,20 +140,6 @@ TEST_F(DetailScreenTest, OffersWhatBelongsIntoTheBar) {
     EXPECT_EQ(navigation->viewControllers().size(), 1U);
 }
 
-TEST_F(DetailScreenTest, FollowsTheDevice) {
-    UITraitCollection& traits = UITraitCollection::currentTraitCollection();
-    open({});
-    EXPECT_EQ(screen->supportedInterfaceOrientations(), UIInterfaceOrientationMask::portrait);
-    EXPECT_FALSE(screen->preferredContentSize());
-    EXPECT_EQ(screen->preferredStatusBarStyle(), UIStatusBarStyle::defaultStyle);
-    traits.setUserInterfaceStyle(UIUserInterfaceStyle::dark);
-    EXPECT_EQ(screen->preferredStatusBarStyle(), UIStatusBarStyle::lightContent);
-    traits.setUserInterfaceIdiom(UIUserInterfaceIdiom::pad);
-    open({});
-    EXPECT_EQ(screen->supportedInterfaceOrientations(), UIInterfaceOrientationMask::all);
-    EXPECT_EQ(screen->preferredContentSize(), (CGSize{760, 1024}));
-}
-
 TEST_F(DetailScreenTest, ShowsOnePageAtATimeUnderItsName) {
     show({record("a.jpg"), record("b%20c.jpg"), record("d.jpg"), record("e.jpg")}, {390.4, 700});
     EXPECT_EQ(title(), "a.jpg");

@@ -265,6 +265,7 @@ TEST(ValueRow, TakesTheWidthOfItsColumn) {
         row.shouldBeFullWidth = isFullWidth;
         row.updateWidth();
         EXPECT_EQ(row.widthConstraint->constant(), width) << why;
+        EXPECT_EQ(row.contentWidthConstraint->constant(), width) << why;
     }
     UITraitCollection::currentTraitCollection().setUserInterfaceIdiom(UIUserInterfaceIdiom::phone);
 }
@@ -389,9 +390,11 @@ TEST_F(HeaderPicture, OfALibrarysPhotoSpinsOnlyWhileItTakesLong) {
     show(record);
     EXPECT_FALSE(header->loadingIndicator->isAnimating()) << "not at once";
     EXPECT_TRUE(pumpUntil([&] { return header->loadingIndicator->isAnimating(); }));
+    EXPECT_FALSE(header->loadingIndicator->isHidden());
     for (int waiting = 0; waiting < 8; ++waiting) library->items["A/L0/001"].gate->signal();
     EXPECT_TRUE(pumpUntil([&] { return image() != nullptr; }));
     EXPECT_FALSE(header->loadingIndicator->isAnimating());
+    EXPECT_TRUE(header->loadingIndicator->isHidden());
 }
 
 TEST_F(HeaderPicture, OfAMovieIsTheOneThatItsRecordHas) {

@@ -5,7 +5,6 @@
 #include <tuple>
 
 #include "ActionsFixture.h"
-#include "platform/AVFoundation/AVAssetExportSession.h"
 #include "platform/UIKit/UIAlertController.h"
 
 // Stripping and deleting over a real library.
@@ -319,56 +318,6 @@ TEST_F(LibraryActions, EditingIsAStepWithTheRecord) {
     show({recordOfAsset("a.jpg")});
     screen->editEXIFButtonTapped();
     EXPECT_TRUE(presenter.last<Editor>());
-}
-
-TEST(ExportSession, WritesMoviesWithoutTheirMetadataOnly) {
-    const TemporaryFolder folder;
-    const auto movie = AVAsset::assetWithURL(folder.write("in.mov", placedMovie().text()));
-    const std::string out = (folder.path() / "out.mov").string();
-    using Status = AVAssetExportSessionStatus;
-    struct Case {
-        const char* why;
-        std::shared_ptr<const AVAsset> asset;
-        std::string_view preset;
-        std::vector<AVMetadataItem> metadata;
-        bool cancels;
-        Status status;
-        bool keepsIdentifier;
-    };
-    const std::vector<AVMetadataItem> empty{{"make", "", Value(""), {}}};
-    const auto inMemory = AVAsset::assetWithData(dataOf(placedMovie()));
-    const Case cases[] = {
-        {"emptied", movie, AVAssetExportPresetPassthrough, empty, false, Status::completed, false},
-        {"of bytes", inMemory, AVAssetExportPresetPassthrough, empty, false, Status::completed, false},
-        {"its own", movie, AVAssetExportPresetPassthrough, {}, false, Status::completed, true},
-        {"texts cannot be written",
-         movie,
-         AVAssetExportPresetPassthrough,
-         {{"make", "", Value("M"), {}}},
-         false,
-         Status::failed,
-         false},
-        {"no other preset", movie, "AVAssetExportPresetLowQuality", empty, false, Status::failed, false},
-        {"no movie", AVAsset::assetWithURL("/nowhere.mov"), AVAssetExportPresetPassthrough, empty, false,
-         Status::failed, false},
-        {"cancelled", movie, AVAssetExportPresetPassthrough, empty, true, Status::cancelled, false},
-    };
-    for (const Case& test : cases) {
-        fs::remove(out);
-        const auto session = std::make_shared<AVAssetExportSession>(test.asset, test.preset);
-        session->outputURL = NSURL::fileURLWithPath(out);
-        session->outputFileType = AVFileTypeQuickTimeMovie;
-        session->metadata = test.metadata;
-        if (test.cancels) session->cancelExport();
-        DispatchSemaphore done;
-        session->exportAsynchronouslyWithCompletionHandler([&] { done.signal(); });
-        ASSERT_TRUE(done.wait(std::chrono::seconds(20)));
-        EXPECT_EQ(session->status(), test.status) << test.why;
-        EXPECT_EQ(session->error().empty(), test.status != Status::failed) << test.why;
-        const std::string written = fs::exists(out) ? contentOf(out) : std::string();
-        EXPECT_EQ(written.find("FRAMES AND SOUND") != std::string::npos, test.status == Status::completed) << test.why;
-        EXPECT_EQ(written.find("SECRET") != std::string::npos, test.keepsIdentifier) << test.why;
-    }
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 
 #include "ActionsFixture.h"
 #include "acquisition/TemporaryImageFile.h"
-#include "extension/ShareActivities.h"
 #include "platform/ImageIO/MetadataRewrite.h"
 #include "platform/UIKit/UIActivityViewController.h"
 
@@ -410,32 +409,6 @@ TEST_F(Sharing, DoesNothingPastTheRecords) {
     EXPECT_FALSE(isBusy());
     EXPECT_THAT(presenter.presented, IsEmpty());
     EXPECT_THAT(application.opened, IsEmpty());
-}
-
-TEST_F(Sharing, ActivitiesOnlyReportThatTheyAreDone) {
-    RemoveExifDataActivity exif;
-    DeletePhotoActivity photo;
-    RemoveGeoTagActivity place;
-    struct Case {
-        UIActivity& activity;
-        const char* type;
-        const char* title;
-    };
-    const Case cases[] = {{exif, "tessaly.remove.exifdata", "Remove Exif Data"},
-                          {photo, "tessaly.delete.photo", "Delete Photo"},
-                          {place, "tessaly.remove.geotag", "Remove location"}};
-    for (const auto& [activity, type, title] : cases) {
-        EXPECT_EQ(activity.activityType(), type);
-        EXPECT_EQ(activity.activityTitle(), title);
-        EXPECT_EQ(activity.activityImageName(), "delete_button");
-        EXPECT_EQ(activity.activityCategory(), UIActivityCategory::action);
-        EXPECT_TRUE(activity.canPerformWithActivityItems({}));
-        EXPECT_EQ(activity.activityViewController(), nullptr);
-        int finished = 0;
-        activity.setCompletion([&](bool completed) { finished += completed ? 1 : 100; });
-        activity.performActivity();
-        EXPECT_EQ(finished, 1);
-    }
 }
 
 }  // namespace

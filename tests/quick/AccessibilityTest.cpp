@@ -69,6 +69,22 @@ TEST_F(Accessibility, TellsEveryRowOnce) {
     }
 }
 
+TEST_F(Accessibility, TellsNothingTwice) {
+    open({photo()});
+    for (const QSize size : {kPhone, kTablet}) {
+        resize(size);
+        std::map<QString, const char*> heard;
+        for (const Told& one : told()) {
+            EXPECT_TRUE(one.name.isEmpty() || one.name != one.text) << one.name.toStdString();
+            const auto* const kind = one.object->metaObject()->className();
+            // The heading above names the file as its picture does.
+            const bool isSpared = one.name.isEmpty() || one.role == QAccessible::Heading;
+            if (isSpared || heard.emplace(one.name, kind).second) continue;
+            ADD_FAILURE() << one.name.toStdString() << ": by " << kind << " and " << heard[one.name];
+        }
+    }
+}
+
 TEST_F(Accessibility, NamesAllThatCanBePressed) {
     open({photo(), screenshot()});
     const auto names = [this] {

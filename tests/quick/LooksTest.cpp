@@ -113,15 +113,6 @@ TEST_F(Looks, LettersAreThereForEveryLanguage) {
     }
 }
 
-TEST_F(Looks, PictureIsShownUprightAndWithoutBorders) {
-    open({screenshot()});
-    ASSERT_TRUE(hasPicture());
-    EXPECT_GT(contrast(part(sceneRect(*header()).adjusted(0, 10, 0, -160))), 40);
-    resize(kTablet);
-    ASSERT_TRUE(hasPicture());
-    EXPECT_GT(contrast(part(sceneRect(*header()).adjusted(0, 10, 0, -160))), 40);
-}
-
 TEST_F(Looks, LanguageIsPickedFromTheList) {
     show(std::make_shared<ChangeLanguageViewController>());
     ASSERT_TRUE(waitFor([this] { return textReading(root(), "German"); }));

@@ -45,28 +45,6 @@ protected:
     }
 };
 
-TEST_F(Sheets, MenuOffersWhatCanBeDone) {
-    struct Case {
-        std::vector<std::string> files;
-        QStringList answers;
-    };
-    const QStringList one{"Share without EXIF", "Share with EXIF", "Copy EXIF data to clipboard", "Cancel"};
-    const QStringList two = QStringList{"Share 2 Photos without EXIF"} + one;
-    for (const auto& [files, answers] : {Case{{photo()}, one}, Case{{photo(), screenshot()}, two},
-                                         Case{{movie()}, {"Copy EXIF data to clipboard", "Cancel"}}}) {
-        open(files);
-        openMenu();
-        EXPECT_EQ(buttonNames(layer()), answers);
-        for (const QString& answer : answers) {
-            ASSERT_TRUE(textReading(layer(), answer)) << answer.toStdString();
-            EXPECT_TRUE(window().contentItem()->contains(sceneRect(*buttonNamed(layer(), answer)).bottomRight()));
-        }
-        tap(buttonNamed(layer(), "Cancel"));
-        EXPECT_TRUE(waitUntilAlone());
-    }
-    EXPECT_EQ(ended, 0);
-}
-
 TEST_F(Sheets, MenuGoesWithoutAnAnswer) {
     open({photo()});
     for (const QSize size : {kPhone, kTablet}) {
