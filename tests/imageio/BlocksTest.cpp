@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
 #include "linux/imageio/blocks/Blocks.h"
+#include "linux/imageio/blocks/RawProfile.h"
 #include "platform/Foundation/NSDate.h"
 #include "support/Containers.h"
+#include "support/TiffBuilder.h"
 
 namespace tessaly::test {
 namespace {
@@ -18,7 +20,8 @@ ImageProperties fromXmp(const ByteString& packet) {
 TEST(Xmp, FillsTheDictionariesThatTheFileLeavesEmpty) {
     const ImageProperties found = fromXmp(xmp(
         R"(xmp:Rating="4" photoshop:Headline="Head" aux:Lens="24-70mm" aux:SerialNumber="42" aux:ImageNumber="7"
-               tiff:Make="Maker" exif:FNumber="28/10" exif:GPSLatitude="51,30.6S" exif:GPSLongitude="0,7,30W")",
+               tiff:Make="Maker" exif:FNumber="28/10" aux:LensInfo="24/1 70/1 28/10"
+               exif:DateTimeOriginal="2015-01-02T03:04:05.67+01:00" exif:DateTimeDigitized="2015-01-02T03:04" exif:GPSLatitude="51,30.6S" exif:GPSLongitude="0,7,30W")",
         R"(<dc:title><rdf:Alt><rdf:li xml:lang="de">Titel</rdf:li><rdf:li xml:lang="x-default">Title</rdf:li></rdf:Alt></dc:title>
                <dc:subject><rdf:Bag><rdf:li>one</rdf:li><rdf:li>two &amp; three</rdf:li></rdf:Bag></dc:subject>
                <dc:description><rdf:Alt><rdf:li xml:lang="x-default">Words</rdf:li></rdf:Alt></dc:description>)"));
@@ -31,6 +34,9 @@ TEST(Xmp, FillsTheDictionariesThatTheFileLeavesEmpty) {
     EXPECT_EQ(found.aux["SerialNumber"], Value("42"));
     EXPECT_EQ(found.tiff["Make"], Value("Maker"));
     EXPECT_EQ(found.exif["FNumber"].doubleValue(), 2.8);
+    EXPECT_EQ(found.aux["LensInfo"], Value(Array{24, 70, 2.8}));
+    EXPECT_EQ(found.exif["DateTimeOriginal"], Value("2015:01:02 03:04:05"));
+    EXPECT_EQ(found.exif["DateTimeDigitized"], Value("2015:01:02 03:04:00"));
     EXPECT_NEAR(found.gps["Latitude"].doubleValue(), 51.51, 1e-9);
     EXPECT_EQ(found.gps["LatitudeRef"], Value("S"));
     EXPECT_EQ(found.gps["LongitudeRef"], Value("W"));
@@ -107,11 +113,48 @@ TEST(Icc, NamesProfilesOfBothVersions) {
     EXPECT_EQ(modern.top["ColorModel"], Value("RGB"));
     ByteString old;
     old.add(12, '\0').add("mntrGRAYXYZ ").add(12, '\0').add("acsp").add(88, '\0');
-    old.u32(1).add("desc").u32(144).u32(17).add("desc\0\0\0\0"_z).u32(5).add("Gray\0"_z);
+    // Behind the text stand other forms of it.
+    old.u32(1).add("desc").u32(144).u32(22).add("desc\0\0\0\0"_z).u32(4).add("Gray").add("others");
     ImageProperties early;
     imageio::readIccProfile(old, early);
     EXPECT_EQ(early.top["ProfileName"], Value("Gray"));
     EXPECT_EQ(early.top["ColorModel"], Value("Gray"));
+    // Names in several languages: the English one.
+    ByteString many;
+    many.add(12, '\0').add("mntrRGB XYZ ").add(12, '\0').add("acsp").add(88, '\0').u32(1).add("desc").u32(144).u32(58);
+    many.add("mluc\0\0\0\0"_z).u32(3).u32(12).add("deDE").u32(2).u32(52).add("enUS").u32(2).u32(54).add("frFR");
+    many.u32(2).u32(56).add("\0d\0e\0f"_z);
+    ImageProperties languages;
+    imageio::readIccProfile(many, languages);
+    EXPECT_EQ(languages.top["ProfileName"], Value("e"));
+}
+
+// Each is read by its own reader, and nothing by another's.
+TEST(RawProfile, IsReadByItsType) {
+    TiffBuilder tiff;
+    tiff.text(TiffBuilder::first, 0x010F, "Maker");
+    const ByteString head = dataset(2, 105, "Head"), icc = iccProfile("Name"),
+                     words = xmp("photoshop:Headline=\"Head\"");
+    ByteString resource("8BIM");
+    resource.u16(0x0404).u16(0).u32(static_cast<std::uint32_t>(head.size())).add(head).add(head.size() % 2, '\0');
+    struct Row {
+        const char* type;
+        ByteString profile;
+        const char* found;
+    };
+    for (const Row& row :
+         {Row{"exif", tiff.build(), "Maker"}, Row{"APP1", tiff.build(), "Maker"}, Row{"app1", tiff.build(), "Maker"},
+          Row{"xmp", words, "Head"}, Row{"APP1", ByteString("http://ns.adobe.com/xap/1.0/\0"_z).add(words), "Head"},
+          Row{"icc", icc, "Name"}, Row{"icm", icc, "Name"}, Row{"iptc", head, "Head"}, Row{"8bim", head, "Head"},
+          Row{"iptc", resource, "Head"}, Row{"8bim", ByteString("Photoshop 3.0\0"_z).add(resource), "Head"},
+          Row{"other", icc, ""}, Row{"other", head, ""}, Row{"other", tiff.build(), ""}}) {
+        ImageProperties properties;
+        imageio::readRawProfile(row.type, row.profile, properties);
+        const std::string found = std::string(properties.tiff["Make"].string()) +
+                                  std::string(properties.iptc["Headline"].string()) +
+                                  std::string(properties.top["ProfileName"].string());
+        EXPECT_EQ(found, row.found) << row.type;
+    }
 }
 
 }  // namespace

@@ -17,7 +17,8 @@ TEST(Exif, ReadsEveryFormOfValueInBothByteOrders) {
         TiffBuilder tiff(little);
         tiff.text(first, 0x010F, "Maker  ").shorts(first, 0x0112, {6}).rationals(first, 0x011A, {{72, 1}});
         tiff.rationals(exif, 0x829A, {{1, 250}}).rationals(exif, 0x9204, {{static_cast<std::uint32_t>(-1), 3}}, true);
-        tiff.shorts(exif, 0x8827, {100, 200}).raw(exif, 0x9000, 7, 4, "0231").raw(exif, 0xA300, 7, 1, "\3");
+        tiff.shorts(exif, 0x8827, {100, 200}).raw(exif, 0x9000, 7, 4, "0239").raw(exif, 0xA300, 7, 1, "\3");
+        tiff.raw(exif, 0xA000, 7, 4, "1050").text(exif, 0x0110, "Model");
         tiff.rationals(exif, 0xA432, {{24, 1}, {70, 1}, {28, 10}, {0, 0}});
         const Dictionary properties = propertiesOf(jpegWithExif(tiff.build()));
         const Dictionary& found = properties["{Exif}"].dictionary();
@@ -27,7 +28,9 @@ TEST(Exif, ReadsEveryFormOfValueInBothByteOrders) {
         EXPECT_EQ(found["ExposureTime"], Value(0.004));
         EXPECT_NEAR(found["ExposureBiasValue"].doubleValue(), -1.0 / 3, 1e-12);
         EXPECT_EQ(found["ISOSpeedRatings"], Value(Array{100, 200}));
-        EXPECT_EQ(found["ExifVersion"], Value(Array{2, 3, 1}));
+        EXPECT_EQ(found["ExifVersion"], Value(Array{2, 3, 9}));
+        EXPECT_EQ(found["FlashPixVersion"], Value(Array{1, 0, 5}));
+        EXPECT_EQ(properties["{TIFF}"].dictionary()["Model"], Value("Model")) << "where it does not belong";
         EXPECT_EQ(found["FileSource"], Value(3));
         EXPECT_EQ(found["LensSpecification"], Value(Array{24, 70, 2.8, 0})) << "an unknown aperture is 0";
     }
@@ -52,17 +55,19 @@ TEST(Exif, ReadsUserCommentsByTheirCharacterCode) {
         {"ASCII", "ASCII\0\0\0hello"_z, "hello"},
         {"blanked out in front", "ASCII\0\0\0\0\0\0hello"_z, "hello"},
         {"no code", "\0\0\0\0\0\0\0\0hello"_z, "hello"},
-        {"Unicode in the other order than the file's", "UNICODE\0\0h\0\xE9"_z, "h\xC3\xA9"},
+        {"Unicode of one order", "UNICODE\0\0h\0\xE9"_z, "h\xC3\xA9"},
+        {"Unicode of the other", "UNICODE\0h\0\xE9\0"_z, "h\xC3\xA9"},
         {"Unicode with a byte order mark", "UNICODE\0\xFF\xFEh\0\xE9\0"_z, "h\xC3\xA9"},
         {"JIS", "JIS\0\0\0\0\0\x1b$B$\"\x1b(B"_z, "\xE3\x81\x82"},
         {"Windows-1252 under an ASCII code", "ASCII\0\0\0caf\xE9"_z, "caf\xC3\xA9"},
         {"nothing but a code", "ASCII\0\0\0"_z, ""},
     };
-    for (const auto& [why, value, text] : cases) {
-        TiffBuilder tiff;
-        tiff.raw(exif, 0x9286, 7, static_cast<std::uint32_t>(value.size()), value).text(first, 0x010F, "M");
-        EXPECT_EQ(section(tiff.build(), "{Exif}")["UserComment"].string(), text) << why;
-    }
+    for (const bool little : {true, false})
+        for (const auto& [why, value, text] : cases) {
+            TiffBuilder tiff(little);
+            tiff.raw(exif, 0x9286, 7, static_cast<std::uint32_t>(value.size()), value).text(first, 0x010F, "M");
+            EXPECT_EQ(section(tiff.build(), "{Exif}")["UserComment"].string(), text) << why << little;
+        }
 }
 
 TEST(Exif, ReadsPositionsHoweverTheyAreWritten) {

@@ -42,7 +42,9 @@ ByteString raw(std::string_view make, const ByteString& note, bool isDng = false
     // A preview with metadata of its own.
     TiffBuilder inner;
     inner.text(TiffBuilder::first, 0x013B, "SECRET preview").text(TiffBuilder::gps, 0x12, "PLACE in the preview");
-    return file.add(jpegWithExif(inner.build()));
+    return file.add(jpeg({jpegSegment(0xE1, ByteString("Exif\0\0"_z).add(inner.build())),
+                          jpegSegment(0xDB, "KEPT table"), jpegSegment(0xE5, "SECRET segment"),
+                          jpegSegment(0xEE, "Adobe KEPT colours"), jpegSegment(0xFE, "SECRET comment")}));
 }
 
 /// A note of its own TIFF header, as one maker writes it.
@@ -62,7 +64,7 @@ TEST(RawRewrite, TakesOutWhoWhereAndWhenInPlace) {
     EXPECT_THAT(clean, Not(HasSubstr("SECRET")));
     EXPECT_THAT(clean, Not(HasSubstr("PLACE")));
     EXPECT_THAT(clean, Not(HasSubstr("3020326")));
-    for (const char* kept : {"KEPT model", "KEPT lens", "KKKKKKKK", "\xFF\xDA"})
+    for (const char* kept : {"KEPT model", "KEPT lens", "KKKKKKKK", "KEPT table", "KEPT colours", "\xFF\xDA"})
         EXPECT_EQ(clean.find(kept), before.find(kept)) << kept;
     EXPECT_EQ(propertiesOf(clean)["{Exif}"].dictionary()["LensModel"].string(), "KEPT lens");
 }

@@ -8,6 +8,7 @@
 #include "platform/ImageIO/CGImageProperties.h"
 #include "platform/ImageIO/CGImageSource.h"
 #include "platform/ImageIO/MetadataRewrite.h"
+#include "platform/ImageIO/WritableProperties.h"
 #include "support/Containers.h"
 #include "support/TemporaryFolder.h"
 #include "support/TiffBuilder.h"
@@ -427,11 +428,31 @@ TEST(Strip, KeepsAGainMapAndItsIndex) {
     EXPECT_THAT(cut, Not(HasSubstr("hdrgm"))) << "without the map, nobody announces it";
 }
 
-TEST(Strip, TakesWhatAnEarlierEditorLeftBehindInATiff) {
-    std::string file(fullTiff().text());
-    const std::string forgotten = "SECRET forgotten directory";
-    file.replace(7000, forgotten.size(), forgotten);
-    EXPECT_THAT(rewritten(file, removing(Removal::everything)), Not(HasSubstr("forgotten")));
+// Written anew: every strip in a place of its own, and nothing that an earlier editor left between them.
+TEST(Strip, FollowsEveryStripOfATiff) {
+    TiffBuilder tiff;
+    tiff.longs(TiffBuilder::first, 0x0100, {9}).longs(TiffBuilder::first, 0x0101, {3});
+    tiff.longs(TiffBuilder::first, 0x0111, {500, 600, 700}).longs(TiffBuilder::first, 0x0117, {9, 7, 8});
+    tiff.text(TiffBuilder::first, 0x013B, "SECRET artist");
+    std::string file(tiff.build().add(1000, '-').text());
+    constexpr std::array<std::string_view, 3> kStrips{"STRIP-ONE", "STRIP-2", "STRIP-3!"};
+    for (std::size_t i = 0; i < kStrips.size(); ++i) file.replace(500 + 100 * i, kStrips[i].size(), kStrips[i]);
+    const std::string clean = rewritten(ByteString(file), removing(Removal::everything));
+    EXPECT_THAT(clean, Not(HasSubstr("SECRET")));
+    EXPECT_THAT(clean, Not(HasSubstr("--")));
+    const ByteString made(clean);
+    imageio::ByteSource source(made.bytes());
+    auto header = imageio::readTiffHeader(source);
+    ASSERT_TRUE(header);
+    const imageio::TiffDirectory directory = imageio::readTiffDirectory(header->context, header->firstDirectory);
+    EXPECT_EQ(header->firstDirectory % 2, 0U);
+    const auto offsets = directory.find(0x0111), lengths = directory.find(0x0117);
+    ASSERT_TRUE(offsets && lengths);
+    for (std::size_t i = 0; i < kStrips.size(); ++i) {
+        const std::size_t at = offsets->integer(header->context, i).value_or(0);
+        EXPECT_EQ(clean.substr(at, lengths->integer(header->context, i).value_or(0)), kStrips[i]);
+        EXPECT_EQ(at % 2, 0U) << "as offsets are to be";
+    }
 }
 
 TEST(Strip, RefusesWhatItCannotDoWithoutLoss) {
@@ -493,18 +514,40 @@ TEST(Edit, ReadsBackWhatWasSet) {
 }
 
 TEST(Edit, LeavesTheRestAsItWas) {
-    const MetadataChange change{
-        .removal = Removal::nothing, .removes = {}, .values = {{"{TIFF}", Dictionary{{"Copyright", "mine"}}}}};
-    for (const Format& format : formats()) {
-        if (!format.hasExif) continue;
-        SCOPED_TRACE(format.name);
-        const ByteString file = format.build();
-        Dictionary before = propertiesOf(file);
-        Dictionary after = propertiesOf(rewritten(file, change));
-        EXPECT_EQ(after["{TIFF}"].dictionary()["Copyright"].string(), "mine");
-        for (const std::string_view key : {"{Exif}", "{GPS}", "Orientation", "ProfileName", "DPIWidth"})
-            EXPECT_EQ(after[key], before[key]) << key;
+    struct Row {
+        const char* dictionary;
+        const char* name;
+        Value value;
+    };
+    // A text of that length fits none of the old places.
+    for (const Row& row :
+         {Row{"{TIFF}", "Copyright", "mine"}, Row{"{TIFF}", "ImageDescription", std::string(60'000, 'x')},
+          Row{"{Exif}", "LensModel", "a lens"}, Row{"{GPS}", "Altitude", 12.5}}) {
+        const MetadataChange change{.removal = Removal::nothing,
+                                    .removes = {},
+                                    .values = {{row.dictionary, Dictionary{{row.name, row.value}}}}};
+        for (const Format& format : formats()) {
+            if (!format.hasExif) continue;
+            SCOPED_TRACE(std::string(format.name) + " " + row.name);
+            const ByteString file = format.build();
+            Dictionary before = propertiesOf(file);
+            Dictionary after = propertiesOf(rewritten(file, change));
+            EXPECT_EQ(after[row.dictionary].dictionary()[row.name], row.value);
+            for (const std::string_view key : {"{TIFF}", "{Exif}", "{GPS}", "Orientation", "ProfileName", "DPIWidth"}) {
+                if (key != row.dictionary) EXPECT_EQ(after[key], before[key]) << key;
+            }
+        }
     }
+}
+
+TEST(Edit, FindsPropertiesByTheirNameOrTheirGroup) {
+    const auto found = writableProperties("keywords");
+    ASSERT_EQ(found.size(), 1U);
+    EXPECT_EQ(found[0].dictionary, "{IPTC}");
+    const auto group = writableProperties("gps");
+    EXPECT_GT(group.size(), 4U);
+    for (const WritableProperty& property : group) EXPECT_EQ(property.dictionary, "{GPS}") << property.name;
+    EXPECT_TRUE(writableProperties("nothing").empty());
 }
 
 TEST(Edit, KeepsValuesThroughAStrip) {
