@@ -21,7 +21,8 @@ NSNotificationCenter::Observer::~Observer() {
 }
 
 NSNotificationCenter& NSNotificationCenter::defaultCenter() {
-    static NSNotificationCenter center;
+    // Never destroyed: another thread may let go of an observer while the program ends.
+    static NSNotificationCenter& center = *new NSNotificationCenter;
     return center;
 }
 
