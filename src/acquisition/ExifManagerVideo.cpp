@@ -15,8 +15,21 @@ namespace {
 constexpr std::size_t kLatitudeLength = 8;
 constexpr std::size_t kLongitudeLength = 9;
 
-/// How a camcorder exposed; what stands behind this is the name in Exif.
-constexpr std::string_view kCameraMessage = "mdpm/";
+/// How a camera exposed, as its messages or its stream's data tell; what stands behind this is the name in Exif.
+constexpr std::string_view kExifItem = "exif/";
+
+bool isExposure(std::string_view name) {
+    return name == kCGImagePropertyExifExposureTime || name == kCGImagePropertyExifFNumber ||
+           name == kCGImagePropertyExifFocalLength;
+}
+
+void readExif(const AVMetadataItem& item, ExifInformation& record) {
+    const std::string name = item.identifier.substr(kExifItem.size());
+    if (!record.exifDic) record.exifDic.emplace();
+    record.exifDic->set(name, item.value);
+    record.exifORTiffInfoAvailable = true;
+    if (isExposure(name)) record.exifInfoAvailable = true;
+}
 
 void readLocation(std::string_view text, ExifInformation& record) {
     if (text.size() <= kLatitudeLength) return;
@@ -41,9 +54,8 @@ void readItem(const AVMetadataItem& item, ExifInformation& record) {
         record.exifORTiffInfoAvailable = true;
     } else if (item.commonKey == AVMetadataCommonKeyLocation) {
         readLocation(item.stringValue(), record);
-    } else if (item.commonKey.empty() && item.identifier.starts_with(kCameraMessage)) {
-        if (!record.exifDic) record.exifDic.emplace();
-        record.exifDic->set(item.identifier.substr(kCameraMessage.size()), item.value);
+    } else if (item.identifier.starts_with(kExifItem)) {
+        readExif(item, record);
     }
 }
 

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "acquisition/ExifManager.h"
 #include "platform/AVFoundation/AVAsset.h"
 #include "platform/Foundation/NSTimeZone.h"
 #include "platform/ImageIO/MetadataRewrite.h"
@@ -26,7 +27,7 @@ ByteString cameraData() {
         TiffBuilder tiff;
         tiff.text(first, 0x010F, "SECRET maker").text(first, 0x0110, "SECRET model");
         tiff.longs(first, 0x8769, {exifAt}).longs(first, 0x8825, {gpsAt});
-        tiff.text(exif, 0x9003, "2020:01:02 03:04:05");
+        tiff.text(exif, 0x9003, "2020:01:02 03:04:05").rationals(exif, 0x829D, {{28, 10}});
         tiff.text(gps, 1, "N").rationals(gps, 2, {{51, 1}, {30, 1}, {0, 1}});
         tiff.text(gps, 3, "W").rationals(gps, 4, {{0, 1}, {6, 1}, {0, 1}});
         return tiff;
@@ -96,6 +97,9 @@ TEST(Avi, TellsWhoMadeItWhenAndWhere) {
     EXPECT_EQ(textOf(*camera, AVMetadataCommonKeyModel), "SECRET model");
     EXPECT_EQ(textOf(*camera, AVMetadataCommonKeyLocation), "+51.5000-000.1000/");
     EXPECT_TRUE(camera->creationDate);
+    const auto record = ExifManager::exifInformationFromAsset(*camera, NSURL());
+    EXPECT_EQ(record->ApertureValue().exifValueReadableFormat, "f/2.8");
+    EXPECT_TRUE(record->exifInfoAvailable);
 
     const ByteString info =
         riffChunk("LIST", {"INFO", riffChunk("ISFT", {"program\0"_z}), riffChunk("INAM", {"T\xEFtle\0"_z})});

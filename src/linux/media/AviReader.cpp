@@ -133,6 +133,7 @@ private:
         imageio::ExifWalk walk(tiff, properties);
         walk.readFirst(readTiffDirectory(tiff, 0));
         adopt(properties, "strd/");
+        for (const auto& entry : properties.exif) addItem(asset_, "", "exif/" + std::string(entry.key()), entry.value);
     }
 
     void adopt(const ImageProperties& properties, const std::string& place) {

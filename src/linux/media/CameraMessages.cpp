@@ -143,7 +143,7 @@ void addExposure(const Fields& fields, AVAsset& asset) {
                                           Exposure{0xA9, "FocalLenIn35mmFilm", Form::ratio},
                                           Exposure{0xAA, "SceneCaptureType", Form::number}};
     const auto add = [&asset](std::string_view name, Value value) {
-        addItem(asset, "", "mdpm/" + std::string(name), std::move(value));
+        addItem(asset, "", "exif/" + std::string(name), std::move(value));
     };
     for (const auto& [number, name, form] : exposures) {
         if (form == Form::number) {
