@@ -49,7 +49,8 @@ ByteString packet(const std::string& mark) {
     add("xmpMM", "http://ns.adobe.com/xap/1.0/mm/", {"DocumentID", "InstanceID", "OriginalDocumentID"});
     add("xmpRights", "http://ns.adobe.com/xap/1.0/rights/", {"WebStatement"});
     add("exifEX", "http://cipa.jp/exif/1.0/", {"BodySerialNumber", "CameraOwnerName"});
-    add("drone", "http://www.dji.com/drone-dji/1.0/", {"SelfData", "@GpsLatitude", "@GpsLongtitude"});
+    add("drone", "http://www.dji.com/drone-dji/1.0/",
+        {"SelfData", "@GpsLatitude", "@GpsLongtitude", "@RelativeAltitude"});
     add("Iptc4xmpCore", "http://iptc.org/std/Iptc4xmpCore/1.0/xmlns/", {"Scene", "@Location", "@CountryCode"});
     add("own", "http://example.org/own/", {"anything"});
     const auto list = [&](std::string_view name, std::string_view value) {

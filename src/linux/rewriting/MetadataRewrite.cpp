@@ -120,6 +120,17 @@ void addLeft(const Dictionary& properties, std::string_view dictionary, bool isR
     }
 }
 
+Dictionary propertiesOf(ByteSource& source, const ImageFormat& format) {
+    ImageProperties found;
+    format.read(source, found);
+    return std::move(found).assemble();
+}
+
+RemovedTexts removedTexts(ByteSource& source, const MetadataChange& change) {
+    const ImageFormat* format = RemovedTexts::areIn(change) ? detectImageFormat(source) : nullptr;
+    return format ? RemovedTexts(propertiesOf(source, *format), change) : RemovedTexts();
+}
+
 }  // namespace
 
 std::optional<RewritePlan> imageio::rewritePlan(ByteSource& source, const MetadataChange& change,
@@ -135,7 +146,7 @@ std::optional<RewritePlan> imageio::rewritePlan(ByteSource& source, const Metada
         return std::nullopt;
     }
     RewriteFault why = RewriteFault::none;
-    auto plan = rewrite(source, BlockChange(change), why);
+    auto plan = rewrite(source, BlockChange(change, removedTexts(source, change)), why);
     if (!plan) failure = failureOf(why == RewriteFault::none ? RewriteFault::damaged : why);
     return plan;
 }
@@ -181,9 +192,7 @@ std::optional<std::vector<std::string>> metadataLeft(const std::string& path, co
     if (!plan) return std::nullopt;
     std::vector<std::string> left;
     if (const ImageFormat* format = detectImageFormat(*source)) {
-        ImageProperties found;
-        format->read(*source, found);
-        const Dictionary properties = std::move(found).assemble();
+        const Dictionary properties = propertiesOf(*source, *format);
         const bool isRaw = format->typeIdentifier.find("raw-image") != std::string_view::npos;
         addLeft(properties, "{GPS}", false, left);
         if (change.removesEverything() && change.values.empty())

@@ -6,6 +6,7 @@
 #include <array>
 #include <span>
 #include <string>
+#include <utility>
 
 #include "linux/imageio/Text.h"
 #include "linux/imageio/blocks/ExifTags.h"
@@ -14,7 +15,6 @@
 #include "linux/imageio/rewrite/MinimalExif.h"
 #include "linux/imageio/rewrite/TiffTags.h"
 #include "linux/imageio/rewrite/TiffTree.h"
-#include "linux/imageio/rewrite/ValueCopies.h"
 #include "linux/imageio/rewrite/XmpSets.h"
 
 namespace tessaly::imageio {
@@ -82,17 +82,26 @@ bool isGpsProperty(std::string_view prefix, std::string_view name) {
 
 bool namesPlace(std::string_view propertyName) {
     const std::string name = lowerCase(propertyName);
-    static constexpr std::array<std::string_view, 12> whole{
-        "city",        "state",       "province",    "provincestate", "country", "countrycode",
-        "countryname", "sublocation", "worldregion", "shotlocation",  "gps",     "coverage"};
+    static constexpr std::array<std::string_view, 19> whole{
+        "city",        "state",       "province",     "provincestate", "country",    "countrycode", "countryname",
+        "sublocation", "worldregion", "shotlocation", "gps",           "coverage",   "lat",         "lon",
+        "long",        "lng",         "alt",          "place",         "coordinates"};
     if (std::ranges::find(whole, name) != whole.end()) return true;
-    static constexpr std::array<std::string_view, 4> parts{"latitude", "longitude", "longtitude", "geotag"};
+    // Drones tell heights, too: above the sea, and above where they took off.
+    static constexpr std::array<std::string_view, 6> parts{"latitude", "longitude", "longtitude",
+                                                           "altitude", "geotag",    "geolocation"};
     return name.starts_with("gps") || name.starts_with("location") ||
            std::ranges::any_of(parts, [&](std::string_view part) { return name.find(part) != std::string::npos; });
 }
 
-BlockChange::BlockChange(const MetadataChange& change, Raw raw)
-    : change_(change), raw_(raw), xmpSets_(xmpProperties(change.values)) {}
+BlockChange::BlockChange(const MetadataChange& change, RemovedTexts removed)
+    : change_(change), removed_(std::move(removed)), xmpSets_(xmpProperties(change.values)) {}
+
+BlockChange BlockChange::of(Raw raw) const {
+    BlockChange made = *this;
+    made.raw_ = raw;
+    return made;
+}
 
 // --- Exif ---
 
@@ -217,11 +226,17 @@ bool BlockChange::removesProperty(std::string_view prefix, std::string_view name
     return repeatsDictionary(change_.removes, prefix, name);
 }
 
+XmpRules BlockChange::xmpRules() const {
+    XmpRules rules;
+    rules.removes = [this](std::string_view prefix, std::string_view name) { return removesProperty(prefix, name); };
+    if (!removed_.empty()) rules.removesText = [this](std::string_view text) { return removed_.isIn(text); };
+    return rules;
+}
+
 std::optional<ByteVector> BlockChange::furtherXmp(Bytes packet) const {
     if (removesEverything()) return std::nullopt;
     if (change_.removal == MetadataChange::Removal::nothing && xmpSets_.empty()) return copyOf(packet);
-    XmpRules rules;
-    rules.removes = [this](std::string_view prefix, std::string_view name) { return removesProperty(prefix, name); };
+    XmpRules rules = xmpRules();
     for (const XmpProperty& set : xmpSets_) rules.sets.push_back({set.prefix, set.name, set.form, {}});
     rules.keepsUnchanged = change_.removal == MetadataChange::Removal::place;
     const std::string text = changedXmpPacket(packet, rules);
@@ -239,7 +254,7 @@ std::optional<ByteVector> BlockChange::changedXmp(Bytes packet, const std::strin
     if (setsNothing && packet.empty()) return std::nullopt;
     if (setsNothing && removesEverything()) return std::nullopt;
     if (setsNothing && change_.removal == MetadataChange::Removal::nothing) return copyOf(packet);
-    XmpRules rules;
+    XmpRules rules = xmpRules();
     rules.removes = [this, description](std::string_view prefix, std::string_view name) {
         return removesProperty(prefix, name) ||
                (description && tellsOfFurtherImages(prefix, name, !description->empty()));

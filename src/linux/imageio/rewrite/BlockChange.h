@@ -5,6 +5,7 @@
 
 #include "linux/imageio/rewrite/IptcChange.h"
 #include "linux/imageio/rewrite/TiffEditor.h"
+#include "linux/imageio/rewrite/ValueCopies.h"
 #include "linux/imageio/rewrite/XmpChange.h"
 #include "platform/ImageIO/MetadataChange.h"
 
@@ -16,7 +17,9 @@ class BlockChange {
 public:
     /// Of a raw, everything means names, places, dates and serial numbers: what a converter needs stays.
     enum class Raw : std::uint8_t { none, makers, dng };
-    explicit BlockChange(const MetadataChange& change, Raw raw = Raw::none);
+    explicit BlockChange(const MetadataChange& change, RemovedTexts removed = {});
+    /// The same change of a raw.
+    [[nodiscard]] BlockChange of(Raw raw) const;
 
     [[nodiscard]] bool removesEverything() const noexcept { return change_.removesEverything(); }
     [[nodiscard]] bool removesPlace() const noexcept { return change_.removesPlace(); }
@@ -48,6 +51,7 @@ private:
     [[nodiscard]] std::optional<ByteVector> changedXmp(Bytes packet, const std::string* description) const;
     [[nodiscard]] bool removesRawField(TiffKind kind, const TiffEntry& entry) const;
     [[nodiscard]] bool removesField(TiffKind kind, const TiffEntry& entry) const;
+    [[nodiscard]] XmpRules xmpRules() const;
     [[nodiscard]] bool removesProperty(std::string_view prefix, std::string_view name) const;
     [[nodiscard]] std::optional<ByteVector> furtherIptc(Bytes datasets) const;
     [[nodiscard]] ByteVector changedDataSets(Bytes datasets, std::vector<IptcDataSet> sets) const;
@@ -56,7 +60,8 @@ private:
     [[nodiscard]] std::optional<TiffField> changedBlockField(TiffKind kind, const TiffEntry& entry, Bytes value) const;
 
     const MetadataChange& change_;
-    Raw raw_;
+    RemovedTexts removed_;
+    Raw raw_ = Raw::none;
     std::vector<XmpProperty> xmpSets_;
 };
 

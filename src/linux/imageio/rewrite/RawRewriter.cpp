@@ -88,7 +88,7 @@ RewriteResult rewriteRaf(ByteSource& source, const BlockChange& change, RewriteF
     const auto length = source.read<std::uint32_t>(88);
     fault = RewriteFault::damaged;
     if (!offset || !length || *offset > source.size() || *length > source.size() - *offset) return std::nullopt;
-    const BlockChange forRaw(change.change(), BlockChange::Raw::makers);
+    const BlockChange forRaw = change.of(BlockChange::Raw::makers);
     return patched(source, patchEmbeddedJpeg(source, *offset, *length, forRaw), fault);
 }
 
@@ -102,7 +102,7 @@ RewriteResult rewriteMrw(ByteSource& source, const BlockChange& change, RewriteF
         const auto length = source.read<std::uint32_t>(at + 4);
         if (!name || !length) return std::nullopt;
         if (asText(*name) == std::string_view("\0TTW", 4)) {
-            const BlockChange forRaw(change.change(), BlockChange::Raw::makers);
+            const BlockChange forRaw = change.of(BlockChange::Raw::makers);
             const auto edit = editTiff(source, at + 8, forRaw.tiffRules(ByteOrder::big));
             if (!edit || !edit->tail.empty()) return std::nullopt;
             return patched(source, edit->patches, fault);

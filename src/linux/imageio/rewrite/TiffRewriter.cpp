@@ -189,7 +189,7 @@ RewriteResult rewriteRawTiff(ByteSource& source, const BlockChange& change, Rewr
     fault = RewriteFault::damaged;
     if (!header) return std::nullopt;
     const bool isDng = readTiffDirectory(header->context, header->firstDirectory).find(kDngVersion).has_value();
-    const BlockChange forRaw(change.change(), isDng ? BlockChange::Raw::dng : BlockChange::Raw::makers);
+    const BlockChange forRaw = change.of(isDng ? BlockChange::Raw::dng : BlockChange::Raw::makers);
     return editedTiff(source, forRaw, inPlaceRules(*header, forRaw), fault);
 }
 

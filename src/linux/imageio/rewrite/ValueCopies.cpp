@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "linux/imageio/Text.h"
 #include "platform/ImageIO/CGImageProperties.h"
 
 namespace tessaly::imageio {
@@ -133,7 +134,85 @@ constexpr std::array kTagCopies{
     TagCopy{kIptcName, "Keywords", 0x9C9E},         TagCopy{kExifName, "BodySerialNumber", 0xC62F},
 };
 
+/// The dictionaries of properties, and which removal takes them.
+struct Section {
+    std::string_view name;
+    bool Dictionaries::*flag;
+};
+constexpr std::array kSections{Section{kExifName, kExif}, Section{kCGImagePropertyExifAuxDictionary, kExif},
+                               Section{kTiffName, kTiff}, Section{kIptcName, kIptc},
+                               Section{kCGImagePropertyGPSDictionary, &Dictionaries::gps}};
+
+std::string_view trimmed(std::string_view text) {
+    constexpr std::string_view kBlank = " \t\r\n";
+    const auto first = text.find_first_not_of(kBlank);
+    return first == std::string_view::npos ? std::string_view()
+                                           : text.substr(first, text.find_last_not_of(kBlank) + 1 - first);
+}
+
+/// As texts are compared: in any case; a date of Exif in the form that XMP has for it, without fractions and zone.
+std::string comparable(std::string_view text) {
+    constexpr std::size_t kDate = 19;
+    std::string form = lowerCase(trimmed(text));
+    const bool isDate = form.size() >= kDate && (form[4] == ':' || form[4] == '-') && form[7] == form[4] &&
+                        (form[10] == ' ' || form[10] == 't') && form[13] == ':' && form[16] == ':';
+    if (!isDate) return form;
+    form.resize(kDate);
+    form[4] = form[7] = '-';
+    form[10] = 't';
+    return form;
+}
+
+bool identifies(std::string_view text) {
+    constexpr std::size_t kShortest = 3, kShortestNumber = 6;
+    const bool hasLetter = std::ranges::any_of(
+        text, [](char c) { return (c >= 'a' && c <= 'z') || static_cast<unsigned char>(c) >= 0x80; });
+    return text.size() >= (hasLetter ? kShortest : kShortestNumber);
+}
+
+bool isEmptied(const Value& value) { return value.isString() && value.string().empty(); }
+
 }  // namespace
+
+bool RemovedTexts::areIn(const MetadataChange& change) {
+    if (change.removal == MetadataChange::Removal::dictionaries && change.removes.any()) return true;
+    return std::ranges::any_of(kSections, [&](const Section& section) {
+        return std::ranges::any_of(change.values[section.name].dictionary(),
+                                   [](const Dictionary::Entry& entry) { return isEmptied(entry.value); });
+    });
+}
+
+RemovedTexts::RemovedTexts(const Dictionary& properties, const MetadataChange& change) {
+    for (const auto& [name, flag] : kSections) {
+        const bool goes = change.removal == MetadataChange::Removal::dictionaries && change.removes.*flag;
+        const Dictionary& values = change.values[name].dictionary();
+        for (const Dictionary::Entry& entry : properties[name].dictionary())
+            if (goes || isEmptied(values[entry.key()])) add(entry.value);
+    }
+}
+
+void RemovedTexts::add(const Value& value) {
+    if (value.isArray()) {
+        for (const Value& one : value.array()) add(one);
+    } else if (value.isDictionary()) {
+        for (const Dictionary::Entry& entry : value.dictionary()) add(entry.value);
+    } else if (std::string text = comparable(value.description()); identifies(text)) {
+        texts_.insert(std::move(text));
+    }
+}
+
+bool RemovedTexts::contains(std::string_view text) const { return texts_.contains(comparable(text)); }
+
+bool RemovedTexts::isIn(std::string_view text) const {
+    if (texts_.empty() || text.empty()) return false;
+    if (contains(text)) return true;
+    for (std::size_t end = text.find_first_of(",;"); end != std::string_view::npos; end = text.find_first_of(",;")) {
+        if (contains(text.substr(0, end))) return true;
+        text.remove_prefix(end + 1);
+        if (text.find_first_of(",;") == std::string_view::npos) return contains(text);
+    }
+    return false;
+}
 
 bool repeatsDictionary(const Dictionaries& removed, std::string_view prefix, std::string_view name) noexcept {
     if (prefix == "exif" && name.starts_with("GPS")) return false;

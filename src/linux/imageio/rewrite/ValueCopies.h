@@ -1,6 +1,8 @@
 #pragma once
 #include <cstdint>
+#include <string>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 #include "platform/ImageIO/MetadataChange.h"
@@ -23,5 +25,26 @@ struct XmpName {
 [[nodiscard]] std::vector<XmpName> repeatingProperties(const Dictionary& values);
 /// The same of fields in the first directory of Exif.
 [[nodiscard]] std::vector<std::uint16_t> repeatingTags(const Dictionary& values);
+
+/// The texts that a change takes out of a file's dictionaries, by which their copies are known under names that nobody
+/// knows. Short ones, and short numbers, are none: they stand for anything.
+class RemovedTexts {
+public:
+    RemovedTexts() = default;
+    /// `properties`: of the file as it is.
+    RemovedTexts(const Dictionary& properties, const MetadataChange& change);
+    /// Whether there can be any.
+    [[nodiscard]] static bool areIn(const MetadataChange& change);
+
+    [[nodiscard]] bool empty() const noexcept { return texts_.empty(); }
+    /// Whether `text` is one of them, or a list with one of them in it.
+    [[nodiscard]] bool isIn(std::string_view text) const;
+
+private:
+    void add(const Value& value);
+    [[nodiscard]] bool contains(std::string_view text) const;
+
+    std::unordered_set<std::string> texts_;
+};
 
 }  // namespace tessaly::imageio

@@ -61,7 +61,7 @@ public:
     }
 
     /// After run(): whether anything of the packet went or was added.
-    [[nodiscard]] bool changesAnything() const noexcept { return !wroteRdf_ || changes_; }
+    [[nodiscard]] bool changesAnything() const noexcept { return !wroteRdf_ || gone_ > 0 || writes_; }
 
 private:
     struct Scope {
@@ -95,7 +95,7 @@ private:
     [[nodiscard]] bool goes(Name name, bool isTop) {
         if (name.prefix == "rdf" || name.prefix == "xml") return false;
         const bool isGone = isRemoved(name, isTop);
-        changes_ |= isGone;
+        gone_ += isGone ? 1 : 0;
         return isGone;
     }
 
@@ -104,6 +104,12 @@ private:
         return isTop && std::ranges::any_of(rules_.sets, [&](const XmpProperty& property) {
                    return property.prefix == name.prefix && property.name == name.local;
                });
+    }
+
+    [[nodiscard]] bool goesByText(std::string_view text) {
+        const bool isGone = rules_.removesText && rules_.removesText(text);
+        gone_ += isGone ? 1 : 0;
+        return isGone;
     }
 
     void writeDocument(Element element, int depth) {
@@ -139,33 +145,43 @@ private:
     /// A property, or whatever is inside one. @return whether it stays.
     bool writeElement(Element element, bool isTop, int depth) {
         const std::size_t mark = scopes_.size();
+        const std::size_t textMark = text_.size();
+        const std::size_t goneBefore = gone_;
         enter(element);
-        const bool stays = depth < kDeepest && !goes(named(element.name()), isTop);
+        const std::string text = element.firstChild() ? std::string() : element.text();
+        bool stays = depth < kDeepest && !goes(named(element.name()), isTop) && !goesByText(text);
         if (stays) {
-            openTag(element, false, true);
+            bool holdsAnything = openTag(element, false, true) || !text.empty();
             text_ += ">";
             const std::size_t content = text_.size();
-            if (!element.firstChild()) text_ += escaped(element.text());
+            text_ += escaped(text);
             for (Element child = element.firstChild(); child; child = child.nextSibling())
-                writeElement(child, false, depth + 1);
+                holdsAnything |= writeElement(child, false, depth + 1);
             close(element, content);
+            stays = holdsAnything || gone_ == goneBefore;
         }
+        if (!stays) text_.resize(textMark);
         scopes_.resize(mark);
         return stays;
     }
 
-    void openTag(Element element, bool isDescription, bool filters) {
+    /// @return whether a property, or a field of a structure, stands in it.
+    bool openTag(Element element, bool isDescription, bool filters) {
+        bool hasFields = false;
         text_.append("<").append(element.name());
         for (const XmlTree::Attribute& attribute : element.attributes()) {
             const bool isProperty = !attribute.name.starts_with("xmlns") && !attribute.name.starts_with("xml:");
             if (isProperty) {
                 const Name name = named(attribute.name);
-                if (filters && goes(name, isDescription)) continue;
-                if (isDescription && name.prefix != "rdf") ++properties_;
+                const bool isOwn = name.prefix != "rdf";
+                if (filters && (goes(name, isDescription) || (isOwn && goesByText(attribute.value())))) continue;
+                if (isDescription && isOwn) ++properties_;
+                hasFields |= isOwn;
             }
             if (rules_.removesToolkit && attribute.name == "x:xmptk") continue;
             text_.append(" ").append(attribute.name).append("=\"").append(escaped(attribute.value())).append("\"");
         }
+        return hasFields;
     }
 
     /// `content`: where the element's content begins; in the short form when there is none, for a packet that is
@@ -181,13 +197,13 @@ private:
     void writeSets() {
         if (!rules_.descriptions.empty()) {
             ++properties_;
-            changes_ = true;
+            writes_ = true;
             text_ += rules_.descriptions;
         }
         for (const XmpProperty& property : rules_.sets) {
             if (property.values.empty()) continue;
             ++properties_;
-            changes_ = true;
+            writes_ = true;
             const std::string name = std::string(property.prefix).append(":").append(property.name);
             text_.append("<rdf:Description xmlns:rdf=\"")
                 .append(namespaceOfPrefix("rdf"))
@@ -225,7 +241,8 @@ private:
     std::vector<Scope> scopes_;
     std::size_t properties_ = 0;
     bool wroteRdf_ = false;
-    bool changes_ = false;
+    std::size_t gone_ = 0;
+    bool writes_ = false;
 };
 
 }  // namespace

@@ -23,6 +23,9 @@ struct XmpRules {
     /// Whether a property, or a field of a structure inside one, goes. By customary prefix (else the packet's own) and
     /// name. Empty: none.
     std::function<bool(std::string_view prefix, std::string_view name)> removes;
+    /// Whether a value goes, whatever its name: of an attribute, an element or an item of a list. What has lost all its
+    /// items goes with them. Empty: none.
+    std::function<bool(std::string_view text)> removesText;
     std::vector<XmpProperty> sets;
     /// Whether a packet stays that has no property left.
     bool keepsEmptyPacket = false;
