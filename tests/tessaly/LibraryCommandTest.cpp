@@ -36,7 +36,9 @@ protected:
         tiff.text(TiffBuilder::first, 0x013B, "SECRET artist");
         tiff.text(TiffBuilder::gps, 1, "N").rationals(TiffBuilder::gps, 2, {{52, 1}, {31, 1}, {0, 1}});
         tiff.text(TiffBuilder::gps, 3, "E").rationals(TiffBuilder::gps, 4, {{13, 1}, {24, 1}, {0, 1}});
-        return folder_.write("pictures/" + name, jpegWithExif(tiff.build()).text());
+        std::string file(jpegWithExif(tiff.build()).text());
+        file.insert(2, jpegSegment(0xFE, "SECRET comment").text());
+        return folder_.write("pictures/" + name, file);
     }
     [[nodiscard]] std::string pictures() const { return (folder_.path() / "pictures").string(); }
     [[nodiscard]] std::string path(const std::string& name) const { return pictures() + "/" + name; }
@@ -54,8 +56,13 @@ TEST_F(LibraryCommand, AnEditIsMadeInPlaceAndTakenBack) {
     } cases[] = {
         {"all of it goes", {"strip", path("one.jpg")}, "edited", "SECRET"},
         {"only the place goes", {"strip", "--location", path("one.jpg")}, "SECRET", "@  one.jpg"},
-        {"a value is written", {"edit", path("one.jpg"), "--set", "artist=Ada"}, "Ada", "SECRET"},
+        {"a value is written", {"edit", path("one.jpg"), "--set", "artist=Ada"}, "Ada", "SECRET artist"},
     };
+    const std::string clean = (folder_.path() / "clean").string();
+    EXPECT_EQ(runProcess({TESSALY_PROGRAM, "strip", path("one.jpg"), "-o", clean}).status, 0);
+    EXPECT_EQ(run({"strip", path("one.jpg")}).status, 0);
+    EXPECT_EQ(contentOf(path("one.jpg")), contentOf(clean + "/one.jpg")) << "as the other strip writes it";
+    EXPECT_EQ(run({"revert", path("one.jpg")}).status, 0);
     for (const auto& [why, command, is, isNot] : cases) {
         const ProcessResult edited = run(command);
         EXPECT_EQ(edited.status, 0) << why << edited.errors;

@@ -87,9 +87,11 @@ int editAll(const LibraryOptions& options, const AssetEdit& edit) {
 }
 
 int strip(const LibraryOptions& options) {
-    if (!options.location) return editAll(options, AssetEdit::removal());
-    const MetadataChange change{.removal = MetadataChange::Removal::place, .removes = {}, .values = {}};
-    return editAll(options, rewriting(change, "removeLocation"));
+    const auto removal = options.location ? MetadataChange::Removal::place : MetadataChange::Removal::everything;
+    AssetEdit edit = rewriting({.removal = removal, .removes = {}, .values = {}}, "removeLocation");
+    // What the screens know as theirs, but told as the command line tells what cannot be done.
+    if (!options.location) edit.adjustmentData = AssetEdit::completeRemoval().adjustmentData;
+    return editAll(options, edit);
 }
 
 int edit(const LibraryOptions& options) {
