@@ -93,6 +93,11 @@ void exportMovie(const std::shared_ptr<AVAsset>& movie, const NSURL& target, Edi
     });
 }
 
+const MetadataChange& everything() {
+    static const MetadataChange change{.removal = MetadataChange::Removal::everything, .removes = {}, .values = {}};
+    return change;
+}
+
 bool write(const MetadataChange& change, const std::string& source, const std::string& target, std::string& error) {
     const RewriteFailure failure = rewriteMetadata(source, target, change, {.replaces = true});
     error = failure.error != 0 ? std::strerror(failure.error) : "";
@@ -112,8 +117,7 @@ AssetEdit AssetEdit::placeRemoval() {
 AssetEdit AssetEdit::completeRemoval() {
     AssetEdit edit = removal();
     edit.rewrite = [](const std::string& source, const std::string& target, std::string& error) {
-        return write({.removal = MetadataChange::Removal::everything, .removes = {}, .values = {}}, source, target,
-                     error);
+        return write(everything(), source, target, error);
     };
     return edit;
 }
@@ -136,7 +140,10 @@ void editAsset(const PHAssetRef& asset, AssetEdit edit, EditCompletion completio
 Data photoWithoutMetadata(const NSURL& photo) {
     // Its bytes are no part of the result: a raw photo is not replaced by its development.
     static_cast<void>(RawFileManager::fetchImageFromRawFile(photo));
-    return ExifManager::imageDataByRemovingExifAndGeoTagging(NSFileManager::contentsAtPath(photo.path()));
+    const Data file = NSFileManager::contentsAtPath(photo.path());
+    const Data stripped = ExifManager::imageDataByRemovingExifAndGeoTagging(file);
+    // Of a raw no single dictionaries are taken; all that tells of a person goes, or nothing.
+    return stripped && stripped->empty() ? rewriteMetadata(file, everything()) : stripped;
 }
 
 bool writeWithoutPlace(const std::string& source, const std::string& target, std::string& error) {

@@ -29,11 +29,12 @@ using EditCompletion = std::function<void(bool success, const std::string& error
 /// The completion comes on another thread; its error is "" for a file that cannot be changed.
 void editAsset(const PHAssetRef& asset, AssetEdit edit, EditCompletion completion);
 
-/// The photo without its metadata; null or empty for a file that cannot be changed.
+/// The photo without its metadata, a raw without all that tells of a person; null or empty for a file that cannot be
+/// changed.
 [[nodiscard]] Data photoWithoutMetadata(const NSURL& photo);
 /// Writes the photo or video `source` without its place to `target`; false with what is wrong, as above.
 [[nodiscard]] bool writeWithoutPlace(const std::string& source, const std::string& target, std::string& error);
-/// Writes the video without its place and what it was made with to `target`; the completion comes on another thread.
+/// Writes the video without any metadata, its place above all, to `target`; the completion comes on another thread.
 void exportVideoWithoutPlace(const PHAssetRef& video, const NSURL& target, EditCompletion completion);
 
 }  // namespace tessaly

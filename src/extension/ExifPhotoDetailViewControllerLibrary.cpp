@@ -55,6 +55,7 @@ struct Removal {
     bool asksForRest;  ///< Whether the person hears of what still tells something, and may have it removed.
 };
 constexpr Removal kPhotoRemoval{kPhotoBanners, false, true};
+// Nothing is left to ask for: the export writes a movie without any metadata at all.
 constexpr Removal kVideoRemoval{kVideoBanners, false, false};
 constexpr Removal kPhotoPlaceRemoval{kPhotoPlaceBanners, true, false};
 constexpr Removal kVideoPlaceRemoval{kVideoBanners, true, false};

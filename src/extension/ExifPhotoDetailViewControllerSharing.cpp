@@ -88,6 +88,7 @@ struct Stripped {
     std::vector<UIActivityItem> items;
     std::vector<UIActivityItem> clean;        ///< The same without any metadata.
     std::vector<std::string_view> leftovers;  ///< In any of them; keys of texts.
+    std::size_t asked = 0;                    ///< How many were to leave.
     bool isGone = false;                      ///< One of the photos is not there any more.
 };
 
@@ -96,16 +97,19 @@ void add(const std::vector<std::string_view>& kinds, std::vector<std::string_vie
         if (std::ranges::find(all, kind) == all.end()) all.push_back(kind);
 }
 
-/// What cannot be stripped is left out. What tells nothing any more leaves as the full strip writes it, so that this
-/// does not rest on what was recognised.
+/// What tells nothing any more leaves as the full strip writes it, so that this does not rest on what was recognised;
+/// so does a raw, of which there is no other strip.
 Stripped strip(const std::vector<Photo>& photos) {
     Stripped stripped;
+    stripped.asked = photos.size();
     for (const Photo& photo : photos) {
         const Data original = bytesOf(photo);
         stripped.isGone |= !original;
         Data data = ExifManager::imageDataByRemovingExifAndGeoTagging(original);
-        if (!data || data->empty()) continue;
-        if (const Data clean = dataWithoutAnyMetadata(original)) {
+        const Data clean = data ? dataWithoutAnyMetadata(original) : nullptr;
+        if (data && data->empty()) data = clean;
+        if (!data) continue;
+        if (clean) {
             const auto kinds = identifyingLeftovers(data, clean);
             add(kinds, stripped.leftovers);
             if (kinds.empty()) data = clean;
@@ -116,11 +120,20 @@ Stripped strip(const std::vector<Photo>& photos) {
     return stripped;
 }
 
-void share(const Screen& screen, const std::vector<UIActivityItem>& items, bool isGone = false) {
-    if (items.empty() && isGone)
+/// Of those that were meant to leave, none stays behind unnoticed.
+void tellWhatStays(const Screen& screen, const Stripped& stripped, std::size_t leaving) {
+    if (leaving == stripped.asked) return;
+    if (stripped.asked > 1)
+        screen->showMessage(formatted(localized("Photos that could not be shared: %ld"), stripped.asked - leaving),
+                            false);
+    else if (stripped.isGone)
         tellThatItIsGone(screen);
-    else if (items.empty())
+    else
         screen->showMessage(formatted(localized("Error : %@"), localized("This file cannot be changed")), false);
+}
+
+void share(const Screen& screen, const Stripped& stripped, const std::vector<UIActivityItem>& items) {
+    tellWhatStays(screen, stripped, items.size());
     screen->showActivityViewControllerWithItems(items);
 }
 
@@ -132,10 +145,10 @@ void askAboutLeftovers(const Screen& screen, const std::shared_ptr<const Strippe
         UIAlertControllerStyle::alert);
     const WeakScreen weak = screen;
     alert->addAction({localized("Remove this too"), UIAlertActionStyle::normal, [weak, stripped] {
-                          if (const Screen self = weak.lock()) share(self, stripped->clean);
+                          if (const Screen self = weak.lock()) share(self, *stripped, stripped->clean);
                       }});
     alert->addAction({localized("Share as it is"), UIAlertActionStyle::normal, [weak, stripped] {
-                          if (const Screen self = weak.lock()) share(self, stripped->items);
+                          if (const Screen self = weak.lock()) share(self, *stripped, stripped->items);
                       }});
     alert->addAction({localized("Cancel"), UIAlertActionStyle::cancel, nullptr});
     screen->presentViewController(alert, true);
@@ -149,8 +162,8 @@ void shareWithoutMetadata(const Screen& screen, Amount amount, std::vector<Photo
         screen, amount == Amount::one ? DispatchPriority::normal : DispatchPriority::background,
         [photos = std::move(photos)] { return strip(photos); },
         [amount](const Screen& self, Stripped& stripped) {
-            if (stripped.items.empty() && amount == Amount::several) return;
-            if (stripped.leftovers.empty()) return share(self, stripped.items, stripped.isGone);
+            if (stripped.items.empty() && amount == Amount::several) return tellWhatStays(self, stripped, 0);
+            if (stripped.leftovers.empty()) return share(self, stripped, stripped.items);
             askAboutLeftovers(self, std::make_shared<const Stripped>(std::move(stripped)));
         });
 }

@@ -35,6 +35,7 @@ constexpr std::array kMarks{
     Mark{""sv, "8BIM\x03\xF0"sv, Kind::texts},      // Photoshop's resources: a caption, addresses, a list of them.
     Mark{""sv, "8BIM\x04\x0B"sv, Kind::texts},
     Mark{""sv, "8BIM\x04\x1E"sv, Kind::texts},
+    // Packets that no properties are read from: of further pages, frames and pictures.
     Mark{""sv, ":xmpmeta"sv, Kind::xmp},
     Mark{""sv, ":RDF"sv, Kind::xmp},
     Mark{""sv, "c2pa"sv, Kind::credentials},
@@ -83,6 +84,11 @@ Dictionary propertiesOf(const Data& file) {
     return source ? CGImageSourceCopyPropertiesAtIndex(source, 0, {}).value_or(Dictionary()) : Dictionary();
 }
 
+Dictionary xmpOf(const Data& file) {
+    const auto source = CGImageSourceCreateWithData(file);
+    return source ? CGImageSourceCopyMetadataAtIndex(source, 0, {}).value_or(Dictionary()) : Dictionary();
+}
+
 using Kinds = std::array<bool, kNames.size()>;
 bool& has(Kinds& kinds, Kind kind) { return kinds[static_cast<std::size_t>(kind)]; }
 
@@ -99,6 +105,10 @@ void addRead(const Data& file, const Data& clean, Kinds& kinds) {
         for (const Dictionary::Entry& entry : properties[dictionary].dictionary())
             if (!kept.contains(entry.key())) has(kinds, kind) = true;
     }
+    // A packet may be in both, for what it says of a gain map.
+    const Dictionary xmp = xmpOf(file), keptXmp = xmpOf(clean);
+    for (const Dictionary::Entry& entry : xmp)
+        if (!(entry.value == keptXmp[entry.key()])) has(kinds, Kind::xmp) = true;
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <tuple>
 
 #include "ActionsFixture.h"
+#include "extension/IdentifyingLeftovers.h"
 #include "platform/UIKit/UIAlertController.h"
 
 // Stripping and deleting over a real library.
@@ -166,11 +167,7 @@ INSTANTIATE_TEST_SUITE_P(
                                 "Successfully removed Location data from same Video"}));
 
 TEST_F(LibraryActions, FailuresAreToldAndChangeNothing) {
-    write("raw.dng", TiffBuilder()
-                         .raw(TiffBuilder::first, 0xC612, 1, 4, "\1\4\0\0"_z)
-                         .shorts(TiffBuilder::first, 0x0100, {64})
-                         .shorts(TiffBuilder::first, 0x0101, {48})
-                         .build());
+    write("raw.x3f", ByteString("FOVb").add(std::string(60, '\0')));
     write("gone.jpg", photo(9));
     write("lost.mov", movie(9));
     library_->scan();
@@ -183,7 +180,7 @@ TEST_F(LibraryActions, FailuresAreToldAndChangeNothing) {
         EXPECT_THAT(album(), IsEmpty()) << why;
     };
     for (const bool overwrites : {false, true}) {
-        expectFailure("a raw cannot be stripped", "raw.dng", overwrites, "Error : This file cannot be changed");
+        expectFailure("a raw that cannot be stripped", "raw.x3f", overwrites, "Error : This file cannot be changed");
         if (::geteuid() == 0) continue;  // Who may everything is not stopped by this.
         fs::permissions(photos(), fs::perms::owner_read | fs::perms::owner_exec);
         expectFailure("a folder that nobody may write to", "a.jpg", overwrites, "Error : ");
@@ -196,6 +193,21 @@ TEST_F(LibraryActions, FailuresAreToldAndChangeNothing) {
         expectFailure("a video that is gone", "lost.mov", overwrites, "Error : ");
     }
     EXPECT_THAT(pendingFiles(), IsEmpty());
+}
+
+TEST_F(LibraryActions, OfARawAllGoesThatTellsOfAPerson) {
+    const ByteString raw = TiffBuilder()
+                               .raw(TiffBuilder::first, 0xC612, 1, 4, "\1\4\0\0"_z)
+                               .shorts(TiffBuilder::first, 0x0100, {64})
+                               .shorts(TiffBuilder::first, 0x0101, {48})
+                               .text(TiffBuilder::first, 0x013B, "SECRET artist")
+                               .build();
+    write("raw.dng", raw);
+    library_->scan();
+    act("raw.dng", true, false);
+    EXPECT_EQ(banner(), "Successfully removed exif data from same image");
+    EXPECT_EQ(contentOf(path("raw.dng")), textOf(dataWithoutAnyMetadata(dataOf(raw))));
+    EXPECT_THAT(contentOf(path("raw.dng")), Not(HasSubstr("SECRET")));
 }
 
 // The place alone goes, from photos and videos, and the page speaks of what is there now.

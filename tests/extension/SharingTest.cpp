@@ -39,6 +39,33 @@ ByteString motionPhoto() {
     return ByteString(contentOf(TESSALY_SEEDS "/heif/mdat.heic")).add(box("mpvd", {"SECRET motion"}));
 }
 
+/// A packet stays in it whatever goes, for what it says of the gain map.
+ByteString photoWithGainMap() {
+    const auto packet = [](std::string_view rest) {
+        const std::string map = R"(xmlns:hdrgm="http://ns.adobe.com/hdr-gain-map/1.0/" hdrgm:Version="1.0" )";
+        return jpegSegment(0xE1, ByteString("http://ns.adobe.com/xap/1.0/\0"_z).add(xmp(map + std::string(rest))));
+    };
+    const ByteString map = jpeg({packet(R"(hdrgm:GainMapMax="3.5")")}, 16, 12);
+    const auto build = [&](std::uint32_t mapAt) {
+        ByteString index("MPF\0MM\0*\0\0\0\x08\0\1\xB0\2\0\7"_z);
+        index.u32(32).u32(26).u32(0).u32(0x030000).u32(0).u32(0).u32(0);
+        index.u32(0).u32(static_cast<std::uint32_t>(map.size())).u32(mapAt).u32(0);
+        return jpeg({packet(R"(xmlns:note="urn:note" note:diary="SECRET note")"), jpegSegment(0xE2, index)});
+    };
+    const std::string alone(build(0).text());
+    const auto mapAt = static_cast<std::uint32_t>(alone.size() - alone.find(std::string("MM\0*", 4)));
+    return build(mapAt).add(map);
+}
+
+ByteString raw() {
+    return TiffBuilder()
+        .raw(TiffBuilder::first, 0xC612, 1, 4, "\1\4\0\0"_z)
+        .shorts(TiffBuilder::first, 0x0100, {64})
+        .shorts(TiffBuilder::first, 0x0101, {48})
+        .text(TiffBuilder::first, 0x013B, "SECRET artist")
+        .build();
+}
+
 ByteString pngWithText() { return png({pngChunk("tEXt", "Author\0SECRET author"_z)}); }
 
 class Sharing : public ActionsTest {
@@ -142,6 +169,8 @@ TEST_F(Sharing, WithoutMetadataNamesWhatIsLeft) {
         {"packet.jpg", photoWithPacket(), "XMP data"},
         {"address.jpg", photoWithAddress(), "Texts and comments"},
         {"motion.heic", motionPhoto(), "Embedded video"},
+        {"gain.jpg", photoWithGainMap(), "XMP data"},
+        {"raw.dng", raw(), ""},
         {"unknown.jpg", jpeg({jpegSegment(0xEA, ByteString(std::string(2000, 's')))}), "Other hidden data"},
     };
     for (const auto& [name, content, left] : cases) {
@@ -182,11 +211,11 @@ TEST_F(Sharing, OfSeveralKeepsTheOrderAndLeavesOutWhatCannotBeStripped) {
     const auto missing = record("gone.jpg", photo(3));
     std::filesystem::remove(missing->imageFilePathURL.path());
     show({record("b.jpg", photo(2)), record("text.png", pngWithText()), record("no.jpg", ByteString("no picture")),
-          missing, ofType(PHAssetMediaTypeVideo), record("a.jpg", photoWithPacket())});
+          missing, ofType(PHAssetMediaTypeVideo), record("a.jpg", photoWithPacket()), record("raw.dng", raw())});
     for (const bool fromMenu : {true, false}) {
         SCOPED_TRACE(fromMenu);
         if (!fromMenu) screen->shareAllWithoutMetadata();
-        fromMenu ? chooseFromMenu("Share 5 Photos without EXIF") : finish();
+        fromMenu ? chooseFromMenu("Share 6 Photos without EXIF") : finish();
         const auto alert = presenter.last<UIAlertController>();
         ASSERT_TRUE(alert);
         EXPECT_EQ(alert->message(), "This is still inside: Texts and comments, XMP data") << "of all, once";
@@ -196,7 +225,8 @@ TEST_F(Sharing, OfSeveralKeepsTheOrderAndLeavesOutWhatCannotBeStripped) {
             names.push_back(item.suggestedName);
             EXPECT_THAT(bytesOf(item), Not(HasSubstr("SECRET")));
         }
-        EXPECT_THAT(names, ElementsAre("b.jpg", "text.png", "a.jpg"));
+        EXPECT_THAT(names, ElementsAre("b.jpg", "text.png", "a.jpg", "raw.dng"));
+        EXPECT_EQ(banner(), "Photos that could not be shared: 2");
         presenter.presented.clear();
     }
     show({ofType(PHAssetMediaTypeVideo)});
@@ -208,6 +238,7 @@ TEST_F(Sharing, NothingThatCouldBeStripped) {
     show({record("a.jpg", ByteString("no picture")), record("b.jpg", ByteString("neither"))});
     chooseFromMenu("Share 2 Photos without EXIF");
     EXPECT_EQ(presenter.presented.size(), 1U) << "the menu alone";
+    EXPECT_EQ(banner(), "Photos that could not be shared: 2");
     chooseFromMenu("Share without EXIF");
     EXPECT_THAT(shared(), IsEmpty());
     EXPECT_EQ(banner(), "Error : This file cannot be changed");
