@@ -56,7 +56,7 @@ constexpr std::array kSections{Section{kCGImagePropertyExifAuxDictionary, Kind::
                                Section{kCGImagePropertyIPTCDictionary, Kind::xmp}};
 
 /// A difference of so many bytes is more than another way to write down size and density: a thumbnail, a preview.
-constexpr std::size_t kLayout = 512;
+constexpr std::size_t kLayout = 256;
 /// What the ends of two files share may hold the end of a mark.
 constexpr std::size_t kMargin = 16;
 

@@ -303,7 +303,8 @@ ByteString repeatingExif() {
     tiff.shorts(TiffBuilder::first, 0x4746, {4}).shorts(TiffBuilder::first, 0x4749, {75});
     tiff.raw(TiffBuilder::first, 0x83BB, 7, static_cast<std::uint32_t>(sets.size()), sets);
     tiff.raw(TiffBuilder::first, 0x8649, 7, static_cast<std::uint32_t>(resources.size()), resources);
-    return tiff.raw(TiffBuilder::first, 0x9C9E, 1, 6, "WORD 5").build();
+    tiff.raw(TiffBuilder::first, 0x9C9E, 1, 6, "WORD 5");
+    return tiff.raw(TiffBuilder::first, 0xC6D2, 7, 12, "SECRET title").build();
 }
 
 ByteString repeatingJpeg() {

@@ -30,9 +30,10 @@ constexpr std::uint16_t kPhotoshopIptcDigest = 0x0425;
 /// Coordinates of a raster on the ground (GeoTIFF 1.1, annex A).
 constexpr std::array<std::uint16_t, 6> kGeoTags{0x830E, 0x8482, 0x85D8, 0x87AF, 0x87B0, 0x87B1};
 
-/// Fields of the first directory that {TIFF} does not name but that tell the same: texts, programs, ratings.
-constexpr std::array<std::uint16_t, 11> kFurtherTexts{0x000B, 0x011D, 0x4746, 0x4749, 0x9C9B, 0x9C9C,
-                                                      0x9C9D, 0x9C9E, 0x9C9F, 0xC4A5, 0xC68B};
+/// Fields of the first directory that {TIFF} does not name but that tell the same: texts, programs, ratings; at
+/// the end the titles that some cameras give to pictures of a child.
+constexpr std::array<std::uint16_t, 13> kFurtherTexts{0x000B, 0x011D, 0x4746, 0x4749, 0x9C9B, 0x9C9C, 0x9C9D,
+                                                      0x9C9E, 0x9C9F, 0xC4A5, 0xC68B, 0xC6D2, 0xC6D3};
 
 /// Fields of {TIFF} that describe the picture itself.
 bool describesPicture(std::uint16_t tag) {
