@@ -8,6 +8,7 @@
 #include <set>
 #include <thread>
 
+#include "acquisition/AssetEditing.h"
 #include "acquisition/BatchProgress.h"
 #include "acquisition/ExifManager.h"
 #include "linux/photos/EmptyLibrary.h"
@@ -168,6 +169,7 @@ struct LoggedReading : AssetReading {
         const auto raw = add({.path = photoPath_, .typeIdentifier = "com.adobe.raw-image"});
         ExifManager::exifDataArrayInPHFetchResults(fetched({raw, nullptr, addCloudPhoto()}), {0, 3}, [](auto&) {});
         static_cast<void>(ExifManager::exifInformationFromPHAssett(addCloudPhoto(), true, nullptr));
+        static_cast<void>(ExifManager::exifinformationFromNSURL(NSURL::fileURLWithPath(photoPath_)));
         const auto record = ExifInformation::exifInformationsArrayFrom(std::vector{addPhoto()}).front();
         record->prefetchAsset();
         bool isDone = false;
@@ -188,6 +190,7 @@ TEST(AssetReadingDeathTest, WritesWhatItDoes) {
                              "ENUMERATE_2_FINISHED 3 ITEMS, ",
                              "ImageSource Count 1",
                              "exifInformationFromPHAssett_2",
+                             "exifinformationFromNSURL file:///",
                              "UTI_ com.adobe.raw-image",
                              "EXIF NOT AVAILABLE FOR RAW FILE",
                              "ON_CLOUD and imageData = ",
@@ -206,6 +209,7 @@ TEST(AssetReadingDeathTest, WritesWhatItDoes) {
                              "PREFETCH_ASSET_ COMPLETE",
                              "PREFETCH_ASSET_NOT_NEEDED"})
         lines.push_back(testing::HasSubstr(std::string(line)));
+    lines.push_back(testing::Not(testing::ContainsRegex("NIL ASSET.*NIL ASSET")));
     EXPECT_EXIT((LoggedReading().TestBody(), std::_Exit(0)), testing::ExitedWithCode(0), testing::AllOfArray(lines));
     ::unsetenv("TESSALY_LOG");
 }
@@ -233,19 +237,21 @@ TEST_F(AssetReading, LetsTheLibrarysPlaceAndDateOutrankTheFiles) {
 }
 
 TEST_F(AssetReading, ReadsWithoutWaiting) {
-    const auto asset = addPhoto();
-    ExifInformationRef record;
-    std::thread::id thread;
-    ExifManager::exifInformationFromPHAssett(asset, [&](const ExifInformationRef& delivered) {
-        record = delivered;
-        thread = std::this_thread::get_id();
-    });
-    ASSERT_TRUE(DispatchQueue::pumpMainQueueUntil([&] { return record != nullptr; }, kPatience));
-    EXPECT_EQ(thread, std::this_thread::get_id());
-    EXPECT_EQ(record->location, asset->location);
-    EXPECT_EQ(record->dateTaken, kFileDate) << "the library's fills gaps only";
-    EXPECT_EQ(record->dateCreated, kLibraryDate);
-    EXPECT_EQ(record->fileSizeInBytes, photoSize_);
+    for (const bool isHere : {true, false}) {
+        const auto asset = isHere ? addPhoto() : addCloudPhoto();
+        ExifInformationRef record;
+        std::thread::id thread;
+        ExifManager::exifInformationFromPHAssett(asset, [&](const ExifInformationRef& delivered) {
+            record = delivered;
+            thread = std::this_thread::get_id();
+        });
+        ASSERT_TRUE(DispatchQueue::pumpMainQueueUntil([&] { return record != nullptr; }, kPatience));
+        EXPECT_EQ(thread, std::this_thread::get_id());
+        EXPECT_EQ(record->location, asset->location);
+        EXPECT_EQ(record->dateTaken, isHere ? kFileDate : kLibraryDate) << "the library's fills gaps only";
+        EXPECT_EQ(record->dateCreated, kLibraryDate);
+        EXPECT_EQ(record->fileSizeInBytes, isHere ? photoSize_ : 0);
+    }
 }
 
 TEST_F(AssetReading, FetchesFromTheCloudWhereThatIsAllowed) {
@@ -261,8 +267,9 @@ TEST_F(AssetReading, FetchesFromTheCloudWhereThatIsAllowed) {
         std::mutex mutex;
         std::vector<double> progress;
         const auto record = ExifManager::exifInformationFromPHAssett(
-            asset, force, [&](double reached, const std::string&, bool&, const Dictionary&) {
+            asset, force, [&](double reached, const std::string&, bool& stop, const Dictionary&) {
                 const std::lock_guard lock(mutex);
+                EXPECT_FALSE(stop) << "nobody asked for that";
                 progress.push_back(reached);
             });
         EXPECT_EQ(record->imageResultIsInCloud, !arrives);
@@ -361,7 +368,8 @@ TEST_F(AssetReading, ReadsAVideo) {
     EXPECT_EQ(record->dimensions, (CGSize{640, 480}));
     EXPECT_EQ(record->fileSizeInBytes, static_cast<std::int64_t>(movie().size()));
     EXPECT_EQ(record->dateTaken, kLibraryDate);
-    EXPECT_TRUE(record->exifInfoAvailable && record->hasFetchedFromPHAsset && record->hasFetchedEXIFInformation);
+    EXPECT_TRUE(record->exifInfoAvailable && record->exifORTiffInfoAvailable);
+    EXPECT_TRUE(record->hasFetchedFromPHAsset && record->hasFetchedEXIFInformation);
     EXPECT_FALSE(record->imageResultIsInCloud);
 
     library_->items[asset->localIdentifier].isInCloud = true;
@@ -371,6 +379,15 @@ TEST_F(AssetReading, ReadsAVideo) {
     EXPECT_TRUE(away->imageResultIsInCloud && away->tifDic->empty());
     EXPECT_EQ(away->dateCreated, kFileDate);
     EXPECT_FALSE(away->dateTaken);
+    DispatchSemaphore done;
+    std::string why = "nobody answered";
+    exportVideoWithoutPlace(asset, NSURL::fileURLWithPath((folder_.path() / "out.mov").string()),
+                            [&](bool success, const std::string& error) {
+                                why = success ? "" : "failed: " + error;
+                                done.signal();
+                            });
+    EXPECT_TRUE(done.wait(kPatience));
+    EXPECT_EQ(why, "") << "what is to be edited is fetched";
 }
 
 TEST_F(AssetReading, ReadsABatchInOrder) {

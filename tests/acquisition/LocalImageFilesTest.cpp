@@ -7,6 +7,7 @@
 #include "acquisition/ExifManager.h"
 #include "acquisition/LocalImageFiles.h"
 #include "codecs/Pictures.h"
+#include "linux/photos/EmptyLibrary.h"
 #include "linux/photos/PhotoLibrary.h"
 #include "platform/Foundation/Dispatch.h"
 #include "platform/Photos/PHChangeRequests.h"
@@ -252,6 +253,8 @@ TEST_F(LocalFiles, GoIntoAnAlbumThatIsMadeOnce) {
     const auto clip = assetNamed("clip.mov");
     LocalImageFiles::createPhotosAlbum("Élan \"1\" %@", {&clip, 1}, nullptr);
     EXPECT_TRUE(DispatchQueue::pumpMainQueueUntil([&] { return count() == 3; }, 20s)) << "nobody has to listen";
+    PHPhotoLibrary::setSharedPhotoLibrary(std::make_shared<photos::EmptyLibrary>());
+    EXPECT_EQ(add(nullptr), "failed: the album is not there any more");
 }
 
 TEST_F(LocalFiles, HaveNames) {
@@ -293,6 +296,8 @@ TEST_F(LocalFiles, AreEditedRevertibly) {
     for (const auto& [name, edit, mark, data, keepsDate] : cases) {
         SCOPED_TRACE(name);
         const auto before = assetNamed(name);
+        ASSERT_TRUE(library_->performChangesAndWait(
+            [&] { PHAssetChangeRequest::changeRequestForAsset(*before).setLocation(CLLocation()); }));
         EXPECT_EQ(edited(before, edit), "");
         const auto after = assetNamed(name);
         EXPECT_TRUE(after->hasAdjustments);
@@ -312,7 +317,10 @@ TEST_F(LocalFiles, AreEditedRevertibly) {
     EXPECT_EQ(edited(clip, AssetEdit::removal()), "");
     EXPECT_TRUE(assetNamed("clip.mov")->hasAdjustments);
 
+    AssetEdit failing = AssetEdit::placeRemoval();
+    failing.rewrite = [](const auto&, const auto&, std::string& why) { return why = "no room", false; };
     const auto lost = assetNamed("liked-plain.jpg");
+    EXPECT_EQ(edited(lost, failing), "failed: no room");
     EXPECT_TRUE(lost->canBeDeleted());
     const auto path = folder_.path() / "photos/liked-plain.jpg";
     std::filesystem::remove(path);

@@ -125,13 +125,15 @@ TEST(Resizing, FitsAndFills) {
     const UIImageRef sideways = picture(UIImageOrientation::right);
     EXPECT_EQ(colorsOf(imageWithImageScaledToFitToSize(sideways, {10, 10})->cgImage()), "BRWG");
     EXPECT_EQ(sizeOf(imageWithImageScaledToFitToSize(sideways, {10, 10})->cgImage()), "15 x 30");
-    // The middle of what is too wide stays.
+    // The middle of what is too wide or too high stays.
     EXPECT_EQ(colorsOf(imageWithImageScaledToFillToSize(picture(), {16, 16})->cgImage()), "RGBW");
-    const auto stripes = bitmap(60, 20, [](std::size_t x, auto) {
-        return x >= 20 && x < 40 ? Pixel{0, 255, 0, 255} : Pixel{255, 0, 0, 255};
-    });
-    EXPECT_EQ(colorsOf(imageWithImageScaledToFillToSize(UIImage::imageWithCGImage(stripes), {10, 10})->cgImage()),
-              "GGGG");
+    const auto stripe = [](std::size_t at) {
+        return at >= 20 && at < 40 ? Pixel{0, 255, 0, 255} : Pixel{255, 0, 0, 255};
+    };
+    for (const auto& stripes : {bitmap(60, 20, [&](std::size_t x, auto) { return stripe(x); }),
+                                bitmap(20, 60, [&](auto, std::size_t y) { return stripe(y); })})
+        EXPECT_EQ(colorsOf(imageWithImageScaledToFillToSize(UIImage::imageWithCGImage(stripes), {10, 10})->cgImage()),
+                  "GGGG");
     EXPECT_EQ(sizeOf(scaleTo(picture(), {20, 40})->cgImage()), "60 x 120");
     EXPECT_EQ(scaleTo(picture(), {20, 40})->size(), (CGSize{20, 40}));
     const UIImageRef same = picture();

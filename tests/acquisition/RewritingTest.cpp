@@ -145,19 +145,24 @@ TEST(RewritingDeathTest, WritesWhatItDoes) {
     const auto act = [] {
         Dictionary kept = metadata();
         static_cast<void>(ExifManager::imageData(withOrientation(fileNamed("quadrants.jpg"), 6), kept));
+        static_cast<void>(ExifManager::imageData(dataOf("nothing"), kept));
         static_cast<void>(ExifManager::imageByRemovingGeoTagging(UIImage::imageWithCGImage(quadrants()), kept));
         static_cast<void>(ExifManager::imageDataWithEXIFEdited(dataOf(photo())));
         static_cast<void>(
             ExifManager::imageDataByRemovingExifAndGeoTagging(dataOf(box("ftyp", {"crx \0\0\0\0crx "_z}))));
         MemoryManager::report_memory();
+        ::setenv("TMPDIR", "/dev/null", 1);
+        static_cast<void>(temporaryURLForImageNSData(dataOf("bytes"), "a.jpg"));
         std::_Exit(0);
     };
     std::vector<testing::Matcher<const std::string&>> lines;
     for (const char* line :
-         {"NEED TO CHANGE 3 vs 0", "Changed orientation to 3", "Original Orientation = 3", "Orientation - 1",
-          "\nDestination public.jpeg", "Loop editedProperties ", "2 Destination public.jpeg", "Final properties ",
-          " VS \n\n\n\n ", "CGImageDestinationFinalize success", "CGImageDestinationFinalize failed", "used: "})
+         {"NEED TO CHANGE 3 vs 0", "Changed orientation to 3", "Original Orientation = 3", "Original Orientation = 0",
+          "Orientation - 1", "\nDestination public.jpeg", "Loop editedProperties ", "2 Destination public.jpeg",
+          " VS \n\n\n\n ", "CGImageDestinationFinalize success", "CGImageDestinationFinalize failed",
+          "used: ", "Error "})
         lines.push_back(testing::HasSubstr(std::string(line)));
+    lines.push_back(testing::ContainsRegex("(Final properties .*){3}"));
     EXPECT_EXIT(act(), testing::ExitedWithCode(0), testing::AllOfArray(lines));
     ::unsetenv("TESSALY_LOG");
 }

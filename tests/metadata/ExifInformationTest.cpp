@@ -70,6 +70,8 @@ TEST(ExifInformation, TakesTheCameraValuesOut) {
     EXPECT_EQ(record->dateTaken, dateFromExifString("2018:12:31 15:04:05"));
     EXPECT_TRUE(record->imageResultIsInCloud) << "until a reader says otherwise";
     EXPECT_EQ(record->iCloudDownloadProgress, -1);
+    record->setImageFetchCompletionHandler([](auto&&...) {});
+    EXPECT_TRUE(record->imageFetchCompletionHandler());
     record->setFileNameCached("a.jpg");
     EXPECT_EQ(record->fileNameCached(), "a.jpg");
     const std::vector assets{std::make_shared<PHAsset>(), std::make_shared<PHAsset>()};
