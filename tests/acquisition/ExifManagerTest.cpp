@@ -4,6 +4,7 @@
 
 #include "acquisition/ExifManager.h"
 #include "acquisition/MediaFile.h"
+#include "codecs/Pictures.h"
 #include "settings/PersistanceManager.h"
 #include "support/Containers.h"
 #include "support/TemporaryFolder.h"
@@ -23,11 +24,6 @@ ByteString photo() {
     return jpegWithExif(tiff.build());
 }
 
-Data dataOf(const ByteString& bytes) {
-    const auto view = bytes.bytes();
-    return std::make_shared<const std::vector<std::byte>>(view.begin(), view.end());
-}
-
 TEST(ExifManager, PlacesAPhotoByItsHemispheresAndNothingElse) {
     const auto record = ExifManager::exifInformationFromNSData(dataOf(photo()));
     ASSERT_TRUE(record->location);
@@ -39,6 +35,13 @@ TEST(ExifManager, PlacesAPhotoByItsHemispheresAndNothingElse) {
     EXPECT_FALSE(record->location->timestamp);
     EXPECT_EQ(record->fileSizeInBytes, static_cast<std::int64_t>(photo().size()));
     EXPECT_EQ(record->dimensions, (CGSize{64, 48}));
+
+    const TemporaryFolder folder;
+    const std::string path = folder.write("a b.jpg", photo());
+    const auto ofPath = ExifManager::exifInformationForImageFileAtPath(path);
+    EXPECT_EQ(ofPath->imageFilePath, path);
+    EXPECT_FALSE(ofPath->location) << "that of a path alone gets none";
+    EXPECT_EQ(ofPath->cameraModel, "iPhone X");
 }
 
 TEST(ExifManager, NeverFails) {
@@ -55,15 +58,6 @@ TEST(ExifManager, NeverFails) {
     EXPECT_FALSE(ExifManager::metadataFromImageData(nullptr));
     EXPECT_FALSE(ExifManager::metadataFromImageURL({}));
     EXPECT_FALSE(ExifManager::exifInformationWithMetadataDict(std::nullopt)->exifORTiffInfoAvailable);
-}
-
-TEST(ExifManager, GivesARecordOfAPathNoPlace) {
-    const TemporaryFolder folder;
-    const std::string path = folder.write("a b.jpg", photo());
-    const auto record = ExifManager::exifInformationForImageFileAtPath(path);
-    EXPECT_EQ(record->imageFilePath, path);
-    EXPECT_FALSE(record->location);
-    EXPECT_EQ(record->cameraModel, "iPhone X");
 }
 
 TEST(ExifManager, ReadsAMovieIntoTheSameRecord) {

@@ -78,6 +78,17 @@ protected:
         PHPhotoLibrary::setSharedPhotoLibrary(nullptr);
     }
 
+    /// "" or why not.
+    static std::string outcomeOf(const std::function<void(const EditCompletion&)>& act) {
+        DispatchSemaphore done;
+        std::string why = "nobody answered";
+        act([&](bool success, const std::string& error) {
+            why = success ? "" : "failed: " + error;
+            done.signal();
+        });
+        done.wait(20s);
+        return why;
+    }
     static std::string nameOf(const PHAssetRef& asset) { return LocalImageFiles::fileNameForPHAsset(asset, {}); }
     static Names namesOf(const PHFetchResult<PHAsset>& fetched) {
         Names names;
@@ -228,14 +239,9 @@ TEST_F(LocalFiles, OfTheDeviceAreKnownByNameOrDate) {
 
 TEST_F(LocalFiles, GoIntoAnAlbumThatIsMadeOnce) {
     const auto add = [](const PHAssetRef& asset) {
-        DispatchSemaphore done;
-        std::string why = "nobody answered";
-        LocalImageFiles::createPhotosAlbum("Élan \"1\" %@", {&asset, 1}, [&](bool success, const std::string& error) {
-            why = success ? "" : "failed: " + error;
-            done.signal();
+        return outcomeOf([&](const EditCompletion& completion) {
+            LocalImageFiles::createPhotosAlbum("Élan \"1\" %@", {&asset, 1}, completion);
         });
-        done.wait(20s);
-        return why;
     };
     const auto albums = [] {
         std::vector<PHAssetCollectionRef> found;
@@ -272,15 +278,8 @@ TEST_F(LocalFiles, HaveNames) {
 
 // What an edit leaves: in the file, in the library, and for whoever wants to revert it.
 TEST_F(LocalFiles, AreEditedRevertibly) {
-    const auto edited = [](const PHAssetRef& asset, AssetEdit edit) {
-        DispatchSemaphore done;
-        std::string why = "nobody answered";
-        editAsset(asset, std::move(edit), [&](bool success, const std::string& error) {
-            why = success ? "" : "failed: " + error;
-            done.signal();
-        });
-        done.wait(20s);
-        return why;
+    const auto edited = [](const PHAssetRef& asset, const AssetEdit& edit) {
+        return outcomeOf([&](const EditCompletion& completion) { editAsset(asset, edit, completion); });
     };
     struct Case {
         const char* name;

@@ -79,13 +79,6 @@ TEST(Rewriting, CopiesAllImagesOrTheFirst) {
     EXPECT_EQ(ExifManager::metadataFromImageData(ExifManager::imageDataWithEXIFEdited(dataOf(photo()))), before);
 }
 
-TEST(Rewriting, SetsBothOrientations) {
-    const Dictionary fixed = ExifManager::fixOrientationInMetadata({{"{Exif}", Dictionary{{"FNumber", 2.8}}}}, 1);
-    EXPECT_EQ(fixed["Orientation"].integerValue(), 1);
-    EXPECT_EQ(fixed["{TIFF}"].dictionary()["Orientation"].integerValue(), 1);
-    EXPECT_EQ(fixed["{Exif}"].dictionary()["FNumber"].doubleValue(), 2.8);
-}
-
 CGImageRef decoded(const Data& data) {
     return CGImageSourceCreateImageAtIndex(CGImageSourceCreateWithData(data), 0, {});
 }
@@ -93,6 +86,7 @@ CGImageRef decoded(const Data& data) {
 Dictionary metadata() {
     return {
         {"Orientation", 6},
+        {"{Exif}", Dictionary{{"FNumber", 2.8}}},
         {"{TIFF}", Dictionary{{"Make", "Maker"}, {"Orientation", 6}}},
         {"{GPS}", Dictionary{{"Latitude", 48.5}, {"LatitudeRef", "N"}, {"Longitude", 2.25}, {"LongitudeRef", "W"}}}};
 }
@@ -110,6 +104,7 @@ TEST(Rewriting, EncodesUprightWithTheMetadataOfTheCaller) {
         EXPECT_EQ(found["Orientation"].integerValue(), 1) << name;
         EXPECT_EQ(found["{TIFF}"].dictionary()["Orientation"].integerValue(), 1) << name;
         EXPECT_EQ(found["{TIFF}"].dictionary()["Make"].string(), "Maker") << name;
+        EXPECT_EQ(found["{Exif}"].dictionary()["FNumber"].doubleValue(), 2.8) << name;
         EXPECT_NEAR(found["{GPS}"].dictionary()["Latitude"].doubleValue(), 48.5, 1e-6) << name;
         EXPECT_EQ(found["{GPS}"].dictionary()["LongitudeRef"].string(), "W") << name;
     }

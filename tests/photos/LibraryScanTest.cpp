@@ -326,14 +326,20 @@ TEST_F(LibraryScan, FindsTheMovieInAMotionPhoto) {
                               fullBox("ipma", 0, 0, {ByteString().u32(1).u16(1).u8(1).u8(1)})}),
                  box("idat", {words})}));
     };
+    const auto free = [](int count) {
+        ByteString boxes;
+        while (count-- > 0) boxes.add(box("free", {"123"}));
+        return boxes;
+    };
     const auto boxHead = [](std::size_t content, std::string_view type) {
         return ByteString().u32(static_cast<std::uint32_t>(content + 8)).add(type);
     };
     const std::string moves = "GCamera:MotionPhoto=\"1\"";
     const Case cases[] = {
         {"box", heif(moves), boxHead(film.size(), "mpvd"), "", true},
-        {"box behind another, before another", heif(moves), box("free", {"123"}).add(boxHead(film.size(), "mpvd")),
-         box("free", {"456"}), true},
+        {"box behind many others, before another", heif(moves), free(61).add(boxHead(film.size(), "mpvd")), free(1),
+         true},
+        {"box behind too many", heif(moves), free(62).add(boxHead(film.size(), "mpvd")), "", false},
         {"a box of a picture that says nothing", heif(""), boxHead(film.size(), "mpvd"), "", false},
         {"a box that holds no movie", heif(moves), boxHead(film.size() + 4, "mpvd").add("1234"), "", false},
         {"a box that lies", heif(moves), boxHead(99'999, "mpvd"), "", false},
