@@ -167,7 +167,9 @@ TEST_P(RemoteFolder, BecomesAssetsWithSmallPictures) {
     const auto frame = UIImage::imageWithContentsOfFile(library->rendition(film->localIdentifier));
     ASSERT_TRUE(frame);
     EXPECT_EQ(frame->size().width < frame->size().height, film->pixelWidth < film->pixelHeight);
+    const std::string half = data.write("fetched/deep/.tessaly-999999999-1.part", "a download that was killed");
     EXPECT_FALSE(library->scan().changedAnything()) << "nothing is read twice";
+    EXPECT_FALSE(fs::exists(half));
 
     const std::size_t before = renditionCount();
     addPhoto("bäch 1+1.jpg", jpegOf(300, 200));
