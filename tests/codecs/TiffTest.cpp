@@ -88,6 +88,37 @@ TEST(TiffNumbers, OfEveryDepthAndKindReachFromBlackToWhite) {
             }
 }
 
+// The same red (L* 40, a* 60, b* 40) in every numbering of Lab.
+TEST(TiffNumbers, OfLabHaveASignOrAMiddle) {
+    struct Row {
+        unsigned photometric, bits;
+        ByteString pixel;
+    };
+    constexpr unsigned kCie = 8, kIcc = 9, kItu = 10;
+    for (const auto& [photometric, bits, pixel] :
+         {Row{kCie, 8, "\x66\x3C\x28"}, Row{kCie, 16, "\x66\x66\0\x3C\0\x28"_z}, Row{kIcc, 8, "\x66\xBC\xA8"},
+          Row{kIcc, 16, "\0\x66\0\xBC\0\xA8"_z}, Row{kItu, 8, "\x66\xDA\x93"}})
+        for (const unsigned format : {1U, 2U}) {
+            SCOPED_TRACE(std::to_string(photometric) + " in " + std::to_string(bits));
+            const auto size = bits / 8;
+            TiffBuilder tiff;
+            const auto first = TiffBuilder::first;
+            tiff.longs(first, 256, {1}).longs(first, 257, {1}).shorts(first, 258, {bits, bits, bits});
+            tiff.shorts(first, 259, {1}).shorts(first, 262, {photometric}).longs(first, 273, {1000});
+            tiff.shorts(first, 277, {3}).longs(first, 279, {3 * size}).shorts(first, 339, {format, format, format});
+            ByteString file = tiff.build();
+            file.add(1000 - file.size(), '\0').add(pixel);
+            const auto source = CGImageSourceCreateWithData(dataOf(file));
+            const CGImageRef image = CGImageSourceCreateImageAtIndex(source, 0, {});
+            ASSERT_TRUE(image);
+            const int shift = static_cast<int>(image->bitsPerComponent) - 8;
+            const auto& made = pixelAt(image, 0, 0);
+            EXPECT_NEAR(made[0] >> shift, 183, 3);
+            EXPECT_NEAR(made[1] >> shift, 25, 4);
+            EXPECT_NEAR(made[2] >> shift, 34, 4);
+        }
+}
+
 TEST(TiffNumbers, RefusesWhatNoDecoderTakes) {
     const Numbers deep{12, 1, "\0\x08\0\xFF\xF0"_z};
     const Numbers complex{64, 6, ByteString().add(24, '\0')};

@@ -123,7 +123,7 @@ DecodeFault readBands(TIFFRGBAImage& conversion, const TiffLayout& layout, std::
     return DecodeFault::none;
 }
 
-/// Everything else (palettes, bilevel, YCbCr, Lab) goes through libtiff's own conversion to 8 bits.
+/// Everything else (palettes, bilevel, YCbCr) goes through libtiff's own conversion to 8 bits.
 DecodeFault readConverted(const TiffInput& input, const TiffLayout& layout, std::uint32_t bandHeight,
                           const DecodeRequest& request, DecodedPixels& decoded) {
     TIFFRGBAImage conversion;
@@ -136,8 +136,7 @@ DecodeFault readConverted(const TiffInput& input, const TiffLayout& layout, std:
     const auto fault = readBands(conversion, layout, bandHeight, request, decoded.image);
     if (layout.colors() == 1 && layout.photometric <= PHOTOMETRIC_MINISBLACK) decoded.model = PixelModel::gray;
     // Its conversion from inks makes colours of its own: a profile of inks does not fit them any more.
-    if (layout.photometric == PHOTOMETRIC_SEPARATED || layout.photometric == PHOTOMETRIC_CIELAB)
-        decoded.profile.clear();
+    if (layout.photometric == PHOTOMETRIC_SEPARATED || layout.isLab()) decoded.profile.clear();
     return fault;
 }
 
@@ -177,6 +176,7 @@ DecodeFault readPage(const TiffInput& file, const TiffLayout& layout, Way way, c
     if (way == Way::converted) return readConverted(file, layout, extent.bandHeight(), request, decoded);
     if (layout.colors() == 4) decoded.model = PixelModel::cmyk;
     if (layout.colors() == 1) decoded.model = PixelModel::gray;
+    if (layout.isLab()) decoded.model = PixelModel::lab;
     if (way == Way::parts) return readParts(file, layout, request, decoded);
     return way == Way::rows ? readRows(file, layout, request, decoded) : readPlanes(file, layout, request, decoded);
 }

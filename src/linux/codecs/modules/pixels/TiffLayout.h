@@ -23,8 +23,13 @@ struct TiffLayout {
 
     explicit TiffLayout(TIFF* tiff);
 
+    /// CIE L*a*b*, in one of the three ways to number it.
+    [[nodiscard]] bool isLab() const noexcept {
+        return photometric == PHOTOMETRIC_CIELAB || photometric == PHOTOMETRIC_ICCLAB ||
+               photometric == PHOTOMETRIC_ITULAB;
+    }
     [[nodiscard]] std::size_t colors() const noexcept {
-        if (photometric == PHOTOMETRIC_RGB) return 3;
+        if (photometric == PHOTOMETRIC_RGB || isLab()) return 3;
         return photometric == PHOTOMETRIC_SEPARATED ? 4 : 1;
     }
     [[nodiscard]] bool hasAlpha() const noexcept {
@@ -41,11 +46,11 @@ struct TiffLayout {
         return isInPlanes() ? colors() + (hasAlpha() ? 1 : 0) : std::size_t{1};
     }
     [[nodiscard]] unsigned componentBits() const noexcept { return bits <= 8 ? 8 : 16; }
-    /// Gray, RGB or inks in numbers that can be spread into components without a loss that shows.
+    /// Gray, RGB, Lab or inks in numbers that can be spread into components without a loss that shows.
     [[nodiscard]] bool isPlain() const noexcept;
     /// What libtiff's own conversion to 8 bits takes as well.
     [[nodiscard]] bool isConvertible() const noexcept {
-        return format == SAMPLEFORMAT_UINT && (bits == 8 || bits == 16);
+        return format == SAMPLEFORMAT_UINT && (bits == 8 || bits == 16) && !isLab();
     }
     /// Whether a decoder for its compression is there, and one for its depth.
     [[nodiscard]] bool canBeUnpacked() const noexcept;

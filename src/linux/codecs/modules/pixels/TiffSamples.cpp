@@ -78,6 +78,24 @@ Component componentOf(std::uint64_t number, const TiffLayout& layout) {
     return scaled<Component>(number, layout.bits);
 }
 
+/// CIE L*a*b* as colour management numbers it since ICC.1:2001-04, 6.3.4: L* from 0 to 100, a* and b* from -128 to 127
+/// over the whole range. TIFF 6.0, section 23, and Adobe's supplements to it give a* and b* a sign, ICC's older numbers
+/// a middle, with 16 bits in 256ths of a step; ITU-T T.42 its own ranges.
+template <class Component>
+Component labOf(const TiffLayout& layout, std::size_t plane, Component sample) {
+    constexpr bool isWide = sizeof(Component) > 1;
+    constexpr double kFull = std::numeric_limits<Component>::max();
+    constexpr double kWiden = isWide ? 257.0 / 256 : 1;  // From 256ths of a step.
+    const auto rounded = [&](double value) { return static_cast<Component>(std::clamp(value + 0.5, 0.0, kFull)); };
+    if (layout.photometric == PHOTOMETRIC_ICCLAB) return rounded(sample * kWiden);
+    if (plane == 0) return sample;
+    if (layout.photometric == PHOTOMETRIC_CIELAB)
+        return rounded((sample ^ (Component{1} << (sizeof(Component) * 8 - 1))) * kWiden);
+    const double zero = plane == 1 ? 128 : 96;
+    const double range = plane == 1 ? 170 : 200;
+    return rounded(((sample / kFull * 255 - zero) * range / 255 + 128) / 255 * kFull);
+}
+
 template <class Component>
 void putPixels(const TiffLayout& layout, const Component* sample, std::size_t count, std::byte* target) {
     constexpr Component kFull = std::numeric_limits<Component>::max();
@@ -85,9 +103,11 @@ void putPixels(const TiffLayout& layout, const Component* sample, std::size_t co
     const std::size_t colors = layout.colors();
     const bool hasAlpha = layout.hasAlpha();
     const bool inverts = layout.photometric == PHOTOMETRIC_MINISWHITE;
+    const bool isLab = layout.isLab();
     for (std::size_t x = 0; x < count; ++x, sample += layout.samples, pixel += CGImage::kComponents) {
         pixel[3] = hasAlpha ? sample[colors] : kFull;
-        for (std::size_t c = 0; c < std::min<std::size_t>(colors, 4); ++c) pixel[c] = sample[c];
+        for (std::size_t c = 0; c < std::min<std::size_t>(colors, 4); ++c)
+            pixel[c] = isLab ? labOf(layout, c, sample[c]) : sample[c];
         if (colors > 1) continue;
         if (inverts) pixel[0] = static_cast<Component>(kFull - pixel[0]);
         pixel[1] = pixel[2] = pixel[0];
@@ -103,8 +123,10 @@ void putPlane(const TiffLayout& layout, std::size_t plane, const Component* samp
     const bool isGray = layout.colors() == 1 && plane == 0;
     const bool isOpaque = plane == 0 && !layout.hasAlpha() && layout.colors() < 4;
     const std::size_t place = plane == layout.colors() ? 3 : plane;
+    const bool isLab = layout.isLab() && place < 3;
     for (std::size_t x = 0; x < count; ++x, pixel += CGImage::kComponents) {
-        pixel[place] = inverts ? static_cast<Component>(kFull - sample[x]) : sample[x];
+        const Component value = isLab ? labOf(layout, place, sample[x]) : sample[x];
+        pixel[place] = inverts ? static_cast<Component>(kFull - value) : value;
         if (isGray) pixel[1] = pixel[2] = pixel[0];
         if (isOpaque) pixel[3] = kFull;
     }
