@@ -448,6 +448,14 @@ TEST(PlantedValues, OfThePlaceAreBlankedInsideAField) {
         ASSERT_NE(file.text().find(field.text()), std::string_view::npos) << make;
         EXPECT_NE(rewritten(file, Removal::place).find(blanked.text()), std::string::npos) << make;
     }
+    // A raw in boxes has the note as a structure of its own.
+    TiffBuilder note;
+    addRaw(note, first, 0x0035, numbers({16, 60, 17, 1}));
+    const ByteString canon("\x85\xC0\xB6\x87\x82\x0F\x11\xE0\x81\x11\xF4\xCE\x46\x2B\x6A\x48");
+    const std::string made = rewritten(
+        box("ftyp", {"crx \0\0\0\1crx isom"_z}).add(box("moov", {box("uuid", {canon, box("CMT3", {note.build()})})})),
+        Removal::place);
+    EXPECT_NE(made.find(numbers({16, 60, 0, 1}).text()), std::string::npos) << made.size();
 }
 
 }  // namespace

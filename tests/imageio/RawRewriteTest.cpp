@@ -11,6 +11,7 @@
 namespace tessaly::test {
 namespace {
 
+using namespace std::string_literals;
 using testing::HasSubstr;
 using testing::Not;
 using Removal = MetadataChange::Removal;
@@ -52,7 +53,8 @@ ByteString nikonNote(std::string_view balance) {
     TiffBuilder inside;
     inside.text(TiffBuilder::first, 0x001D, "3020326").text(TiffBuilder::first, 0x00A0, "SECRET sensor");
     inside.raw(TiffBuilder::first, 0x0097, 7, 20, ByteString(balance).add(16, 'K'));
-    inside.raw(TiffBuilder::first, 0x0039, 7, 12, "PLACE castle");
+    inside.raw(TiffBuilder::first, 0x0039, 7, 12, "PLACE castle").raw(TiffBuilder::first, 0x0091, 7, 11, "SECRET shot");
+    inside.longs(TiffBuilder::first, 0x00A7, {0x00012345});
     return ByteString("Nikon\0\2\x10\0\0"_z).add(inside.build());
 }
 
@@ -64,16 +66,30 @@ TEST(RawRewrite, TakesOutWhoWhereAndWhenInPlace) {
     EXPECT_THAT(clean, Not(HasSubstr("SECRET")));
     EXPECT_THAT(clean, Not(HasSubstr("PLACE")));
     EXPECT_THAT(clean, Not(HasSubstr("3020326")));
+    EXPECT_THAT(clean, Not(HasSubstr("\x45\x23\1"))) << "shutter count";
     for (const char* kept : {"KEPT model", "KEPT lens", "KKKKKKKK", "KEPT table", "KEPT colours", "\xFF\xDA"})
         EXPECT_EQ(clean.find(kept), before.find(kept)) << kept;
     EXPECT_EQ(propertiesOf(clean)["{Exif}"].dictionary()["LensModel"].string(), "KEPT lens");
 }
 
-// The colour balance is enciphered with the lowest byte of the serial number (3020326 is 0x2E1626): that byte stays.
+// The colour balance is enciphered with the lowest byte of the serial number (3020326 is 0x2E1626) and with what all
+// bytes of the shutter count make together by "exclusive or" (0x67): they stay.
 TEST(RawRewrite, KeepsTheKeyToAnEncipheredColourBalance) {
     const std::string clean = rewritten(raw("NIKON", nikonNote("0211")), Removal::everything);
     EXPECT_THAT(clean, Not(HasSubstr("3020326")));
     EXPECT_THAT(clean, HasSubstr("0000038"));
+    EXPECT_THAT(clean, HasSubstr("\xA7\0\4\0\1\0\0\0\0\0\0\x67"s));
+}
+
+TEST(RawRewrite, BlanksWhatCountsPictures) {
+    TiffBuilder note;
+    note.longs(TiffBuilder::first, 0x0008, {0x43219876}).raw(TiffBuilder::first, 0x0028, 1, 16, "SECRET unique id");
+    note.raw(TiffBuilder::first, 0x0093, 7, 10, "\x0A\0NUMBKEPT"_z);
+    const auto build = [&](std::uint32_t at) { return raw("Canon", note.directory(TiffBuilder::first, at)); };
+    const auto at = static_cast<std::uint32_t>(build(0).text().find("\3\0\x08\0\4\0"s));
+    const std::string clean = rewritten(build(at), Removal::everything);
+    for (const char* gone : {"SECRET", "\x76\x98\x21\x43", "NUMB"}) EXPECT_THAT(clean, Not(HasSubstr(gone)));
+    EXPECT_THAT(clean, HasSubstr("\x0A\0\0\0\0\0KEPT"s));
 }
 
 TEST(RawRewrite, DropsTheNoteOfADng) {

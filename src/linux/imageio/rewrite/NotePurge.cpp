@@ -9,8 +9,8 @@
 namespace tessaly::imageio {
 namespace {
 
-/// A private field that tells who, when or with which body, or, of `isPlace`, where. Fields that hold such a thing
-/// among many others are taken out whole.
+/// A private field that tells who, when, with which body, as which of its pictures, or, of `isPlace`, where. Fields
+/// that hold such a thing among many others are taken out whole.
 struct PrivateField {
     NoteReader maker;
     std::uint16_t directory;  ///< Tag of the note's field that points to the directory; 0 is the note's own.
@@ -26,12 +26,29 @@ constexpr std::array kPrivateFields{
     PrivateField{readCanonNote, 0, 0x0035},            // Time zone.
     PrivateField{readCanonNote, 0, 0x0096},            // Internal serial number.
     PrivateField{readCanonNote, 0, 0x4019},            // Lens serial number.
+    PrivateField{readCanonNote, 0, 0x0008},            // File number.
+    PrivateField{readCanonNote, 0, 0x0028},            // Unique identifier of the picture.
+    PrivateField{readCanonNote, 0, 0x0097},            // Where dust lay on the sensor, and when that was looked for.
     PrivateField{readNikonNote, 0, 0x00A0},            // Serial number of the sensor.
     PrivateField{readNikonNote, 0, 0x0024},            // World time.
+    PrivateField{readNikonNote, 0, 0x0091},            // Enciphered: shutter count, among others.
+    PrivateField{readNikonNote, 0, 0x00A5},            // Pictures taken, and deleted ones.
+    PrivateField{readNikonNote, 0, 0x00A6},            //
+    PrivateField{readNikonNote, 0, 0x00B6},            // When it was switched on.
+    PrivateField{readNikonNote, 0, 0x00B8},            // Numbers of folder and file.
     PrivateField{readNikonNote, 0, 0x0039, true},      // Location.
     PrivateField{readFujifilmNote, 0, 0x0010},         // Internal serial number.
+    PrivateField{readFujifilmNote, 0, 0x1101},         // Numbers of the picture: in a series, of all, on a film.
+    PrivateField{readFujifilmNote, 0, 0x1438},         //
+    PrivateField{readFujifilmNote, 0, 0x8002},         //
+    PrivateField{readFujifilmNote, 0, 0x8003},         //
+    PrivateField{readFujifilmNote, 0, 0x4282},         // Names of those whose faces were known.
     PrivateField{readSonyNote, 0, 0x2031},             // Serial number.
     PrivateField{readSonyNote, 0, 0x9050},             // Enciphered: internal serial number, shutter count.
+    PrivateField{readSonyNote, 0, 0x0020},             // Shutter count, in the first bodies.
+    PrivateField{readSonyNote, 0, 0x2010},             // Enciphered: date, number in a series and of the file.
+    PrivateField{readSonyNote, 0, 0x3000},             //
+    PrivateField{readSonyNote, 0, 0x9400},             //
     PrivateField{readPanasonicNote, 0, 0x0025},        // Internal serial number.
     PrivateField{readPanasonicNote, 0, 0x0052},        // Of lens and accessory.
     PrivateField{readPanasonicNote, 0, 0x0054},        //
@@ -39,6 +56,8 @@ constexpr std::array kPrivateFields{
     PrivateField{readPanasonicNote, 0, 0x8010},        //
     PrivateField{readPanasonicNote, 0, 0x0066},        //
     PrivateField{readPanasonicNote, 0, 0x0065},        // A title.
+    PrivateField{readPanasonicNote, 0, 0x0061},        // Names and birthdays of those whose faces were known.
+    PrivateField{readPanasonicNote, 0, 0x002B},        // Number in a series.
     PrivateField{readPanasonicNote, 0, 0x0303},        // Leica's serial numbers.
     PrivateField{readPanasonicNote, 0, 0x0305},        //
     PrivateField{readPanasonicNote, 0, 0x0321},        //
@@ -59,6 +78,7 @@ constexpr std::array kPrivateFields{
     PrivateField{readOlympusNote, 0x2010, 0x0202},     //
     PrivateField{readOlympusNote, 0x2010, 0x0302},     //
     PrivateField{readOlympusNote, 0x2010, 0x1003},     //
+    PrivateField{readOlympusNote, 0x2020, 0x0908},     // Date and time.
     PrivateField{readPentaxNote, 0, 0x0006},           // Date and time.
     PrivateField{readPentaxNote, 0, 0x0007},           //
     PrivateField{readPentaxNote, 0, 0x0023, true},     // Cities of home and journey.
@@ -68,6 +88,8 @@ constexpr std::array kPrivateFields{
     PrivateField{readPentaxNote, 0, 0x0229},           // Serial number, artist, copyright.
     PrivateField{readPentaxNote, 0, 0x022E},           //
     PrivateField{readPentaxNote, 0, 0x022F},           //
+    PrivateField{readPentaxNote, 0, 0x0029},           // Frame number.
+    PrivateField{readPentaxNote, 0, 0x005D},           // Shutter count, enciphered.
     PrivateField{readRicohNote, 0, 0x0005},            // Serial numbers.
     PrivateField{readSamsungNote, 0, 0x002F, true},    // The receiver's texts, with names of the place.
     PrivateField{readSamsungNote, 0, 0x0030, true},    //
@@ -91,6 +113,30 @@ void addTrim(std::vector<NoteTrim>& trims, const OpenedNote& note, std::uint16_t
 
 constexpr std::uint16_t kNikonSerialNumber = 0x001D;
 constexpr std::uint16_t kNikonColorBalance = 0x0097;
+constexpr std::uint16_t kNikonShutterCount = 0x00A7;
+
+bool hasEncipheredBalance(const OpenedNote& note) {
+    const auto balance = note.directory.find(kNikonColorBalance);
+    const auto version = balance ? note.tiff.source.bytes(balance->position, 2) : std::nullopt;
+    return version && asText(*version) == "02";
+}
+
+/// The other key is what the four bytes of the shutter count make together: one byte with that value is no count, and
+/// still develops. It stands as the highest, where no shutter ever comes to.
+void treatNikonShutterCount(const OpenedNote& note, NoteTrim& trim) {
+    const auto count = note.directory.find(kNikonShutterCount);
+    if (!count) return;
+    TiffContext tiff = note.tiff;
+    const auto bytes = count->byteLength() == 4 ? count->bytes(tiff) : std::nullopt;
+    if (!bytes || !hasEncipheredBalance(note)) {
+        trim.tags.push_back(kNikonShutterCount);
+        return;
+    }
+    ByteVector made(4);
+    std::byte& highest = tiff.order == ByteOrder::big ? made.front() : made.back();
+    for (const std::byte byte : *bytes) highest ^= byte;
+    trim.patches.push_back({count->position, std::move(made)});
+}
 
 /// The lowest byte of the serial number is the key to the enciphered colour balance: a number that has only that byte
 /// tells nobody which camera it was, and still develops.
@@ -99,10 +145,7 @@ void treatNikonSerialNumber(const OpenedNote& note, NoteTrim& trim) {
     TiffContext tiff = note.tiff;
     const auto text = serial ? serial->bytes(tiff) : std::nullopt;
     if (!text) return;
-    const auto balance = note.directory.find(kNikonColorBalance);
-    const auto version = balance ? tiff.source.bytes(balance->position, 2) : std::nullopt;
-    const bool isEnciphered = version && asText(*version) == "02";
-    if (!isEnciphered || serial->byteLength() <= 4) {
+    if (!hasEncipheredBalance(note) || serial->byteLength() <= 4) {
         trim.tags.push_back(kNikonSerialNumber);
         return;
     }
@@ -121,25 +164,42 @@ void treatNikonSerialNumber(const OpenedNote& note, NoteTrim& trim) {
     trim.patches.push_back({serial->position, std::move(made)});
 }
 
-/// Cities inside a field that tells more: bytes that are filled with what is the number of none.
-struct City {
+/// What is private inside a field that tells more: bytes that are filled with what is the number of none.
+struct PrivatePart {
     NoteReader maker;
     std::uint16_t tag;
     std::uint64_t offset;  ///< In the value.
     std::size_t length;
     std::byte none;
+    NotePurge purge;
 };
-constexpr std::array kCities{
-    City{readCanonNote, 0x0035, 8, 4, std::byte{0}},      // Time zone: its length, the zone, its city, summer time.
-    City{readPentaxNote, 0x006B, 2, 2, std::byte{0xFF}},  // World time: flags, then the cities of home and journey.
+constexpr std::array kPrivateParts{
+    // Time zone: its length, the zone, its city, summer time.
+    PrivatePart{readCanonNote, 0x0035, 8, 4, std::byte{0}, NotePurge::places},
+    // World time: flags, then the cities of home and journey.
+    PrivatePart{readPentaxNote, 0x006B, 2, 2, std::byte{0xFF}, NotePurge::places},
+    // File information: its length, then the number of the file or of the shutter's runs.
+    PrivatePart{readCanonNote, 0x0093, 2, 4, std::byte{0}, NotePurge::personal},
+    // Lens and its corrections, among them the number in a series; byte by byte enciphered, in which 0 is 0.
+    PrivatePart{readSonyNote, 0x9416, 0x1D, 4, std::byte{0}, NotePurge::personal},
 };
 
-void blankCities(const OpenedNote& note, NoteTrim& trim) {
-    for (const City& city : kCities) {
-        const auto field = city.maker == note.read ? note.directory.find(city.tag) : std::nullopt;
-        if (field && field->byteLength() >= city.offset + city.length)
-            trim.patches.push_back({field->position + city.offset, ByteVector(city.length, city.none)});
+void blankParts(const OpenedNote& note, NotePurge purge, NoteTrim& trim) {
+    for (const PrivatePart& part : kPrivateParts) {
+        const bool isMeant = part.maker == note.read && part.purge == purge;
+        const auto field = isMeant ? note.directory.find(part.tag) : std::nullopt;
+        if (field && field->byteLength() >= part.offset + part.length)
+            trim.patches.push_back({field->position + part.offset, ByteVector(part.length, part.none)});
     }
+}
+
+/// The directories that notes of that maker point to and that have private fields.
+std::vector<std::uint16_t> furtherDirectories(NoteReader maker) {
+    std::vector<std::uint16_t> tags;
+    for (const PrivateField& field : kPrivateFields)
+        if (field.maker == maker && field.directory != 0 && std::ranges::find(tags, field.directory) == tags.end())
+            tags.push_back(field.directory);
+    return tags;
 }
 
 }  // namespace
@@ -150,12 +210,14 @@ std::vector<NoteTrim> noteTrims(TiffContext& tiff, const TiffEntry& note, std::s
     auto opened = openMakerNote(tiff, note.position, note.byteLength(), make);
     if (!opened || !opened->directory.complete) return trims;
     NoteTrim own{opened->tiff, opened->directoryPosition, opened->directory, {}, {}};
-    if (opened->read == readNikonNote && purge == NotePurge::personal) treatNikonSerialNumber(*opened, own);
-    if (purge == NotePurge::places) blankCities(*opened, own);
+    if (opened->read == readNikonNote && purge == NotePurge::personal) {
+        treatNikonSerialNumber(*opened, own);
+        treatNikonShutterCount(*opened, own);
+    }
+    blankParts(*opened, purge, own);
     addTrim(trims, *opened, 0, purge, std::move(own));
-    for (const PrivateField& field : kPrivateFields) {
-        if (field.maker != opened->read || field.directory == 0) continue;
-        const auto pointer = opened->directory.find(field.directory);
+    for (const std::uint16_t tag : furtherDirectories(opened->read)) {
+        const auto pointer = opened->directory.find(tag);
         if (!pointer) continue;
         // The pointer is an offset, or, in older notes, the directory itself as a value.
         const bool isOffset = pointer->byteLength() <= 4;
@@ -163,9 +225,7 @@ std::vector<NoteTrim> noteTrims(TiffContext& tiff, const TiffEntry& note, std::s
         if (!offset) continue;
         const TiffDirectory directory = readTiffDirectory(opened->tiff, *offset);
         if (directory.complete && !directory.entries.empty())
-            addTrim(trims, *opened, field.directory, purge,
-                    {opened->tiff, opened->tiff.base + *offset, directory, {}, {}});
-        break;  // One further directory a maker so far.
+            addTrim(trims, *opened, tag, purge, {opened->tiff, opened->tiff.base + *offset, directory, {}, {}});
     }
     return trims;
 }

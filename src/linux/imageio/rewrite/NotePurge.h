@@ -12,7 +12,7 @@ namespace tessaly::imageio {
 enum class NotePurge : std::uint8_t {
     nothing,
     places,    ///< Names of places.
-    personal,  ///< Places, owners, serial numbers and dates.
+    personal,  ///< Places, owners, serial numbers, dates, and what counts pictures.
 };
 
 /// A directory of a note and the fields to take out of it.
@@ -21,7 +21,7 @@ struct NoteTrim {
     std::uint64_t position = 0;  ///< Of the directory, in the source.
     TiffDirectory directory;
     std::vector<std::uint16_t> tags;
-    /// Fields whose value is overwritten instead, keeping its length.
+    /// Values, or parts of them, that are overwritten instead, keeping their length; also inside `directory`.
     std::vector<RewritePlan::Patch> patches;
 };
 

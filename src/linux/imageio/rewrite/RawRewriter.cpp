@@ -50,7 +50,20 @@ private:
                 rules.removes = [](TiffKind, const TiffEntry&) { return true; };
                 if (auto edit = editTiff(source_, positions->position, rules)) add(std::move(edit->patches));
             }
+            if (const auto note = findBox(source_, *box, "CMT3")) changeNote(*note);
         }
+    }
+
+    /// The maker note as well is a structure of its own: its first directory is the note's.
+    void changeNote(const IsoBox& box) {
+        auto header = readTiffHeader(source_, box.position);
+        if (!header || header->firstDirectory >= box.length) return;
+        TiffEntry note;
+        note.type = TiffType::undefined;
+        note.position = box.position + header->firstDirectory;
+        note.count = box.length - header->firstDirectory;
+        for (NoteTrim& trim : noteTrims(header->context, note, "Canon", NotePurge::places))
+            add(std::move(trim.patches));
     }
 
     void changePacket(const IsoBox& box) {

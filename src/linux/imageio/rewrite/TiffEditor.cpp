@@ -173,10 +173,19 @@ private:
         return !pointedKind(entry.tag) || followPointers(*pointedKind(entry.tag), entry, rows.back(), depth);
     }
 
+    /// A field that moves takes what is overwritten of a value inside it along.
+    static ByteVector patchedRow(Bytes row, std::uint64_t position, const std::vector<RewritePlan::Patch>& patches) {
+        ByteVector made = copyOf(row);
+        for (const RewritePlan::Patch& one : patches)
+            if (one.offset >= position && one.offset + one.bytes.size() <= position + made.size())
+                std::ranges::copy(one.bytes, made.begin() + static_cast<std::ptrdiff_t>(one.offset - position));
+        return made;
+    }
+
     /// Takes fields out of a note's directories, which stay where they are: the fields behind move up.
     void trimNote(const TiffEntry& note) {
-        for (NoteTrim& trim : noteTrims(tiff_, note, make_, rules_.noteFields)) {
-            for (RewritePlan::Patch& one : trim.patches) patch(one.offset, std::move(one.bytes));
+        for (const NoteTrim& trim : noteTrims(tiff_, note, make_, rules_.noteFields)) {
+            for (const RewritePlan::Patch& one : trim.patches) patch(one.offset, one.bytes);
             if (trim.tags.empty()) continue;
             ByteWriter rows(trim.tiff.order);
             std::uint16_t count = 0;
@@ -188,7 +197,7 @@ private:
                     if (entry.byteLength() > 4) blanks_.add(entry.position, entry.byteLength());
                     continue;
                 }
-                rows.bytes(*row);
+                rows.bytes(patchedRow(*row, entry.entryPosition, trim.patches));
                 ++count;
             }
             const std::size_t size = trim.directory.entries.size() * 12;
