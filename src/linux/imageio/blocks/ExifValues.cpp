@@ -14,7 +14,7 @@
 namespace tessaly::imageio {
 namespace {
 
-constexpr std::uint64_t kMaximumText = 64 * 1024;
+constexpr std::uint64_t kMaximumText = 256 * 1024;
 constexpr std::uint64_t kMaximumElements = 64;
 
 Value finite(double value) { return std::isfinite(value) ? Value(value) : Value(); }

@@ -42,7 +42,7 @@ void readJp2(ByteSource& source, ImageProperties& properties) {
         if (box->type() == "jp2h"sv) readHeader(source, *box, properties);
         if (box->length > kMaximumBlock) continue;
         if (isUserBox(*box, kExifBox)) exif = *box;
-        if (isUserBox(*box, kXmpUserType)) xmp = *box;
+        if (xmp.length == 0 && isUserBox(*box, kXmpUserType)) xmp = *box;
         if (isUserBox(*box, kIptcBox)) iptc = *box;
     }
     if (const auto bytes = source.bytes(exif.position, exif.length); bytes && exif.length > 0)

@@ -57,7 +57,7 @@ private:
         if (name == "VP8 "sv) return readLossy(chunk);
         if (name == "VP8L"sv) return readLossless(chunk);
         if (name == "EXIF"sv) exif_ = chunk;
-        if (name == "XMP "sv && chunk.length <= kMaximumXmp) xmp_ = chunk;
+        if (name == "XMP "sv && xmp_.length == 0 && chunk.length <= kMaximumXmp) xmp_ = chunk;
         if (name == "ICCP"sv && chunk.length <= kMaximumXmp)
             if (const auto profile = source_.bytes(chunk.position, chunk.length)) readIccProfile(*profile, properties_);
         if (name == "ANIM"sv)

@@ -106,13 +106,16 @@ private:
 
     /// The packet stands there as it is; whoever takes it for sub-blocks is led by a trailer of 258 bytes to its end.
     void keepPacket(std::uint64_t start) {
-        if (!packet_.empty() || position_ - start > kMaximumPacket) return;
+        if (position_ - start > kMaximumPacket) return;
         ByteVector bytes(static_cast<std::size_t>(position_ - start));
         bytes.resize(source_.copyTo(start, bytes));
         const std::string_view text = asText(bytes);
         const auto end = text.substr(0, text.rfind("\x01\xFF\xFE\xFD"sv)).rfind('>');
         bytes.resize(end == std::string_view::npos ? 0 : end + 1);
-        packet_ = std::move(bytes);
+        if (packet_.empty())
+            packet_ = std::move(bytes);
+        else if (const auto further = change_.furtherXmp(bytes))
+            rest_.add(xmpExtension(*further));
     }
 
     static ByteVector xmpExtension(const ByteVector& packet) {

@@ -38,6 +38,7 @@ public:
             plan.add(boxBytes("Exif", content.view()));
         }
         if (const auto xmp = change_.xmp(xmp_)) plan.add(boxBytes("xml ", *xmp));
+        plan.append(std::move(furtherXmp_), 0);
         plan.append(std::move(rest_), 0);
         return plan;
     }
@@ -74,12 +75,15 @@ private:
     }
 
     void noteXmp(ByteVector content) {
-        if (xmp_.empty()) xmp_ = std::move(content);
+        if (xmp_.empty())
+            xmp_ = std::move(content);
+        else if (const auto further = change_.furtherXmp(content))
+            furtherXmp_.add(boxBytes("xml ", *further));
     }
 
     ByteSource& source_;
     const BlockChange& change_;
-    RewritePlan head_, rest_;
+    RewritePlan head_, furtherXmp_, rest_;
     ByteVector exif_, xmp_;
     bool hasImage_ = false;
 };
@@ -95,6 +99,7 @@ public:
         RewritePlan plan = std::move(head_);
         if (const auto exif = change_.exif(exif_)) addUser(plan, kExifBox, *exif);
         if (const auto xmp = change_.xmp(xmp_)) addUser(plan, kXmpUserType, *xmp);
+        plan.append(std::move(furtherXmp_), 0);
         if (const ByteVector iptc = change_.iptc(iptc_); !iptc.empty()) addUser(plan, kIptcBox, iptc);
         plan.append(std::move(rest_), 0);
         return plan;
@@ -108,7 +113,7 @@ private:
             if (asText(exif_).starts_with("Exif\0\0"sv)) exif_.erase(exif_.begin(), exif_.begin() + 6);
             return;
         }
-        if (isUserBox(box, kXmpUserType)) return void(xmp_ = contentOf(source_, box));
+        if (isUserBox(box, kXmpUserType)) return noteXmp(contentOf(source_, box));
         if (isUserBox(box, kIptcBox)) return void(iptc_ = contentOf(source_, box));
         static constexpr std::array head{"jP  "sv, "ftyp"sv, "rreq"sv, "jp2h"sv};
         if (std::ranges::find(head, type) != head.end()) return copyBox(head_, box);
@@ -121,6 +126,13 @@ private:
         if (isShown || !(change_.removesEverything() || (isForeign && change_.removesPlace()))) copyBox(rest_, box);
     }
 
+    void noteXmp(ByteVector content) {
+        if (xmp_.empty())
+            xmp_ = std::move(content);
+        else if (const auto further = change_.furtherXmp(content))
+            addUser(furtherXmp_, kXmpUserType, *further);
+    }
+
     static void addUser(RewritePlan& plan, std::string_view userType, const ByteVector& content) {
         ByteWriter writer;
         writer.text(userType).bytes(content);
@@ -129,7 +141,7 @@ private:
 
     ByteSource& source_;
     const BlockChange& change_;
-    RewritePlan head_, rest_;
+    RewritePlan head_, furtherXmp_, rest_;
     ByteVector exif_, xmp_, iptc_;
     bool hasImage_ = false;
 };

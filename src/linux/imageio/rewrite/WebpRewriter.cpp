@@ -77,7 +77,7 @@ private:
         } else if (chunk.type == "EXIF") {
             if (exif_.empty()) exif_ = dataOf(chunk);
         } else if (chunk.type == "XMP ") {
-            if (xmp_.empty()) xmp_ = dataOf(chunk);
+            placeXmp(dataOf(chunk));
         } else if (chunk.type == "ANMF" && hasImage_ && change_.change().firstImageOnly) {
             return;
         } else if (isShown(chunk.type)) {
@@ -88,6 +88,13 @@ private:
         } else if (!change_.removesEverything()) {
             foreign_.append(copyOfChunk(chunk), 0);
         }
+    }
+
+    void placeXmp(ByteVector packet) {
+        if (xmp_.empty())
+            xmp_ = std::move(packet);
+        else if (const auto further = change_.furtherXmp(packet))
+            foreign_.add(chunkBytes("XMP ", *further));
     }
 
     static bool isShown(std::string_view type) {
