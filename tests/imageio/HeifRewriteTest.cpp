@@ -4,8 +4,8 @@
 #include <map>
 
 #include "linux/imageio/containers/HeifItems.h"
-#include "platform/ImageIO/MetadataRewrite.h"
 #include "support/Containers.h"
+#include "support/Rewritten.h"
 #include "support/TiffBuilder.h"
 
 // A file with every kind of item, each with words of its own, cleaned and read again: what is left, of which bytes,
@@ -146,13 +146,6 @@ ByteString heif(bool isLong) {
     std::size_t media = 0;
     for (const Content& one : contents()) media += one.type == "grid" ? 0 : one.bytes.size();
     return build(static_cast<std::uint32_t>(build(0).size() - media - 8 - 14));
-}
-
-std::string rewritten(const ByteString& file, Removal removal) {
-    const auto bytes = file.bytes();
-    const Data made = rewriteMetadata(std::make_shared<const std::vector<std::byte>>(bytes.begin(), bytes.end()),
-                                      {.removal = removal, .removes = {}, .values = {}});
-    return made ? std::string(reinterpret_cast<const char*>(made->data()), made->size()) : std::string();
 }
 
 /// What a reader finds.

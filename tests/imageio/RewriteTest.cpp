@@ -7,9 +7,9 @@
 #include "linux/imageio/TiffDirectory.h"
 #include "platform/ImageIO/CGImageProperties.h"
 #include "platform/ImageIO/CGImageSource.h"
-#include "platform/ImageIO/MetadataRewrite.h"
 #include "platform/ImageIO/WritableProperties.h"
 #include "support/Containers.h"
+#include "support/Rewritten.h"
 #include "support/TemporaryFolder.h"
 #include "support/TiffBuilder.h"
 
@@ -22,19 +22,8 @@ using testing::HasSubstr;
 using testing::Not;
 using Removal = MetadataChange::Removal;
 
-/// Occurs in everything that tells who, when, with what; PLACE in everything that tells where.
-constexpr std::string_view kWho = "SECRET";
-constexpr std::string_view kPlace = "PLACE";
+/// SECRET occurs in everything that tells who, when, with what; PLACE in everything that tells where.
 constexpr std::string_view kPixels = "PIXELDATA";
-
-std::string rewritten(const ByteString& file, const MetadataChange& change) {
-    const auto bytes = file.bytes();
-    RewriteFailure failure;
-    const Data made =
-        rewriteMetadata(std::make_shared<const std::vector<std::byte>>(bytes.begin(), bytes.end()), change, &failure);
-    EXPECT_TRUE(made) << static_cast<int>(failure.kind);
-    return made ? std::string(reinterpret_cast<const char*>(made->data()), made->size()) : std::string();
-}
 
 MetadataChange removing(Removal removal) { return {.removal = removal, .removes = {}, .values = {}}; }
 
@@ -95,18 +84,11 @@ ByteString fullPng() {
                 pngChunk("eXIf", exifBlock()), pngChunk("tIME", "SECRET1"), pngChunk("IDAT", kPixels)});
 }
 
-ByteString webpChunk(std::string_view type, const ByteString& data) {
-    ByteString chunk(type);
-    chunk.number(static_cast<std::uint32_t>(data.size()), true).add(data);
-    return data.size() % 2 == 0 ? chunk : chunk.u8(0);
-}
-
 ByteString fullWebp() {
-    ByteString body("WEBP");
-    body.add(webpChunk("VP8X", "\x2C\0\0\0\x3F\0\0\x2F\0\0"_z)).add(webpChunk("ICCP", iccProfile("KEPT profile")));
-    body.add(webpChunk("VP8L", ByteString("\x2F\x3F\xC0\x0B\0"_z).add(kPixels)));
-    body.add(webpChunk("EXIF", exifBlock())).add(webpChunk("XMP ", packet())).add(webpChunk("SECR", "SECRET chunk"));
-    return ByteString("RIFF").number(static_cast<std::uint32_t>(body.size()), true).add(body);
+    return riffChunk(
+        "RIFF", {"WEBP", riffChunk("VP8X", {"\x2C\0\0\0\x3F\0\0\x2F\0\0"_z}),
+                 riffChunk("ICCP", {iccProfile("KEPT profile")}), riffChunk("VP8L", {"\x2F\x3F\xC0\x0B\0"_z, kPixels}),
+                 riffChunk("EXIF", {exifBlock()}), riffChunk("XMP ", {packet()}), riffChunk("SECR", {"SECRET chunk"})});
 }
 
 ByteString fullGif() {
@@ -201,15 +183,20 @@ ByteString fullJp2() {
 struct Format {
     std::string_view name;
     ByteString (*build)();
-    bool hasProfile;
     bool hasExif;
+    const char* checksums;
 };
 
 const std::vector<Format>& formats() {
     static const std::vector<Format> all{
-        {"jpeg", fullJpeg, true, true}, {"png", fullPng, true, true},   {"webp", fullWebp, true, true},
-        {"gif", fullGif, false, false}, {"tiff", fullTiff, true, true}, {"heif", fullHeif, true, true},
-        {"jxl", fullJxl, false, true},  {"jp2", fullJp2, false, true},
+        {"jpeg", fullJpeg, true, "56fa075e 2aebae51 2a53fe1d 4dfeea46 56fa075e 8410f1a4"},
+        {"png", fullPng, true, "d3606c0c 32d1c20a e6d6e067 0c33c7e4 d3606c0c d75fc7c8"},
+        {"webp", fullWebp, true, "1b3e7fac 691d2d3f 2a1337c4 d56509bc 1b3e7fac d784f236"},
+        {"gif", fullGif, false, "7e376ed1 f7e915e2 764f7bcd 50c1aa2d 7e376ed1 7381ce1e"},
+        {"tiff", fullTiff, true, "a8b8a4cb 53865565 36a910d5 bb9caa18 a8b8a4cb 26ffbde4"},
+        {"heif", fullHeif, true, "8464f33d d8bb7284 4525910e d5d9a3f6 8464f33d 99d71dbb"},
+        {"jxl", fullJxl, true, "a62f6fbf 7061595d b5307969 b51ffd73 a62f6fbf cb986e92"},
+        {"jp2", fullJp2, true, "bda96fce 5cc3908b bda96fce 7678ab2c bda96fce cf02e868"},
     };
     return all;
 }
@@ -219,60 +206,22 @@ std::vector<std::string> leftIn(const std::string& file, Removal removal) {
     return metadataLeft(folder.write("file", file), removing(removal)).value_or(std::vector<std::string>{"unreadable"});
 }
 
-TEST(Strip, LeavesNoWordBehindAndEverythingThatShows) {
+TEST(Strip, LeavesEverythingThatShowsAndTheRestToTheByte) {
     for (const Format& format : formats()) {
         SCOPED_TRACE(format.name);
         const ByteString file = format.build();
-        const std::string clean = rewritten(file, removing(Removal::everything));
-        EXPECT_THAT(clean, Not(HasSubstr(std::string(kWho))));
-        EXPECT_THAT(clean, Not(HasSubstr(std::string(kPlace))));
-        EXPECT_THAT(clean, Not(HasSubstr("MKNOTE")));
+        const std::string clean = rewritten(file, Removal::everything);
+        EXPECT_THAT(clean, Not(HasSubstr("SECRET")));
         EXPECT_THAT(clean, HasSubstr(std::string(kPixels)));
-        const Dictionary properties = propertiesOf(clean);
-        const Dictionary before = propertiesOf(file);
+        const Dictionary properties = propertiesOf(clean), before = propertiesOf(file);
         for (const std::string_view key : {"PixelWidth", "PixelHeight", "Orientation", "DPIWidth", "ProfileName"})
             EXPECT_EQ(properties[key].description(), before[key].description()) << key;
-        EXPECT_TRUE(properties["{GPS}"].isNull() && properties["{IPTC}"].isNull());
         EXPECT_THAT(leftIn(clean, Removal::everything), testing::IsEmpty()) << "and nothing more could be taken";
+        EXPECT_THAT(leftIn(rewritten(file, Removal::place), Removal::place), testing::IsEmpty());
+        EXPECT_EQ(checksumsOf(file), format.checksums);
     }
-}
-
-TEST(Strip, OfThePlaceLeavesTheRest) {
-    for (const Format& format : formats()) {
-        SCOPED_TRACE(format.name);
-        const std::string made = rewritten(format.build(), removing(Removal::place));
-        EXPECT_THAT(made, Not(HasSubstr(std::string(kPlace))));
-        EXPECT_THAT(made, HasSubstr("SECRET"));
-        EXPECT_THAT(made, HasSubstr("SECRET word"));
-        EXPECT_THAT(made, HasSubstr(std::string(kPixels)));
-        EXPECT_EQ(made.find("SECRET serial") != std::string::npos, format.hasExif);
-        EXPECT_TRUE(propertiesOf(made)["{GPS}"].isNull());
-        EXPECT_THAT(leftIn(made, Removal::place), testing::IsEmpty());
-    }
-}
-
-TEST(Strip, OfThePlaceLeavesTheMakerNoteWhereItWas) {
-    const std::string before(fullJpeg().text());
-    const std::string after = rewritten(fullJpeg(), removing(Removal::place));
-    const auto distance = [](const std::string& file) { return file.find("MKNOTE") - file.find("Exif\0\0"); };
-    EXPECT_EQ(distance(after), distance(before)) << "its offsets count from the head of the block";
-}
-
-// Removing dictionaries takes them from wherever the file repeats them, and nothing else.
-TEST(Strip, OfDictionariesTakesTheirCopies) {
-    MetadataChange change = removing(Removal::dictionaries);
-    change.removes = {.exif = true, .tiff = true, .gps = true, .iptc = true};
-    for (const Format& format : formats()) {
-        SCOPED_TRACE(format.name);
-        const ByteString file = format.build();
-        const Dictionary before = propertiesOf(file);
-        const Dictionary after = propertiesOf(rewritten(file, change));
-        for (const std::string_view key : {"{Exif}", "{GPS}", "{IPTC}"}) EXPECT_TRUE(after[key].isNull()) << key;
-        EXPECT_TRUE(after["{TIFF}"].dictionary()["Artist"].isNull());
-        EXPECT_TRUE(after["{TIFF}"].dictionary()["Software"].isNull());
-        for (const std::string_view key : {"PixelWidth", "Orientation", "ProfileName"})
-            EXPECT_EQ(after[key].description(), before[key].description()) << key;
-    }
+    EXPECT_THAT(leftIn(rewritten(fullJpeg(), Removal::everything) + "behind", Removal::everything),
+                testing::ElementsAre("hidden data"));
 }
 
 /// A word in every property by which other programs repeat what the dictionaries say; `KEPT` in what is none of that.
@@ -357,6 +306,135 @@ TEST(Strip, OfThePlaceMindsEveryBlock) {
         TiffBuilder().raw(TiffBuilder::first, 0x02BC, 1, static_cast<std::uint32_t>(town.size()), town).build().text();
     broken[8] = '\xFF';
     EXPECT_THAT(rewritten(jpegWithExif(broken), removing(Removal::place)), Not(HasSubstr("PLACE")));
+}
+
+/// Two pictures and two packets, with colour tables of both kinds.
+ByteString gifOfTwo(std::string_view version) {
+    ByteString file = ByteString(version).add("\x40\0\x30\0\x80\0\0RGBRGB"_z);
+    for (const char* city : {"PLACE one", "PLACE two"}) {
+        file.add("\x21\xFF\x0BXMP DataXMP")
+            .add(xmp("photoshop:City=\"" + std::string(city) + "\" xmp:Label=\"SECRET\""));
+        file.u8(1);
+        for (int value = 0xFF; value >= 0; --value) file.u8(static_cast<unsigned>(value));
+        file.add(
+            "\0\x21\xF9\4\0\5\0\0\0\x21\x01\x0Cplain text!!\2it\0\x21\xFF\x0B"
+            "ANIMEXTS1.0\3\1\0\0\0"_z);
+        file.add("\x2C\0\0\0\0\x40\0\x30\0\x81RGBRGBRGBRGB\2\6PIXELS\3ETC\0"_z);
+    }
+    return file.add("\x3B").add("behind");
+}
+
+ByteString webpOf(std::initializer_list<ByteString> chunks) {
+    ByteString all;
+    for (const ByteString& chunk : chunks) all.add(chunk);
+    return riffChunk("RIFF", {"WEBP", all});
+}
+
+/// Big-endian, in tiles, with a smaller picture below, a second page, and an index of the colour space.
+ByteString tiledTiff() {
+    TiffBuilder tiff(false), smaller(false);
+    tiff.longs(TiffBuilder::first, 0x0100, {32}).longs(TiffBuilder::first, 0x0101, {16});
+    tiff.longs(TiffBuilder::first, 0x0144, {1000, 1100}).longs(TiffBuilder::first, 0x0145, {9, 7});
+    tiff.longs(TiffBuilder::first, 0x014A, {1400}).text(TiffBuilder::first, 0x010E, "SECRET description");
+    tiff.shorts(TiffBuilder::exif, 0xA001, {0xFFFF}).text(TiffBuilder::exif, 0xA430, "SECRET owner");
+    tiff.longs(TiffBuilder::exif, 0xA005, {1600}).text(TiffBuilder::gps, 0x1D, "PLACE day");
+    smaller.longs(TiffBuilder::first, 0x0111, {1200}).longs(TiffBuilder::first, 0x0117, {8});
+    smaller.text(TiffBuilder::first, 0x013B, "SECRET below");
+    std::string file(tiff.build().add(2000, '-').text());
+    const auto put = [&](std::size_t at, const ByteString& part) {
+        file.replace(at, part.size(), std::string(part.text()));
+    };
+    put(1000, "TILE-ONE!");
+    put(1100, "TILE-2!");
+    put(1200, "SMALLER!");
+    put(1400, smaller.directory(TiffBuilder::first, 1400));
+    put(1600, TiffBuilder(false).text(TiffBuilder::first, 1, "R03").directory(TiffBuilder::first, 1600));
+    return file;
+}
+
+/// 64-bit offsets, which the builder does not know: one strip, an artist, and a pointer to nothing.
+ByteString bigTiff() {
+    const auto field = [](unsigned tag, unsigned type, std::uint64_t count, std::uint64_t value) {
+        return ByteString().u16(tag).u16(type).u64(count).u64(value);
+    };
+    return ByteString("MM\0\x2B\0\x08\0\0"_z)
+        .u64(16)
+        .u64(5)
+        .add(field(0x0100, 4, 1, 9ULL << 32U))
+        .add(field(0x0101, 4, 1, 1ULL << 32U))
+        .add(field(0x0111, 16, 1, 160))
+        .add(field(0x0117, 16, 1, kPixels.size()))
+        .add(field(0x013B, 2, 14, 140))
+        .u64(0)
+        .add(8, '-')
+        .add("SECRET artist\0"_z)
+        .add(6, '-')
+        .add(kPixels)
+        .add("SECRET behind");
+}
+
+/// Latin-1 texts around a preview, a packet in UTF-16, a block cut into segments, and a thumbnail in it.
+ByteString oddJpeg() {
+    ByteString sets =
+        dataSet(1, 90, "\x1B-A").add(dataSet(1, 20, "\0\1"_z.text())).add(dataSet(2, 80, "SECRET caf\xE9"));
+    for (const unsigned number : {200, 201, 202}) sets.add(dataSet(2, number, "\0\xE9"_z.text()));
+    sets.add(dataSet(2, 95, "PLACE state")).add(dataSet(3, 10, "\xE9")).add(dataSet(7, 10, "\xE9"));
+    ByteString wide("\xFE\xFF");
+    const ByteString words = packet(), profile = profileSegment();
+    for (const char c : words.text()) wide.u16(static_cast<unsigned char>(c));
+    TiffBuilder tiff;
+    tiff.text(TiffBuilder::first, 0x010E, std::string(70'000, 'x')).text(TiffBuilder::gps, 0x1D, "PLACE day");
+    const std::string block(tiff.build().text());
+    return jpeg({jpegSegment(0xE1, ByteString("Exif\0\0"_z).add(block.substr(0, 60'000))),
+                 jpegSegment(0xE1, ByteString("Exif\0\0"_z).add(block.substr(60'000))),
+                 jpegSegment(0xE1, ByteString("http://ns.adobe.com/xap/1.0/\0"_z).add(wide)),
+                 jpegSegment(0xED, ByteString("Photoshop 3.0\0"_z).add(psdResource(0x0404, sets))),
+                 jpegSegment(0xE2, profile), jpegSegment(0xFE, "SECRET")});
+}
+
+// Forms that few programs write, each with what it must not lose.
+TEST(Strip, MindsTheRarerForms) {
+    const ByteString animated = webpOf(
+        {riffChunk("VP8X", {"\x0E\0\0\0\x3F\0\0\x2F\0\0"_z}), riffChunk("ANIM", {"\0\0\0\0\1\0"_z}),
+         riffChunk("ANMF", {"FRAME-1"}), riffChunk("ANMF", {"FRAME-2!"}),
+         riffChunk("EXIF", {ByteString("Exif\0\0"_z).add(exifBlock())}), riffChunk("XMP ", {packet()}),
+         riffChunk("XMP ", {xmp("photoshop:City=\"PLACE\" xmp:Label=\"SECRET 2\"")}), riffChunk("SECR", {"odd"})});
+    const ByteString further = xmp("photoshop:City=\"PLACE\" xmp:Label=\"SECRET 2\"");
+    const ByteString xmpUser = "\xBE\x7A\xCF\xCB\x97\xA9\x42\xE8\x9C\x71\x99\x94\x91\xE3\xAF\xAC"_z;
+    const ByteString iptcUser = "\x33\xC7\xA4\xD2\xB8\x1D\x47\x23\xA0\xBA\xF1\xA3\xE0\x97\xAD\x38"_z;
+    ByteString bitmap = ByteString("BM").number(std::uint32_t{66}, true).u32(0).number(std::uint32_t{54}, true);
+    bitmap.number(std::uint32_t{40}, true).number(std::uint32_t{1}, true).number(std::uint32_t{3}, true);
+    bitmap.add("\1\0\x18\0"_z).add(24, '\0').add("PIXELS-PIXELSECRET");
+    struct Row {
+        const char* name;
+        ByteString file;
+        const char* placeless;  ///< What a removal of the place leaves.
+        const char* checksums;
+    };
+    for (const auto& [name, file, placeless, checksums] :
+         {Row{"GIF89a", gifOfTwo("GIF89a"), "SECRET", "1f2e8c0d c77a5fa2 1f2e8c0d 4ece125d d6f0d005 c46c26cc"},
+          Row{"GIF87a", gifOfTwo("GIF87a"), "SECRET", "927685db c77a5fa2 927685db 4ece125d 8ac5ff1c d577bde9"},
+          Row{"WebP, animated", animated, "SECRET 2", "8a5266ee 05deff5a b8db49c1 0df7668b 922427d6 fe97f3dc"},
+          Row{"WebP, simple", webpOf({riffChunk("VP8 ", {"\x30\1\0\x9D\1\x2A\x40\0\x30\0PIX"_z})}), "PIX",
+              "13a4a6a5 13a4a6a5 13a4a6a5 28dbf42b 13a4a6a5 71ce449a"},
+          Row{"WebP, lossless", webpOf({riffChunk("VP8L", {"\x2F\x3F\xC0\x0B\x10PIX"_z})}), "PIX",
+              "cdf754dd cdf754dd cdf754dd 5d5c75c1 cdf754dd 45aab1ef"},
+          Row{"TIFF, tiled", tiledTiff(), "SECRET below", "ab12f429 85b3a2c2 188d312a 8f144e17 ab12f429 dde570d1"},
+          Row{"BigTIFF", bigTiff(), "SECRET artist", "76b49da0 bd1d547f 15c16202 d28f13d2 76b49da0 ac6f6ef8"},
+          Row{"JPEG", oddJpeg(), "SECRET caf\xE9", "e438825a 871d3fb1 23fcb726 4185a8a9 e438825a 00000000"},
+          Row{"JPEG, repeating", repeatingJpeg(), "SECRET face",
+              "f01d5e95 fc9bd38d 9a888fd6 a4a99f8d f01d5e95 00000000"},
+          Row{"JPEG XL", ByteString(fullJxl()).add(box("xml ", {further})).add(box("jxlp", {"\0\0\0\1"_z, kPixels})),
+              "SECRET 2", "56257c0c c1270dd1 ddb3a13a 1c6fff50 56257c0c 2006627c"},
+          Row{"JPEG 2000",
+              ByteString(fullJp2()).add(box("uuid", {xmpUser, further})).add(box("uuid", {iptcUser, iptc()})),
+              "SECRET 2", "bda96fce 90d80fa6 bda96fce 1c2f0995 bda96fce c09be2c1"},
+          Row{"BMP", bitmap, "SECRET", "7e07c3b7 9bd0d4ac 9bd0d4ac 00000000 7e07c3b7 6a0f44e7"}}) {
+        SCOPED_TRACE(name);
+        EXPECT_THAT(rewritten(file, Removal::place), HasSubstr(placeless));
+        EXPECT_THAT(rewritten(file, Removal::everything), Not(HasSubstr("SECRET")));
+        EXPECT_EQ(checksumsOf(file), checksums);
+    }
 }
 
 // What follows a picture is dropped, unless only values are set.
@@ -525,13 +603,15 @@ TEST(Edit, LeavesTheRestAsItWas) {
     };
     // A text of that length fits none of the old places.
     for (const Row& row :
-         {Row{"{TIFF}", "Copyright", "mine"}, Row{"{TIFF}", "ImageDescription", std::string(60'000, 'x')},
+         {Row{"{TIFF}", "Copyright", "mine"}, Row{"{TIFF}", "ImageDescription", std::string(70'000, 'x')},
           Row{"{Exif}", "LensModel", "a lens"}, Row{"{GPS}", "Altitude", 12.5}}) {
         const MetadataChange change{.removal = Removal::nothing,
                                     .removes = {},
                                     .values = {{row.dictionary, Dictionary{{row.name, row.value}}}}};
         for (const Format& format : formats()) {
             if (!format.hasExif) continue;
+            // A JPEG has the same text in a packet of one segment.
+            if (format.name == "jpeg" && row.value.string().size() > 65'536) continue;
             SCOPED_TRACE(std::string(format.name) + " " + row.name);
             const ByteString file = format.build();
             Dictionary before = propertiesOf(file);
