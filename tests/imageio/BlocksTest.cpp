@@ -19,12 +19,12 @@ ImageProperties fromXmp(const ByteString& packet) {
 
 TEST(Xmp, FillsTheDictionariesThatTheFileLeavesEmpty) {
     const ImageProperties found = fromXmp(xmp(
-        R"(xmp:Rating="4" photoshop:Headline="Head" aux:Lens="24-70mm" aux:SerialNumber="42" aux:ImageNumber="7"
+        R"(xmp:Rating="4" photoshop:Headline = "Head" aux:Lens="24-70mm" aux:SerialNumber="42" aux:ImageNumber="7"
                tiff:Make="Maker" exif:FNumber="28/10" aux:LensInfo="24/1 70/1 28/10"
                exif:DateTimeOriginal="2015-01-02T03:04:05.67+01:00" exif:DateTimeDigitized="2015-01-02T03:04" exif:GPSLatitude="51,30.6S" exif:GPSLongitude="0,7,30W")",
         R"(<dc:title><rdf:Alt><rdf:li xml:lang="de">Titel</rdf:li><rdf:li xml:lang="x-default">Title</rdf:li></rdf:Alt></dc:title>
                <dc:subject><rdf:Bag><rdf:li>one</rdf:li><rdf:li>two &amp; three</rdf:li></rdf:Bag></dc:subject>
-               <dc:description><rdf:Alt><rdf:li xml:lang="x-default">Words</rdf:li></rdf:Alt></dc:description>)"));
+               <dc:description><rdf:Alt><rdf:li xml:lang="x-default"> <!-- said twice -->Words</rdf:li></rdf:Alt></dc:description>)"));
     EXPECT_EQ(found.iptc["StarRating"].integerValue(), 4);
     EXPECT_EQ(found.iptc["Headline"], Value("Head"));
     EXPECT_EQ(found.iptc["ObjectName"], Value("Title")) << "the default language, not the first";

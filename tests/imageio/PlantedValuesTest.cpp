@@ -362,18 +362,18 @@ struct Container {
     const char* checksums;
 };
 constexpr Container kContainers[]{
-    {"JPEG", fullJpeg, "f01d5e95 e5c38d54 c4a0f550 f501f77c f01d5e95 00000000"},
-    {"PNG", fullPng, "a9090289 e10af047 2d697bc2 3afde777 a9090289 421b5de8"},
-    {"WebP", fullWebp, "0f100433 abf07aec e4bd3940 b8e7d5e1 0f100433 6063243e"},
-    {"GIF", fullGif, "a9776ea9 b81ba3f4 f16666c0 438fb279 a9776ea9 00000000"},
-    {"TIFF", fullTiff, "8c8aeabe 88aca256 6b2bc2a1 a11a3589 8c8aeabe 8cf7b384"},
-    {"NEF", fullNef, "f9491fe3 ba839b80 e05db8cf 9e186d03 f9491fe3 257ba355"},
-    {"PSD", fullPsd, "710f5eec 0cc06379 9c03ba47 70e2653b 710f5eec 00000000"},
-    {"HEIC", fullHeif, "dea72461 bdd6fc8c 4d15f68c 6927698f dea72461 05f1b349"},
-    {"JPEG XL", fullJxl, "b7f10081 1001d8a7 b60a5371 2e3ec155 b7f10081 00000000"},
-    {"JPEG 2000", fullJp2, "58f88aa1 e4587b9a 46405a1c 6b62ce2f 58f88aa1 00000000"},
-    {"AVI", fullAvi, "afd6f457 6c40af29 860aa520 00000000 afd6f457 e541b089"},
-    {"MOV", fullMovie, "699a9080 59e05bed 5fc3c1e3 00000000 699a9080 db44eeb1"},
+    {"JPEG", fullJpeg, "f01d5e95 e5c38d54 c4a0f550 b24865ac e5c38d54 00000000"},
+    {"PNG", fullPng, "a9090289 e10af047 2d697bc2 3386d27a e10af047 fd4bca90"},
+    {"WebP", fullWebp, "0f100433 abf07aec e4bd3940 24553d71 abf07aec 828c5542"},
+    {"GIF", fullGif, "a9776ea9 b81ba3f4 f16666c0 55354a01 b81ba3f4 00000000"},
+    {"TIFF", fullTiff, "8c8aeabe 5dc1a594 d0b16c28 8fd5d5d5 2dd63a62 94a3b906"},
+    {"NEF", fullNef, "a8e79a89 5743b0d3 36291811 e07c3d1a 5743b0d3 fa854d58"},
+    {"PSD", fullPsd, "710f5eec 0cc06379 9c03ba47 ec12cc1b 0cc06379 00000000"},
+    {"HEIC", fullHeif, "dea72461 bdd6fc8c 4d15f68c e5e31f88 bdd6fc8c 20030c86"},
+    {"JPEG XL", fullJxl, "b7f10081 1001d8a7 b60a5371 158d10a4 1001d8a7 00000000"},
+    {"JPEG 2000", fullJp2, "58f88aa1 e4587b9a 46405a1c 967fdb2b e4587b9a 00000000"},
+    {"AVI", fullAvi, "7d224495 e2af92c2 66887918 00000000 e2af92c2 9b2ccd3d"},
+    {"MOV", fullMovie, "699a9080 59e05bed 5fc3c1e3 00000000 59e05bed 7cc7471f"},
 };
 
 /// How often each planted value stands in the file; those in UTF-16 too.

@@ -53,7 +53,7 @@ std::string checksumsOf(const ByteString& file) {
         {.removal = Removal::place, .removes = {}, .values = {}},
         {.removal = Removal::dictionaries, .removes = {true, true, true, true}, .values = {}},
         {.removal = Removal::nothing, .removes = {}, .values = valuesToSet()},
-        {.removal = Removal::everything, .removes = {}, .values = {}, .firstImageOnly = true},
+        {.removal = Removal::place, .removes = {}, .values = {}, .firstImageOnly = true},
     };
     for (const MetadataChange& change : changes) {
         const std::string made = rewritten(file, change, &refused);
