@@ -280,26 +280,8 @@ TEST(Strip, TakesAValueFromWhereverItIsRepeated) {
         EXPECT_THAT(edited, HasSubstr(word));
 }
 
-// Whatever stands in more than one block loses its place in each, and nothing else in any.
-TEST(Strip, OfThePlaceMindsEveryBlock) {
-    const std::string made = rewritten(repeatingJpeg(), removing(Removal::place));
-    EXPECT_THAT(made, Not(HasSubstr("PLACE")));
-    EXPECT_THAT(made, HasSubstr(std::string(repeatingPacket().text()))) << "as it was, byte for byte";
-    const std::string_view byline = "SECRET byline";
-    std::size_t bylines = 0;
-    for (auto at = made.find(byline); at != std::string::npos; at = made.find(byline, at + 1)) ++bylines;
-    EXPECT_EQ(bylines, 10U);
-
-    // A character set other than UTF-8 is what the texts that stay are written in.
-    const std::string latin(dataSet(1, 90, "\x1B-A").add(iptc()).text());
-    ByteString resource("8BIM");
-    resource.u16(0x0404).u16(0).u32(static_cast<std::uint32_t>(latin.size())).add(latin).add(latin.size() % 2, '\0');
-    const std::string texts =
-        rewritten(jpeg({jpegSegment(0xED, ByteString("Photoshop 3.0\0"_z).add(resource))}), removing(Removal::place));
-    EXPECT_THAT(texts, HasSubstr(std::string(dataSet(1, 90, "\x1B-A").text())));
-    EXPECT_THAT(texts, Not(HasSubstr("PLACE")));
-
-    // A count beyond the end of its block hides the fields from most readers, until the block is written anew.
+// A count beyond the end of its block hides the fields from most readers, until the block is written anew.
+TEST(Strip, OfThePlaceMindsBrokenBlocks) {
     std::string broken(repeatingExif().text());
     const std::string town(packet().text());
     broken =
@@ -426,7 +408,7 @@ TEST(Strip, MindsTheRarerForms) {
           Row{"BigTIFF", bigTiff(), "SECRET artist", "76b49da0 bd1d547f 15c16202 d28f13d2 bd1d547f ac6f6ef8"},
           Row{"JPEG", oddJpeg(), "SECRET caf\xE9", "e438825a 871d3fb1 23fcb726 4185a8a9 871d3fb1 00000000"},
           Row{"JPEG, repeating", repeatingJpeg(), "SECRET face",
-              "f01d5e95 810ff87e 9a888fd6 dadfb81d 810ff87e 00000000"},
+              "f01d5e95 f9df60fa 9a888fd6 d0811853 f9df60fa 00000000"},
           Row{"JPEG XL", ByteString(fullJxl()).add(box("xml ", {further})).add(box("jxlp", {"\0\0\0\1"_z, kPixels})),
               "SECRET 2", "56257c0c c1270dd1 ddb3a13a 1c6fff50 c1270dd1 2006627c"},
           Row{"JPEG 2000",
@@ -437,7 +419,7 @@ TEST(Strip, MindsTheRarerForms) {
           Row{"JPEG and more", ByteString(fullJpeg()).add(unannounced), "SECRET",
               "56fa075e 9b809222 61efaa62 f7ae2e37 2aebae51 631a0505"}}) {
         SCOPED_TRACE(name);
-        EXPECT_THAT(rewritten(file, Removal::place), HasSubstr(placeless));
+        EXPECT_THAT(rewritten(file, Removal::place), testing::AllOf(HasSubstr(placeless), Not(HasSubstr("PLACE"))));
         EXPECT_THAT(rewritten(file, Removal::everything), Not(HasSubstr("SECRET")));
         EXPECT_EQ(checksumsOf(file), checksums);
     }
@@ -644,10 +626,8 @@ TEST(Edit, KeepsValuesThroughAStrip) {
     MetadataChange change = removing(Removal::everything);
     change.values = {{"{TIFF}", Dictionary{{"Artist", "kept artist"}}}};
     for (const Format& format : formats()) {
-        SCOPED_TRACE(format.name);
         const std::string made = rewritten(format.build(), change);
-        EXPECT_THAT(made, Not(HasSubstr("SECRET")));
-        EXPECT_THAT(made, HasSubstr("kept artist"));
+        EXPECT_THAT(made, testing::AllOf(Not(HasSubstr("SECRET")), HasSubstr("kept artist"))) << format.name;
     }
 }
 
