@@ -108,6 +108,8 @@ void ExifPhotoDetailViewController::updateBottomBarBasedOnSettingsAndPreviewType
     bottomButtonHolderView->setHidden(!isInContainingApp || is3DTouchPreview);
     // Only what leads somewhere is offered.
     editEXIFButton->setHidden(!UIStoryboard::hasScene(kEditExifTransition));
+    // The page that stands there was made before the bar was.
+    for (const auto& page : collectionView->visibleCells()) willDisplayCell(*collectionView, page, {});
 }
 
 void ExifPhotoDetailViewController::showMessage(const std::string& message, bool withSuccessStatus) {

@@ -78,6 +78,7 @@ TEST_F(ActionBar, DrawerHasTheSwitchesOfTheSettings) {
     QQuickItem* const deletes = toggle("Delete Original image");
     ASSERT_TRUE(overwrite && deletes);
     EXPECT_EQ(above(), 75) << "the four actions alone";
+    EXPECT_EQ(list()->contentInset(), (UIEdgeInsets{0, 0, 75, 0})) << "no row stays behind them";
     EXPECT_FALSE(overwrite->isEnabled()) << "out of sight, out of the keyboard's reach";
     open(arrow);
     EXPECT_EQ(above(), 190);
