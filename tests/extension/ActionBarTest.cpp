@@ -39,6 +39,13 @@ TEST_F(ActionBar, StandsWhereTheDrawerAndTheSettingPutIt) {
 }
 
 TEST_F(ActionBar, SlidesOutAndBackToWhereItWas) {
+    UITraitCollection& traits = UITraitCollection::currentTraitCollection();
+    const std::pair<UIContentSizeCategory, double> heights[] = {
+        {UIContentSizeCategoryExtraSmall, 75}, {&kContentSizeCategories.back(), 120}, {UIContentSizeCategoryLarge, 75}};
+    for (const auto& [letters, height] : heights) {
+        traits.setPreferredContentSizeCategory(letters);
+        EXPECT_EQ(screen->closedBottomBarHeight(), height) << *letters << ": it grows with the letters so far";
+    }
     screen->isBottomBarSettingsExpanded = true;
     screen->updateOverwriteSettingsBarUI();
     screen->showBottomBarView();
@@ -65,9 +72,6 @@ TEST_F(ActionBar, TakesItsSwitchesFromTheSettings) {
     EXPECT_EQ(deletes->accessibility().hint, "Delete Original image after creating new copy ?");
     EXPECT_EQ(screen->deleteOriginalPhotoAfterRemovingExifSwitchLabel->text(), deletes->accessibility().hint);
     EXPECT_EQ(screen->overwriteSwitch->accessibility().label, "Overwrite");
-    deletes->setOn(false);
-    screen->deletePhotoAfterCreatingDuplicateSwitchChanged();
-    EXPECT_FALSE(PersistanceManager::sharedInstance().deleteOriginalPhotoAfterCreatingImageWithoutExif());
 }
 
 TEST_F(ActionBar, IsShownInTheContainingAppOnly) {
@@ -101,6 +105,7 @@ TEST_F(ActionBar, BannerOfANewMessageStaysItsWholeTime) {
     EXPECT_TRUE(DispatchQueue::pumpMainQueueUntil([&] { return banner().empty(); }, std::chrono::seconds(10)));
     EXPECT_GT(std::chrono::steady_clock::now() - shown, std::chrono::milliseconds(3900));
     EXPECT_EQ(distance->constant(), -300);
+    EXPECT_FALSE(screen->messageHideTimer->isValid()) << "once";
 }
 
 }  // namespace

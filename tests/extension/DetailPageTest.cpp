@@ -133,6 +133,10 @@ TEST_F(DetailPageTest, FillsRowsOfEveryKind) {
     const auto past = shown->cellForItemAtIndexPath(list(), {99, 0});
     ASSERT_TRUE(past);
     EXPECT_EQ(past->interfaceName(), "");
+    shown->setExifInfo(
+        ExifInformation::exifInformationFromMetaDataDictionary(Dictionary{{"{Exif}", Dictionary{{"FNumber", 4.0}}}}));
+    list().layoutIfNeeded();
+    EXPECT_EQ(row<ExifValueCollectionViewCell>(0)->exifValueLabel->text(), "f/4.0");
 }
 
 TEST_F(DetailPageTest, StripesItsRows) {
@@ -182,15 +186,10 @@ TEST_F(DetailPageTest, SizesItsPieces) {
     one->iptcDic = Dictionary{{"Keywords", Array{"alone"}}};
     showPage(one);
     EXPECT_EQ(shown->sizeForItemAtIndexPath(list(), list().collectionViewLayout(), {2, 0}).height, 50);
-    UIScreen::setMainScreen(before);
-}
-
-TEST_F(DetailPageTest, KeepsItsRowsOffTheInsets) {
-    setKeys({"Make"});
-    showPage(placedRecord());
     list().setContentInset({0, 10, 0, 20});
     EXPECT_EQ(shown->maximumCollectionViewWidth(), 360);
-    EXPECT_EQ(shown->sizeForItemAtIndexPath(list(), list().collectionViewLayout(), {0, 0}).width, 359);
+    EXPECT_EQ(shown->sizeForItemAtIndexPath(list(), list().collectionViewLayout(), {4, 0}).width, 359);
+    UIScreen::setMainScreen(before);
 }
 
 TEST_F(DetailPageTest, MeasuresATextOnce) {
@@ -223,22 +222,10 @@ TEST_F(DetailPageTest, FillsItsHeaderOnceItHasItsSize) {
     ASSERT_TRUE(pumpUntil([&] { return !header->exifBriefDetailsView->fStopLabel->text().empty(); }));
     EXPECT_EQ(header->exifBriefDetailsView->fStopLabel->text(), "f/1.8");
     EXPECT_EQ(header->photoSizeLocationDateTimeStampView->backgroundColor().light.alpha, 0.75);
+    EXPECT_EQ(header->exifBriefDetailsView->backgroundColor(), screen->view()->backgroundColor());
     EXPECT_TRUE(header->favouriteButton->accessibility().ignoresInvertColors);
-}
-
-TEST_F(DetailPageTest, FlipsTheCoordinateOnATapAndKeepsItSo) {
-    setKeys({"Make", "GPS"});
-    PersistanceManager::sharedInstance().setShouldShowGPSInDecimalValues(false);
-    showPage(placedRecord());
-    const std::string before = row<ExifValueCollectionViewCell>(1)->exifValueLabel->text();
-    list().userSelected({0, 0});
-    EXPECT_FALSE(PersistanceManager::sharedInstance().shouldShowGPSInDecimalValues());
-    list().userSelected({1, 0});
-    EXPECT_TRUE(PersistanceManager::sharedInstance().shouldShowGPSInDecimalValues());
-    const std::string after = row<ExifValueCollectionViewCell>(1)->exifValueLabel->text();
-    EXPECT_NE(after, before);
-    list().userSelected({1, 0});
-    EXPECT_EQ(row<ExifValueCollectionViewCell>(1)->exifValueLabel->text(), before);
+    EXPECT_TRUE(header->photoImageView->accessibility().ignoresInvertColors);
+    EXPECT_EQ(header->widthConstraint->constant(), 390) << "no narrower than the list";
 }
 
 TEST_F(DetailPageTest, CopiesWhatIsPressedLong) {
@@ -247,7 +234,7 @@ TEST_F(DetailPageTest, CopiesWhatIsPressedLong) {
         std::size_t item;
         std::optional<std::string> text;
     };
-    setKeys({"Make", "GPS", "StarRating", "MapView"});
+    setKeys({"Make", "GPS", "StarRating", "MapView", "Model"});
     const auto record = placedRecord();
     const ExifValue make = record->Make();
     const Case cases[] = {
@@ -255,6 +242,7 @@ TEST_F(DetailPageTest, CopiesWhatIsPressedLong) {
         {"a coordinate alone", 1, record->GPS().exifValueReadableFormat},
         {"a rating is no text", 2, std::nullopt},
         {"nor is a map", 3, std::nullopt},
+        {"no value", 4, std::nullopt},
     };
     showPage(record);
     for (const auto& [why, item, text] : cases) {
@@ -290,13 +278,6 @@ TEST_F(DetailPageTest, PointsItsSheetAtTheTouchOnATablet) {
     EXPECT_EQ(sheet->popoverPresentationController.sourceRect, (CGRect{{25, 7 + 510 - offset - 23}, {30, 45}}));
     report(UIGestureRecognizerState::ended, {20, 5});
     EXPECT_EQ(presenter.presented.size(), 1U) << "there is no row in the header";
-}
-
-TEST_F(DetailPageTest, SharesItsOffsetWithTheOtherPages) {
-    showPage(placedRecord(), false, {390, 500});
-    list().layoutIfNeeded();
-    list().userScrolled({0, 120});
-    EXPECT_EQ(screen->dataSource->detailsViewScrollOffset, (CGPoint{0, 120}));
 }
 
 }  // namespace

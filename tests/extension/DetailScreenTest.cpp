@@ -3,8 +3,8 @@
 
 #include "acquisition/TemporaryImageFile.h"
 #include "extension/DetailScreenFixture.h"
-#include "platform/AVFoundation/AVPlayerViewController.h"
 #include "platform/UIKit/UIDevice.h"
+#include "settings/PersistanceManager.h"
 #include "viewer/ContentViewerDestination.h"
 
 namespace tessaly::test {
@@ -150,6 +150,7 @@ TEST_F(DetailScreenTest, ShowsOnePageAtATimeUnderItsName) {
         EXPECT_EQ(screen->currentRecord(), records()[i]);
         ASSERT_TRUE(page(i));
         EXPECT_EQ(page(i)->frame().size, (CGSize{390.4, 700}));
+        EXPECT_EQ(page(i)->collectionView->contentInset(), (UIEdgeInsets{0, 0, 75, 0})) << "the bar's";
         // Where the layout puts the page, rounded errors and all.
         screen->collectionView->scrollToItemAtIndexPath({i, 0}, false);
         screen->collectionView->userEndedDecelerating();
@@ -202,6 +203,7 @@ TEST_F(DetailScreenTest, OpensAtItsPageAndTellsTheListWhereItWas) {
     EXPECT_FALSE(screen->initialScrollDone) << "there is no place for a page yet";
     layOut(kPhone);
     EXPECT_EQ(title(), "b.jpg");
+    EXPECT_TRUE(screen->collectionView->isPagingEnabled());
     screen->viewDidAppear(false);
     EXPECT_TRUE(screen->initialScrollDone);
     EXPECT_EQ(page(1)->exifListViewController.lock(), list);
@@ -243,9 +245,32 @@ TEST_F(DetailScreenTest, ShowsNeighboursAtTheSameRows) {
     EXPECT_EQ(screen->dataSource->detailsViewScrollOffset, (CGPoint{0, 120})) << "a shorter neighbour has stopped";
     swipeTo(1);
     EXPECT_EQ(page(2)->collectionView->contentOffset(), (CGPoint{0, 120})) << "made later";
-    screen->reloadInterface();
+    for (const bool isDark : {true, false}) {
+        PersistanceManager::sharedInstance().setIsDarkModeOn(isDark);
+        screen->reloadInterface();
+        EXPECT_EQ(screen->editEXIFImageView->imageName(), isDark ? "white_edit_exif" : "edit_exif");
+        UITraitCollection::currentTraitCollection().setUserInterfaceStyle(isDark ? UIUserInterfaceStyle::dark
+                                                                                 : UIUserInterfaceStyle::light);
+        EXPECT_EQ(screen->preferredStatusBarStyle(),
+                  isDark ? UIStatusBarStyle::lightContent : UIStatusBarStyle::defaultStyle);
+    }
     EXPECT_EQ(screen->collectionView->contentOffset().x, 390);
     EXPECT_EQ(page(1)->collectionView->contentOffset(), (CGPoint{0, 120}));
+}
+
+TEST_F(DetailScreenTest, AsksForMoreAtTheEndOfARowsList) {
+    UIScrollView rows;
+    rows.setFrame({{0, 0}, {390, 400}});
+    rows.setContentSize({390, 1000});
+    show({record("a.jpg")});
+    for (const bool hasMore : {false, true})
+        for (const double y : {0.0, 598.0, 599.0, 600.0, 601.0, 602.0}) {
+            rows.setContentOffset({0, y});
+            screen->dataSource->hasMoreExifObjects = hasMore;
+            screen->dataSource->isLoadingMoreExifObjects = false;
+            screen->scrollViewDidScroll(rows);
+            EXPECT_EQ(screen->dataSource->isLoadingMoreExifObjects, hasMore && std::abs(y - 600) <= 1) << y;
+        }
 }
 
 TEST_F(DetailScreenTest, NamesAnAssetAsTheLibraryDoes) {
@@ -292,21 +317,6 @@ TEST_F(DetailScreenTest, DoesNotShowTheNameOfAPageThatIsGone) {
     gate->signal();
     ASSERT_TRUE(pumpUntil([&] { return slow->fileNameCached() == "slow.jpg"; })) << "the answer has come";
     EXPECT_EQ(title(), "b.jpg");
-}
-
-TEST_F(DetailScreenTest, PlaysAVideo) {
-    RecordingPresenter window;
-    const auto video = record("clip.mov");
-    video->setMediaType(PHAssetMediaTypeVideo);
-    show({record("a.jpg"), video});
-    screen->didTapOnImageViewForItem(records()[0]);
-    EXPECT_THAT(window.presented, IsEmpty());
-    screen->didTapOnImageViewForItem(video);
-    ASSERT_EQ(window.presented.size(), 1U);
-    const auto player = std::dynamic_pointer_cast<AVPlayerViewController>(window.presented[0]);
-    ASSERT_TRUE(player);
-    EXPECT_EQ(player->player()->url(), video->imageFilePathURL);
-    EXPECT_TRUE(player->player()->isPlaying());
 }
 
 struct Viewer : UIViewController, ContentViewerDestination {

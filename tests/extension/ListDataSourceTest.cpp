@@ -164,7 +164,7 @@ TEST_F(ListDataSource, TellsTheProgressWhereThePersonLooks) {
     source->updateProgressOnLoading(0.75, true);
     const auto row = std::dynamic_pointer_cast<LoadingMoreCollectionViewCell>(view->cellForItemAtIndexPath({0, 1}));
     ASSERT_TRUE(row);
-    EXPECT_TRUE(row->activityIndicator->isAnimating());
+    EXPECT_TRUE(row->activityIndicator->isAnimating() && !row->activityIndicator->isHidden());
     EXPECT_EQ(row->progressView->progress(), 0.75);
     EXPECT_EQ(row->loadingMessageLabel->text(), "Downloading photos from iCloud :- 75.00%");
     EXPECT_EQ(source->firstLoadingSpinnerHUD->progress(), 0.5);
@@ -241,6 +241,7 @@ TEST_F(ListDataSource, OpensARecordThatIsThere) {
     source->checkAndGoToExifDetailsScreenForPHAssetID();
     ASSERT_TRUE(opened());
     EXPECT_THAT(opened()->dataSource->exifDataItemsArray, ElementsAre(record));
+    EXPECT_EQ(opened()->currentIndexPath, NSIndexPath());
     EXPECT_FALSE(source->onLoadOpenEXIFInformation);
 }
 

@@ -7,7 +7,6 @@
 #include "WindowFixture.h"
 #include "linux/quick/pictures/PictureItem.h"
 #include "platform/Foundation/NSBundle.h"
-#include "platform/Foundation/NSNotificationCenter.h"
 #include "platform/UIKit/UITraitCollection.h"
 #include "settings/Apperance.h"
 #include "settings/ChangeLanguageViewController.h"
@@ -45,10 +44,6 @@ protected:
     static int lightness(const QImage& picture) {
         return qGray(picture.scaled(1, 1, Qt::IgnoreAspectRatio, Qt::SmoothTransformation).pixel(0, 0));
     }
-    static std::size_t indexOf(std::string_view code) {
-        const auto all = LanguageManager::languages();
-        return static_cast<std::size_t>(std::ranges::find(all, code, &InterfaceLanguage::code) - all.begin());
-    }
 };
 
 TEST_F(Looks, FollowTheStyleWhileThePageStays) {
@@ -72,24 +67,6 @@ TEST_F(Looks, FollowTheStyleWhileThePageStays) {
     EXPECT_EQ(page(), 1U);
     Apperance::setDeviceStyle(UIUserInterfaceStyle::light);
     EXPECT_EQ(part(below), lightRows) << "and back";
-}
-
-TEST_F(Looks, FollowTheLanguageWhileThePageStays) {
-    open(photos(2));
-    press(Qt::Key_Right);
-    ASSERT_TRUE(waitFor([this] { return page() == 1; }));
-    const std::string name = title();
-    const QStringList english = {rows().at(0).key(), rows().at(1).key()};
-    LanguageManager::saveLanguageByIndex(indexOf("de"));
-    NSNotificationCenter::defaultCenter().postNotificationName(LanguageManagerDidChangeLanguageNotification);
-    EXPECT_TRUE(waitFor([&] { return rows().size() > 1 && !english.contains(rows().at(0).key()); }));
-    EXPECT_TRUE(textReading(root(), "Fertig")) << "in the bar, too";
-    EXPECT_EQ(page(), 1U);
-    EXPECT_EQ(title(), name);
-    LanguageManager::saveLanguageByIndex(indexOf("en"));
-    NSNotificationCenter::defaultCenter().postNotificationName(LanguageManagerDidChangeLanguageNotification);
-    EXPECT_TRUE(waitFor([&] { return !rows().empty() && rows().at(0).key() == english[0]; }));
-    EXPECT_TRUE(textReading(root(), "Done"));
 }
 
 TEST_F(Looks, LettersAreThereForEveryLanguage) {

@@ -4,10 +4,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <filesystem>
 
-#include "platform/Foundation/Dispatch.h"
 #include "support/Containers.h"
 #include "support/TemporaryFolder.h"
 #include "viewer/Intake.h"
@@ -18,7 +16,6 @@ namespace tessaly::viewer {
 namespace {
 
 using namespace test;
-using namespace std::chrono_literals;
 
 ByteString photo() { return jpeg({}); }
 ByteString movie() {
@@ -172,15 +169,6 @@ TEST(StandardInput, DoesNotWaitForATerminal) {
     EXPECT_THAT(readStandardInput(terminal).fault, testing::HasSubstr("terminal"));
     ::close(terminal);
     EXPECT_NE(readStandardInput(-1).fault, "");
-}
-
-TEST(Intake, OfTenThousandFilesLeavesTheMainThreadFree) {
-    const TemporaryFolder folder;
-    const std::string file = folder.write("photo.jpg", photo());
-    std::optional<Intake> taken;
-    takeInBackground(std::vector<std::string>(10'000, file), [&](Intake intake) { taken = std::move(intake); });
-    ASSERT_TRUE(DispatchQueue::pumpMainQueueUntil([&] { return taken.has_value(); }, 30s));
-    EXPECT_EQ(taken->attachments, 10'000U);
 }
 
 TEST(Request, EndsOnce) {
