@@ -612,6 +612,34 @@ TEST(Edit, LeavesTheRestAsItWas) {
     }
 }
 
+// A date in the fields of TIFF/EP, in data sets and in texts that have it, and in none that have not; names in texts.
+TEST(Edit, ReachesWhatTheContainerRepeats) {
+    const ByteString sets = ByteString("\x1C\2\x37\0\10"_z).add("20000102").add("\x1C\2\x3C\0\6"_z).add("030405");
+    TiffBuilder tiff;
+    tiff.text(TiffBuilder::first, 0x9003, "2000:01:02 03:04:05").text(TiffBuilder::exif, 0x9003, "2000:01:02 03:04:05");
+    tiff.raw(TiffBuilder::first, 0x83BB, 7, static_cast<std::uint32_t>(sets.size()), sets);
+    const ByteString picture =
+        png({pngChunk("tEXt", "Author\0OLD name"_z), pngChunk("tEXt", "Creation Time\0OLD date"_z),
+             pngChunk("tEXt", "exif:DateTimeOriginal\0OLD date"_z), pngChunk("tEXt", "Comment\0KEPT"_z)});
+    EXPECT_EQ(propertiesOf(picture)["{TIFF}"].dictionary()["Artist"].string(), "OLD name");
+    for (const char* date : {"2024:05:06 07:08:09", ""}) {
+        const MetadataChange change{.removal = Removal::nothing,
+                                    .removes = {},
+                                    .values = {{"{Exif}", Dictionary{{"DateTimeOriginal", date}}},
+                                               {"{TIFF}", Dictionary{{"Artist", *date ? "NEW name" : ""}}}}};
+        const std::string edited = rewritten(tiff.build(), change), texts = rewritten(picture, change);
+        for (const char* old : {"2000", "030405"}) EXPECT_THAT(edited, Not(HasSubstr(old)));
+        const Dictionary iptc = propertiesOf(edited)["{IPTC}"].dictionary();
+        EXPECT_EQ(iptc["DateCreated"].string(), *date ? "20240506" : "");
+        EXPECT_EQ(iptc["TimeCreated"].string(), *date ? "070809" : "");
+        EXPECT_TRUE(iptc["DigitalCreationDate"].isNull());
+        EXPECT_THAT(texts, Not(HasSubstr("OLD")));
+        EXPECT_THAT(texts, HasSubstr(std::string("Comment\0KEPT", 12)));
+        const Dictionary words = propertiesOf(texts)["{PNG}"].dictionary();
+        EXPECT_EQ(words["Author"].string(), *date ? "NEW name" : "");
+    }
+}
+
 TEST(Edit, FindsPropertiesByTheirNameOrTheirGroup) {
     const auto found = writableProperties("keywords");
     ASSERT_EQ(found.size(), 1U);

@@ -212,6 +212,26 @@ private:
         }
         for (const auto& profile : profiles_) readRawProfile(profile.type, profile.bytes, properties_);
         if (!xmp_.empty()) readXmp(xmp_, properties_);
+        adoptTexts();
+    }
+
+    /// Texts say what blocks do not.
+    void adoptTexts() {
+        struct Adoption {
+            std::string_view text;
+            Dictionary ImageProperties::*dictionary;
+            std::string_view name;
+            std::string_view inIptc;  ///< The same in {IPTC}.
+        };
+        static constexpr std::array kAdoptions{
+            Adoption{"Title"sv, &ImageProperties::iptc, "ObjectName"sv, "ObjectName"sv},
+            Adoption{"Author"sv, &ImageProperties::tiff, "Artist"sv, "Byline"sv},
+            Adoption{"Copyright"sv, &ImageProperties::tiff, "Copyright"sv, "CopyrightNotice"sv},
+            Adoption{"Description"sv, &ImageProperties::tiff, "ImageDescription"sv, "Caption/Abstract"sv},
+        };
+        for (const auto& [text, dictionary, name, inIptc] : kAdoptions)
+            if (properties_.png.contains(text) && !properties_.iptc.contains(inIptc))
+                ImageProperties::add(properties_.*dictionary, name, properties_.png[text]);
     }
 
     struct Profile {

@@ -166,6 +166,12 @@ TiffRules BlockChange::tiffRules(ByteOrder order) const {
     TiffRules rules;
     rules.sets = exifFields(change_.values, order);
     auto named = namedTags(change_.values);
+    // TIFF/EP has the fields of Exif in the first directory, and writers have put that one's into Exif's.
+    for (std::size_t i = named.size(); i > 0; --i) {
+        const auto [kind, tag] = named[i - 1];
+        if (kind == TiffKind::exif) named.emplace_back(TiffKind::first, tag);
+        if (kind == TiffKind::first) named.emplace_back(TiffKind::exif, tag);
+    }
     for (const std::uint16_t tag : repeatingTags(change_.values)) named.emplace_back(TiffKind::first, tag);
     rules.removes = [this, named](TiffKind kind, const TiffEntry& entry) {
         return removesField(kind, entry) || std::ranges::find(named, std::pair(kind, entry.tag)) != named.end();

@@ -1,6 +1,7 @@
 #include "linux/imageio/rewrite/IptcChange.h"
 
 #include <algorithm>
+#include <array>
 #include <optional>
 
 #include "linux/imageio/Text.h"
@@ -58,18 +59,23 @@ ByteVector changedIptc(Bytes datasets, const IptcRules& rules) {
     ByteReader reader(datasets);
     bool isUtf8 = false;
     std::optional<Bytes> characterSet;
+    std::array<bool, 256> isThere{};
     while (const auto set = nextDataSet(reader)) {
         if (set->record == 1 && set->number == 90) {
             characterSet = set->data;
             isUtf8 = asText(set->data) == kUtf8Escape;
             continue;
         }
+        if (set->record == 2) isThere.at(set->number) = true;
         const bool isReplaced = set->record == 2 && std::ranges::any_of(rules.sets, [&](const IptcDataSet& other) {
                                     return other.number == set->number;
                                 });
         if (!isReplaced && !(rules.removes && rules.removes(set->record, set->number))) kept.push_back(*set);
     }
-    const bool setsValues = std::ranges::any_of(rules.sets, [](const IptcDataSet& set) { return !set.values.empty(); });
+    const auto isMade = [&](const IptcDataSet& set) {
+        return !set.values.empty() && (!set.onlyWhereThere || isThere.at(set.number));
+    };
+    const bool setsValues = std::ranges::any_of(rules.sets, isMade);
     const bool hasContent = std::ranges::any_of(kept, [](const DataSet& set) { return set.record != 1 && set.number; });
     if (!setsValues && !hasContent && !(rules.keepsEmptyBlock && !kept.empty())) return {};
 
@@ -93,7 +99,8 @@ ByteVector changedIptc(Bytes datasets, const IptcRules& rules) {
     for (const DataSet& set : kept)
         if (set.record == 2 && set.number != 0) appendKept(set);
     for (const IptcDataSet& set : rules.sets)
-        for (const std::string& value : set.values) append(writer, 2, set.number, asBytes(value));
+        for (const std::string& value : isMade(set) ? set.values : std::vector<std::string>())
+            append(writer, 2, set.number, asBytes(value));
     for (const DataSet& set : kept)
         if (set.record > 2) appendKept(set);
     return writer.take();

@@ -12,6 +12,7 @@ namespace tessaly::imageio {
 struct IptcDataSet {
     std::uint8_t number = 0;
     std::vector<std::string> values;
+    bool onlyWhereThere = false;  ///< Only a block that has one gets the new.
 };
 
 struct IptcRules {

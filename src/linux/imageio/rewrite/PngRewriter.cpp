@@ -9,6 +9,7 @@
 #include "linux/imageio/blocks/RawProfile.h"
 #include "linux/imageio/containers/PngText.h"
 #include "linux/imageio/rewrite/PassingReader.h"
+#include "linux/imageio/rewrite/PngTextChange.h"
 #include "linux/imageio/rewrite/Rewriters.h"
 
 // PNG, third edition (W3C).
@@ -36,12 +37,14 @@ ByteVector chunkBytes(std::string_view type, Bytes data) {
     return writer.take();
 }
 
-/// A packet in its text chunk: not compressed; no language, no translated keyword.
-ByteVector packetBytes(Bytes packet) {
+/// A text of UTF-8: not compressed; no language, no translated keyword.
+ByteVector textBytes(std::string_view keyword, std::string_view text) {
     ByteWriter writer;
-    writer.text(kXmpKeyword).zeros(5).bytes(packet);
+    writer.text(keyword).zeros(5).text(text);
     return chunkBytes("iTXt", writer.view());
 }
+
+ByteVector packetBytes(Bytes packet) { return textBytes(kXmpKeyword, asText(packet)); }
 
 struct Chunk {
     std::string type;
@@ -131,7 +134,11 @@ private:
         } else if (text->keyword.starts_with(kProfilePrefix)) {
             placeProfile(chunk, *text);
         } else if (!change_.removesEverything() && !tellsPlace(text->keyword)) {
-            copy(chunk);
+            const auto changed = changedPngText(text->keyword, change_.change());
+            if (!changed)
+                copy(chunk);
+            else if (!changed->empty())
+                texts_.push_back(textBytes(text->keyword, *changed));
         }
     }
 

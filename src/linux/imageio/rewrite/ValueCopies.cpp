@@ -110,6 +110,7 @@ constexpr std::array kCopies{
     Copy{kTiffName, "Copyright", {"plus", "CopyrightOwner"}},
     Copy{kTiffName, "Copyright", {"tiff", "Copyright"}},
     Copy{kTiffName, "Software", {"tiff", "Software"}},
+    Copy{kExifName, "DateTimeDigitized", {"exif", "DateTimeDigitized"}},
     Copy{kExifName, "BodySerialNumber", {"aux", "SerialNumber"}},
     Copy{kExifName, "BodySerialNumber", {"MicrosoftPhoto", "CameraSerialNumber"}},
     Copy{kExifName, "LensSerialNumber", {"aux", "LensSerialNumber"}},

@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <string>
+#include <tuple>
 
 #include "linux/imageio/blocks/IptcDataSets.h"
 #include "linux/imageio/rewrite/ValueCopies.h"
@@ -160,6 +161,30 @@ std::vector<XmpProperty> xmpProperties(const Dictionary& values) {
     return properties;
 }
 
+namespace {
+
+/// IIM has Exif's dates of its own, in two data sets each: "20240501" and "123000".
+void addDates(const Dictionary& values, std::vector<IptcDataSet>& sets) {
+    struct Date {
+        std::string_view name;
+        std::uint8_t day, time;
+    };
+    for (const auto& [name, day, time] : {Date{"DateTimeOriginal", 55, 60}, Date{"DateTimeDigitized", 62, 63}}) {
+        const Dictionary& exif = values[kExif].dictionary();
+        if (!exif.contains(name)) continue;
+        std::string digits(exif[name].string());
+        std::erase_if(digits, [](char c) { return c < '0' || c > '9'; });
+        for (const auto& [number, start, length] : {std::tuple{day, 0U, 8U}, std::tuple{time, 8U, 6U}}) {
+            if (std::ranges::find(sets, number, &IptcDataSet::number) != sets.end()) continue;
+            IptcDataSet set{number, {}, true};
+            if (digits.size() >= start + length) set.values.push_back(digits.substr(start, length));
+            sets.push_back(std::move(set));
+        }
+    }
+}
+
+}  // namespace
+
 std::vector<IptcDataSet> iptcDataSets(const Dictionary& values) {
     std::vector<IptcDataSet> sets;
     const Dictionary& iptc = values[kIptc].dictionary();
@@ -174,6 +199,7 @@ std::vector<IptcDataSet> iptcDataSets(const Dictionary& values) {
         std::erase(made.values, std::string());
         sets.push_back(std::move(made));
     }
+    addDates(values, sets);
     return sets;
 }
 
