@@ -362,13 +362,13 @@ struct Container {
     const char* checksums;
 };
 constexpr Container kContainers[]{
-    {"JPEG", fullJpeg, "f01d5e95 e5c38d54 c4a0f550 b24865ac e5c38d54 00000000"},
-    {"PNG", fullPng, "a9090289 e10af047 2d697bc2 3386d27a e10af047 fd4bca90"},
+    {"JPEG", fullJpeg, "f01d5e95 e5c38d54 c4a0f550 f02cf6ef e5c38d54 00000000"},
+    {"PNG", fullPng, "a9090289 e10af047 ec983363 33380e22 e10af047 fd4bca90"},
     {"WebP", fullWebp, "0f100433 abf07aec e4bd3940 24553d71 abf07aec 828c5542"},
     {"GIF", fullGif, "a9776ea9 b81ba3f4 f16666c0 55354a01 b81ba3f4 00000000"},
-    {"TIFF", fullTiff, "8c8aeabe 5dc1a594 d0b16c28 8fd5d5d5 2dd63a62 94a3b906"},
-    {"NEF", fullNef, "a8e79a89 5743b0d3 36291811 e07c3d1a 5743b0d3 fa854d58"},
-    {"PSD", fullPsd, "710f5eec 0cc06379 9c03ba47 ec12cc1b 0cc06379 00000000"},
+    {"TIFF", fullTiff, "8c8aeabe 5dc1a594 d0b16c28 6b9a66db 2dd63a62 94a3b906"},
+    {"NEF", fullNef, "a8e79a89 5743b0d3 36291811 3f1d8b03 5743b0d3 fa854d58"},
+    {"PSD", fullPsd, "710f5eec 0cc06379 9c03ba47 94706a8b 0cc06379 00000000"},
     {"HEIC", fullHeif, "dea72461 bdd6fc8c 4d15f68c e5e31f88 bdd6fc8c 20030c86"},
     {"JPEG XL", fullJxl, "b7f10081 1001d8a7 b60a5371 158d10a4 1001d8a7 00000000"},
     {"JPEG 2000", fullJp2, "58f88aa1 e4587b9a 46405a1c 967fdb2b e4587b9a 00000000"},

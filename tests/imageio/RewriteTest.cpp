@@ -190,7 +190,7 @@ struct Format {
 const std::vector<Format>& formats() {
     static const std::vector<Format> all{
         {"jpeg", fullJpeg, true, "56fa075e 2aebae51 2a53fe1d 4dfeea46 2aebae51 8410f1a4"},
-        {"png", fullPng, true, "d3606c0c 32d1c20a e6d6e067 0c33c7e4 32d1c20a d75fc7c8"},
+        {"png", fullPng, true, "d3606c0c 32d1c20a 647b862e c0edadea 32d1c20a d75fc7c8"},
         {"webp", fullWebp, true, "1b3e7fac 691d2d3f 2a1337c4 d56509bc 691d2d3f d784f236"},
         {"gif", fullGif, false, "7e376ed1 f7e915e2 764f7bcd 50c1aa2d f7e915e2 7381ce1e"},
         {"tiff", fullTiff, true, "a8b8a4cb 53865565 36a910d5 bb9caa18 53865565 26ffbde4"},
