@@ -5,6 +5,7 @@
 
 #include "linux/codecs/modules/Guarded.h"
 #include "linux/codecs/modules/PixelRows.h"
+#include "linux/codecs/modules/pixels/LabWhite.h"
 #include "linux/codecs/modules/pixels/Pixels.h"
 #include "linux/codecs/modules/pixels/TiffBand.h"
 #include "linux/codecs/modules/pixels/TiffExtent.h"
@@ -197,7 +198,12 @@ DecodeFault decodePage(PixelInput& input, const DecodeRequest& request, DecodedP
     if (const auto fault = countMemory(file, layout, way, isMapped ? extent.mapped() : extent, request);
         fault != DecodeFault::none)
         return fault;
-    return readPage(file, layout, way, extent, request, decoded);
+    const auto fault = readPage(file, layout, way, extent, request, decoded);
+    const float* white = nullptr;
+    if (fault == DecodeFault::none && decoded.model == PixelModel::lab &&
+        TIFFGetField(file.tiff(), TIFFTAG_WHITEPOINT, &white) && white)
+        adaptLabToD50(decoded.image, white[0], white[1]);
+    return fault;
 }
 
 }  // namespace
