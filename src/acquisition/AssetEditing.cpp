@@ -1,6 +1,10 @@
 #include "acquisition/AssetEditing.h"
 
+#include <algorithm>
+#include <array>
+#include <cstdio>
 #include <cstring>
+#include <fstream>
 #include <memory>
 #include <optional>
 
@@ -8,7 +12,9 @@
 #include "acquisition/TemporaryImageFile.h"
 #include "platform/AVFoundation/AVAssetExportSession.h"
 #include "platform/Foundation/Log.h"
+#include "platform/Foundation/NSBundle.h"
 #include "platform/Foundation/NSFileManager.h"
+#include "platform/ImageIO/CGImageSource.h"
 #include "platform/ImageIO/MetadataRewrite.h"
 #include "platform/Photos/PHChangeRequests.h"
 #include "settings/AppDomain.h"
@@ -104,11 +110,45 @@ bool write(const MetadataChange& change, const std::string& source, const std::s
     return !failure;
 }
 
+bool haveSameBytes(const std::string& a, const std::string& b) {
+    std::ifstream first(a, std::ios::binary), second(b, std::ios::binary);
+    std::array<char, 1 << 16> left{}, right{};
+    while (first && second) {
+        first.read(left.data(), left.size());
+        second.read(right.data(), right.size());
+        if (first.gcount() != second.gcount() ||
+            !std::equal(left.begin(), left.begin() + first.gcount(), right.begin()))
+            return false;
+    }
+    return first.eof() && second.eof();
+}
+
+/// Whether a removal found nothing. A JPEG's metadata is written anew, and may stand in another order all the same.
+bool isOnlyRewritten(const std::string& source, const std::string& target) {
+    if (haveSameBytes(source, target)) return true;
+    const auto image = CGImageSourceCreateWithURL(source);
+    if (!image || CGImageSourceGetType(image) != "public.jpeg") return false;
+    const std::string plain = target + ".plain";
+    std::string ignored;
+    const bool isSame = write({}, source, plain, ignored) && haveSameBytes(plain, target);
+    std::remove(plain.c_str());
+    return isSame;
+}
+
 }  // namespace
 
-AssetEdit AssetEdit::placeRemoval() {
+std::string noPlaceError() { return localized("No Location data"); }
+
+AssetEdit AssetEdit::placeRemoval(const PHAsset& asset) {
     AssetEdit edit;
-    edit.rewrite = writeWithoutPlace;
+    edit.rewrite = [isPlaced = asset.location.has_value()](const std::string& source, const std::string& target,
+                                                           std::string& error) {
+        if (!write({.removal = MetadataChange::Removal::place, .removes = {}, .values = {}}, source, target, error))
+            return false;
+        if (isPlaced || !isOnlyRewritten(source, target)) return true;
+        error = noPlaceError();
+        return false;
+    };
     edit.adjustmentData = {std::string(AppDomainPrefix) + ".tessaly.removeLocation", "1.0", nullptr};
     edit.removesLocation = true;
     return edit;
@@ -144,10 +184,6 @@ Data photoWithoutMetadata(const NSURL& photo) {
     const Data stripped = ExifManager::imageDataByRemovingExifAndGeoTagging(file);
     // Of a raw no single dictionaries are taken; all that tells of a person goes, or nothing.
     return stripped && stripped->empty() ? rewriteMetadata(file, everything()) : stripped;
-}
-
-bool writeWithoutPlace(const std::string& source, const std::string& target, std::string& error) {
-    return write({.removal = MetadataChange::Removal::place, .removes = {}, .values = {}}, source, target, error);
 }
 
 void exportVideoWithoutPlace(const PHAssetRef& video, const NSURL& target, EditCompletion completion) {

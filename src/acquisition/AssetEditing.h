@@ -7,6 +7,9 @@
 
 namespace tessaly {
 
+/// Of a removal of the place where there is none: in the person's language.
+[[nodiscard]] std::string noPlaceError();
+
 /// A change of an asset's own file that the library can take back.
 struct AssetEdit {
     /// Writes what the edit makes of the file `source` to `target`; false with what is wrong, "" for a file that cannot
@@ -17,8 +20,9 @@ struct AssetEdit {
 
     /// The removal of metadata as the screens offer it.
     [[nodiscard]] static AssetEdit removal();
-    /// The removal of the place and nothing else, from a photo or a video.
-    [[nodiscard]] static AssetEdit placeRemoval();
+    /// The removal of the place and nothing else, from a photo or a video. Fails with noPlaceError() where
+    /// neither the file nor the library has one.
+    [[nodiscard]] static AssetEdit placeRemoval(const PHAsset& asset);
     /// The removal of all that could tell something, of a photo.
     [[nodiscard]] static AssetEdit completeRemoval();
 };
@@ -32,8 +36,6 @@ void editAsset(const PHAssetRef& asset, AssetEdit edit, EditCompletion completio
 /// The photo without its metadata, a raw without all that tells of a person; null or empty for a file that cannot be
 /// changed.
 [[nodiscard]] Data photoWithoutMetadata(const NSURL& photo);
-/// Writes the photo or video `source` without its place to `target`; false with what is wrong, as above.
-[[nodiscard]] bool writeWithoutPlace(const std::string& source, const std::string& target, std::string& error);
 /// Writes the video without any metadata, its place above all, to `target`; the completion comes on another thread.
 void exportVideoWithoutPlace(const PHAssetRef& video, const NSURL& target, EditCompletion completion);
 

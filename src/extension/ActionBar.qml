@@ -123,6 +123,9 @@ Rectangle {
         height: 75 * bar.scaled
         enabled: actions.enabled
         name: button.accessibleLabel
+        Accessible.description: button.accessibleHint
+        Accessible.checkable: true
+        Accessible.checked: button.selected
         onTouched: button.touched()
         OutletImage {
             anchors.centerIn: parent

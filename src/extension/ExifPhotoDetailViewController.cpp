@@ -114,6 +114,7 @@ void ExifPhotoDetailViewController::updateTexts() {
     setText(*removeLocationButton, *removeLocationButtonLabel, localized("Remove Location"));
     setText(*removeEXIFButton, *removeEXIFButtonLabel, localized("Remove EXIF"));
     setText(*editEXIFButton, *editEXIFButtonLabel, localized("Edit EXIF"));
+    describeExpandButton();
     leftBarButton->setAccessibility(&UIAccessibility::label, localized("Back"));
     openInEXIFAppView->setAccessibility(&UIAccessibility::label, localized("Open in EXIF App"));
 }
@@ -234,7 +235,7 @@ UIStatusBarStyle ExifPhotoDetailViewController::preferredStatusBarStyle() const 
 }
 
 ExifInformationRef ExifPhotoDetailViewController::currentRecord() const {
-    const std::size_t item = currentIndexPath.value_or(NSIndexPath()).item;
+    const std::size_t item = pageInSight();
     return item < dataSource->exifDataItemsArray.size() ? dataSource->exifDataItemsArray[item] : nullptr;
 }
 

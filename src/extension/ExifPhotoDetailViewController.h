@@ -154,7 +154,7 @@ public:
     void editButtonTapped();
     void finishedEditingExifTapped();
     void updateNavigationBarTitleForCurrentExifInformation();
-    /// The current page's record; null when its index is past the records.
+    /// The record of the page that the person sees, or is turning to; null when its index is past the records.
     [[nodiscard]] ExifInformationRef currentRecord() const;
     /// Loads the providers from that index on one after the other, as far as they are pictures, and shows the pages
     /// once the last one is there.
@@ -197,6 +197,7 @@ public:
     void deletePhotoAfterCreatingDuplicateSwitchChanged();
     void refreshDeleteOverWriteSettingsUI();
     void updateOverwriteSettingsBarUI();
+    void describeExpandButton();
     [[nodiscard]] double bottomBarConstraintValueForCurrentState() const;
     /// Of the points that it covers with its drawer closed; 0 without a bar.
     [[nodiscard]] double closedBottomBarHeight() const;
@@ -205,6 +206,9 @@ public:
     void hideBottomBarView();
     void updateBottomBarBasedOnSettingsAndPreviewType();
     void showMessage(const std::string& message, bool withSuccessStatus);
+    /// How something ended that was done to that record: its file is named when its page has been left.
+    [[nodiscard]] std::string messageAbout(const ExifInformationRef& record, const std::string& message) const;
+    void showMessageAbout(const ExifInformationRef& record, const std::string& message, bool withSuccessStatus);
     void hideMessageView();
 
 private:
@@ -212,11 +216,12 @@ private:
         return std::static_pointer_cast<ExifPhotoDetailViewController>(UIViewController::shared_from_this());
     }
     [[nodiscard]] std::weak_ptr<ExifPhotoDetailViewController> weakSelf() { return self(); }
+    /// The page that a turn is on its way to, else the nearest.
+    [[nodiscard]] std::size_t pageInSight() const;
     /// The page at the view's left edge.
     [[nodiscard]] std::size_t pageIndex() const;
     [[nodiscard]] bool isPages(const UIScrollView& view) const noexcept { return &view == collectionView.get(); }
     [[nodiscard]] bool isListOfNeighbour(const UIScrollView& view) const;
-    [[nodiscard]] ExifInformationRef shownRecord() const;
     void loadAttachments();
     void append(const ExifInformationRef& record) { dataSource->exifDataItemsArray.push_back(record); }
     void finishedLoading();
@@ -229,12 +234,13 @@ private:
     void updateBarButtonItems();
     void updateNavigationBarTitleUsingPHAsset(const ExifInformationRef& record);
     void fetchFullInfo(const ExifInformationRef& record);
-    /// The pages have come to rest.
+    /// The title, and all that belongs to one page only, follow the page in sight.
     void pageChanged();
     /// False when there is no such page, or no place for it yet.
     bool scrollToCurrentPage();
 
     std::weak_ptr<ExifInformation> awaitedTitle_;  ///< Whose name was asked for last, until it is known.
+    bool isMessageOfPage_ = false;                 ///< It would be taken for another page's there.
     double laidOutWidth_ = 0;                      ///< Of a page, when the screen was last laid out.
 };
 

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <numbers>
 
+#include "extension/DetailRecord.h"
 #include "extension/ExifPhotoDetailViewController.h"
 #include "platform/Foundation/NSBundle.h"
 #include "platform/UIKit/UITraitCollection.h"
@@ -36,10 +37,18 @@ void describeSwitch(UISwitch& control, UILabel& label, const std::string& text, 
 
 void ExifPhotoDetailViewController::expandRemoveEXIFBarButtonTapped() {
     isBottomBarSettingsExpanded = !isBottomBarSettingsExpanded;
+    describeExpandButton();
     updateOverwriteSettingsBarUI();
     UIView::animateWithDuration(kDrawerTurning, UIViewAnimationCurve::linear, [this] {
         expandButtonImageView->setRotation(isBottomBarSettingsExpanded ? 0 : std::numbers::pi);
     });
+}
+
+void ExifPhotoDetailViewController::describeExpandButton() {
+    expandButton->setSelected(isBottomBarSettingsExpanded);
+    expandButton->setAccessibility(&UIAccessibility::label, localized("Options"));
+    expandButton->setAccessibility(&UIAccessibility::hint,
+                                   localized(isBottomBarSettingsExpanded ? "Expanded" : "Collapsed"));
 }
 
 void ExifPhotoDetailViewController::overWriteImageSwitchValueChanged() {
@@ -118,11 +127,23 @@ void ExifPhotoDetailViewController::showMessage(const std::string& message, bool
     successOrErrorMessageLabel->setTextColor(UIColor::whiteColor());
     successOrErrorMessageLabel->setText(message);
     messageHolderView->setHidden(false);
+    isMessageOfPage_ = true;
     UIView::animateWithDuration(
         kSliding, [this] { messageViewBottomToBottomBarTopVerticalSpaceConstraint->setConstant(kBannerShown); });
     messageHideTimer = NSTimer::scheduledTimer(kBannerStays, false, [screen = weakSelf()] {
         if (const auto self = screen.lock()) self->hideMessageView();
     });
+}
+
+std::string ExifPhotoDetailViewController::messageAbout(const ExifInformationRef& record,
+                                                        const std::string& message) const {
+    return !record || record == currentRecord() ? message : fileName(*record) + ": " + message;
+}
+
+void ExifPhotoDetailViewController::showMessageAbout(const ExifInformationRef& record, const std::string& message,
+                                                     bool withSuccessStatus) {
+    showMessage(messageAbout(record, message), withSuccessStatus);
+    isMessageOfPage_ = !record || record == currentRecord();
 }
 
 void ExifPhotoDetailViewController::hideMessageView() {

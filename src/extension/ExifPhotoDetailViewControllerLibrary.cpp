@@ -65,22 +65,27 @@ std::string banner(std::string_view label, const std::string& detail = {}) {
     return formatted(localized(label), detail);
 }
 
+/// What is worked on, and who hears how that ended.
+struct Subject {
+    std::weak_ptr<ExifPhotoDetailViewController> screen;
+    std::weak_ptr<ExifInformation> record;  ///< Of the photo as it was.
+};
+
 /// Takes the overlay away and tells how it ended, on the main queue, if the screen is still there.
-void tell(const std::weak_ptr<ExifPhotoDetailViewController>& weak, std::string message, bool success) {
-    DispatchQueue::main().async([weak, message = std::move(message), success] {
-        const Screen screen = weak.lock();
+void tell(const Subject& subject, std::string message, bool success) {
+    DispatchQueue::main().async([subject, message = std::move(message), success] {
+        const Screen screen = subject.screen.lock();
         if (!screen) return;
         MBProgressHUD::hideAllHUDsForView(screen->view(), true);
-        screen->showMessage(message, success);
+        screen->showMessageAbout(subject.record.lock(), message, success);
     });
 }
 
 /// A removal that succeeded.
 struct Outcome {
-    std::weak_ptr<ExifPhotoDetailViewController> screen;
-    std::weak_ptr<ExifInformation> record;  ///< Of the photo as it was.
-    std::string shown;                      ///< Whose record comes into its place; "" where the photo is as it was.
-    std::string rest;                       ///< In what the rest is looked for; "" for nothing.
+    Subject subject;
+    std::string shown;  ///< Whose record comes into its place; "" where the photo is as it was.
+    std::string rest;   ///< In what the rest is looked for; "" for nothing.
     std::string message;
     bool success = true;
 };
@@ -106,10 +111,12 @@ void removeRest(const Screen& screen, const Outcome& outcome);
 
 void askForRest(const Screen& screen, const Outcome& outcome, const std::vector<std::string_view>& leftovers) {
     const auto alert = std::make_shared<UIAlertController>(
-        localized("Remove EXIF"), formatted(localized("This is still inside: %@"), namesOfLeftovers(leftovers)),
+        localized("Remove EXIF"),
+        screen->messageAbout(outcome.subject.record.lock(),
+                             formatted(localized("This is still inside: %@"), namesOfLeftovers(leftovers))),
         UIAlertControllerStyle::alert);
     alert->addAction({localized("Remove this too"), UIAlertActionStyle::normal, [outcome] {
-                          if (const Screen self = outcome.screen.lock()) removeRest(self, outcome);
+                          if (const Screen self = outcome.subject.screen.lock()) removeRest(self, outcome);
                       }});
     alert->addAction({localized("Cancel"), UIAlertActionStyle::cancel, nullptr});
     screen->presentViewController(alert, true);
@@ -129,12 +136,13 @@ void tell(Outcome outcome) {
         ExifInformationRef fresh = shown ? ExifManager::exifInformationFromPHAssett(shown) : nullptr;
         const auto leftovers = leftoversOf(assetOf(outcome.rest));
         DispatchQueue::main().async([outcome = std::move(outcome), fresh = std::move(fresh), leftovers]() mutable {
-            const Screen screen = outcome.screen.lock();
+            const Screen screen = outcome.subject.screen.lock();
             if (!screen) return;
             MBProgressHUD::hideAllHUDsForView(screen->view(), true);
-            if (fresh) replaceRecord(screen, outcome.record.lock(), fresh);
-            if (fresh) outcome.record = fresh;
-            screen->showMessage(outcome.message, outcome.success);
+            ExifInformationRef record = outcome.subject.record.lock();
+            if (fresh) replaceRecord(screen, record, fresh);
+            if (fresh) outcome.subject.record = record = fresh;
+            screen->showMessageAbout(record, outcome.message, outcome.success);
             if (!leftovers.empty()) askForRest(screen, outcome, leftovers);
         });
     });
@@ -153,9 +161,10 @@ struct ExportFolder {
     }
 };
 
-/// "" for a file that cannot be stripped.
-void tellFailure(const std::weak_ptr<ExifPhotoDetailViewController>& screen, const std::string& why) {
-    tell(screen, banner(localizable("Error : %@"), why.empty() ? localized("This file cannot be changed") : why),
+/// "" for a file that cannot be stripped; what has nothing to be removed is no error.
+void tellFailure(const Subject& subject, const std::string& why) {
+    if (why == noPlaceError()) return tell(subject, why, false);
+    tell(subject, banner(localizable("Error : %@"), why.empty() ? localized("This file cannot be changed") : why),
          false);
 }
 
@@ -164,8 +173,8 @@ void removeRest(const Screen& screen, const Outcome& outcome) {
     if (!asset) return;
     static_cast<void>(MBProgressHUD::showHUDAddedTo(screen->view(), true));
     editAsset(asset, AssetEdit::completeRemoval(), [outcome](bool success, const std::string& error) {
-        if (!success) return tellFailure(outcome.screen, error);
-        tell({outcome.screen, outcome.record, outcome.shown, {}, banner(kPhotoBanners.overwritten)});
+        if (!success) return tellFailure(outcome.subject, error);
+        tell({outcome.subject, outcome.shown, {}, banner(kPhotoBanners.overwritten)});
     });
 }
 
@@ -174,8 +183,7 @@ void removeRest(const Screen& screen, const Outcome& outcome) {
 class StrippedCopy : public std::enable_shared_from_this<StrippedCopy> {
 public:
     StrippedCopy(const Screen& screen, const ExifInformationRef& record, const Removal& removal)
-        : screen_(screen),
-          record_(record),
+        : subject_{screen, record},
           asset_(record->phAsset),
           removal_(removal),
           deletesOriginal_(screen->deleteOriginalPhotoAfterRemovingExifSwitch->isOn()) {}
@@ -186,7 +194,7 @@ public:
         requestContentEditingInputWithOptions(
             asset_, options, [self = shared_from_this()](const PHContentEditingInputRef& input) {
                 const NSURL& file = input->fullSizeImageURL;
-                if (file.empty()) return tellFailure(self->screen_, input->error);
+                if (file.empty()) return tellFailure(self->subject_, input->error);
                 self->name_ = file.lastPathComponent();
                 if (self->removal_.isOfPlace) return self->copyWithoutPlace(file);
                 self->asset_->mediaType == PHAssetMediaTypeVideo ? self->copyVideo() : self->copyPhoto(file);
@@ -196,14 +204,14 @@ public:
 private:
     void copyPhoto(const NSURL& file) {
         stripped_ = photoWithoutMetadata(file);
-        stripped_ && !stripped_->empty() ? changeLibrary() : tellFailure(screen_, {});
+        stripped_ && !stripped_->empty() ? changeLibrary() : tellFailure(subject_, {});
     }
 
     /// @return whether there is a place to write to.
     bool makeFolder() {
         folder_.emplace();
         if (!folder_->isThere) {
-            tellFailure(screen_, std::strerror(errno));
+            tellFailure(subject_, std::strerror(errno));
             return false;
         }
         exported_ = NSURL::fileURLWithPath(folder_->path + "/" + name_);
@@ -213,7 +221,10 @@ private:
     void copyWithoutPlace(const NSURL& file) {
         if (!makeFolder()) return;
         std::string error;
-        if (!writeWithoutPlace(file.path(), exported_.path(), error)) return tellFailure(screen_, error);
+        if (!AssetEdit::placeRemoval(*asset_).rewrite(file.path(), exported_.path(), error)) {
+            folder_.reset();
+            return tellFailure(subject_, error);
+        }
         if (asset_->mediaType != PHAssetMediaTypeVideo) stripped_ = NSFileManager::contentsAtPath(exported_.path());
         changeLibrary();
     }
@@ -221,7 +232,7 @@ private:
     void copyVideo() {
         if (!makeFolder()) return;
         exportVideoWithoutPlace(asset_, exported_, [self = shared_from_this()](bool success, const std::string& error) {
-            success ? self->changeLibrary() : tellFailure(self->screen_, error);
+            success ? self->changeLibrary() : tellFailure(self->subject_, error);
         });
     }
 
@@ -239,7 +250,7 @@ private:
             [self = shared_from_this()] { self->change(); },
             [self = shared_from_this()](bool success, const std::string& error) {
                 self->folder_.reset();
-                if (!success) return tellFailure(self->screen_, error);
+                if (!success) return tellFailure(self->subject_, error);
                 if (self->deletesOriginal_) return self->deleteOriginal();
                 self->addToAlbumAndTell(banner(self->removal_.banners.copied), true);
             });
@@ -264,18 +275,17 @@ private:
 
     void addToAlbumAndTell(const std::string& message, bool success) const {
         const PHAssetRef copy = assetOf(created_);
-        if (!copy) return tell(screen_, message, success);
+        if (!copy) return tell(subject_, message, success);
         LocalImageFiles::createPhotosAlbum(
             PersistanceManager::sharedInstance().albumNameAfterRemovingEXIF(), {&copy, 1},
             [self = shared_from_this(), message, success](bool isAdded, const std::string& error) {
                 if (!isAdded) log("album: %@", error);
-                tell({self->screen_, self->record_, self->replacesOriginal_ ? self->created_ : std::string(),
+                tell({self->subject_, self->replacesOriginal_ ? self->created_ : std::string(),
                       self->removal_.asksForRest ? self->created_ : std::string(), message, success});
             });
     }
 
-    std::weak_ptr<ExifPhotoDetailViewController> screen_;
-    std::weak_ptr<ExifInformation> record_;
+    Subject subject_;
     PHAssetRef asset_;
     const Removal& removal_;
     bool deletesOriginal_;
@@ -291,26 +301,34 @@ void remove(const Screen& screen, const ExifInformationRef& record, const Remova
     static_cast<void>(MBProgressHUD::showHUDAddedTo(screen->view(), true));
     if (!screen->overwriteSwitch->isOn()) return std::make_shared<StrippedCopy>(screen, record, removal)->begin();
     const std::string identifier = record->phAsset->localIdentifier;
-    Outcome outcome{screen, record, identifier, removal.asksForRest ? identifier : std::string(),
+    Outcome outcome{{screen, record},
+                    identifier,
+                    removal.asksForRest ? identifier : std::string(),
                     banner(removal.banners.overwritten)};
-    editAsset(record->phAsset, removal.isOfPlace ? AssetEdit::placeRemoval() : AssetEdit::removal(),
+    editAsset(record->phAsset, removal.isOfPlace ? AssetEdit::placeRemoval(*record->phAsset) : AssetEdit::removal(),
               [outcome = std::move(outcome)](bool success, const std::string& error) {
-                  success ? tell(outcome) : tellFailure(outcome.screen, error);
+                  success ? tell(outcome) : tellFailure(outcome.subject, error);
               });
 }
 
-/// Takes a deleted photo off the screen.
+/// Takes a deleted photo off the screen; one that is shown meanwhile stays there.
 void forget(const Screen& screen, const ExifInformationRef& record) {
     auto& records = screen->dataSource->exifDataItemsArray;
+    const ExifInformationRef shown = screen->currentRecord();
     std::erase(records, record);
     if (records.empty()) {
         if (const auto navigation = screen->navigationController()) navigation->popViewController(false);
         return;
     }
+    const auto other = std::ranges::find(records, shown);
+    const auto index = static_cast<std::size_t>(other - records.begin());
     if (screen->currentIndexPath)
-        screen->currentIndexPath->item = std::min(screen->currentIndexPath->item, records.size() - 1);
+        screen->currentIndexPath->item =
+            other != records.end() ? index : std::min(screen->currentIndexPath->item, records.size() - 1);
     screen->reloadContent();
-    screen->showMessage(localized("Successfully deleted image"), true);
+    if (other == records.end()) return screen->showMessage(localized("Successfully deleted image"), true);
+    screen->collectionView->scrollToItemAtIndexPath({index, 0}, false);
+    screen->showMessageAbout(record, localized("Successfully deleted image"), true);
 }
 
 void deletePhoto(const Screen& screen, const ExifInformationRef& record) {
@@ -320,7 +338,8 @@ void deletePhoto(const Screen& screen, const ExifInformationRef& record) {
             PHAssetChangeRequest::deleteAssets({&asset, 1});
         },
         [weak = std::weak_ptr(screen), record](bool success, const std::string& error) {
-            if (!success) return tell(weak, banner(localizable("Deleting image failed. Details - %@"), error), false);
+            if (!success)
+                return tell({weak, record}, banner(localizable("Deleting image failed. Details - %@"), error), false);
             DispatchQueue::main().async([weak, record] {
                 const Screen self = weak.lock();
                 if (!self) return;

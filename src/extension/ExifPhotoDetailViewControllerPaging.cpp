@@ -58,9 +58,12 @@ std::size_t ExifPhotoDetailViewController::pageIndex() const {
     return width > 0 && offset > 0 ? static_cast<std::size_t>(offset / width + kRounding) : 0;
 }
 
-ExifInformationRef ExifPhotoDetailViewController::shownRecord() const {
-    const auto& records = dataSource->exifDataItemsArray;
-    return pageIndex() < records.size() ? records[pageIndex()] : nullptr;
+std::size_t ExifPhotoDetailViewController::pageInSight() const {
+    const double width = collectionView->boundsSize().width;
+    // Until the page has been brought into sight, and while the screen is away, the offset says nothing.
+    if (width <= 0 || width != laidOutWidth_ || !collectionView->dataSource())
+        return currentIndexPath.value_or(NSIndexPath()).item;
+    return static_cast<std::size_t>(std::max(0.0, std::round(collectionView->destination().x / width)));
 }
 
 bool ExifPhotoDetailViewController::scrollToCurrentPage() {
@@ -72,7 +75,8 @@ bool ExifPhotoDetailViewController::scrollToCurrentPage() {
 }
 
 void ExifPhotoDetailViewController::pageChanged() {
-    currentIndexPath = {pageIndex(), 0};
+    const NSIndexPath page{pageInSight(), 0};
+    if (std::exchange(currentIndexPath, page).value_or(NSIndexPath()) != page && isMessageOfPage_) hideMessageView();
     updateNavigationBarTitleForCurrentExifInformation();
 }
 
@@ -107,6 +111,7 @@ void ExifPhotoDetailViewController::viewWillTransitionToSize(CGSize,
 }
 
 void ExifPhotoDetailViewController::scrollViewDidScroll(UIScrollView& view) {
+    if (isPages(view) && pageInSight() != currentIndexPath.value_or(NSIndexPath()).item) pageChanged();
     if (dataSource->hasMoreExifObjects && isAtEnd(view)) dataSource->loadMoreResultsWithCompletionBlock(nullptr);
 }
 

@@ -32,7 +32,7 @@ std::size_t indexOf(const ExifInformationRef& record, const std::vector<ExifInfo
 }  // namespace
 
 void ExifPhotoDetailViewController::updateNavigationBarTitleForCurrentExifInformation() {
-    const ExifInformationRef record = shownRecord();
+    const ExifInformationRef record = currentRecord();
     if (!record) return;
     if (record->phAsset) return updateNavigationBarTitleUsingPHAsset(record);
     record->setFileNameCached(record->correctedImageFilePathURL().lastPathComponent());
@@ -50,7 +50,7 @@ void ExifPhotoDetailViewController::updateNavigationBarTitleUsingPHAsset(const E
         if (!controller) return;
         if (controller->awaitedTitle_.lock() == record) controller->awaitedTitle_.reset();
         // The person may have gone on to another page meanwhile.
-        if (controller->shownRecord() == record) controller->navigationItem().setTitle(name);
+        if (controller->currentRecord() == record) controller->navigationItem().setTitle(name);
     };
     imageFetchCompletionHandler = [show, asset = record->phAsset](const Data&, const std::string&, UIImageOrientation,
                                                                   const Dictionary& info) {

@@ -289,7 +289,7 @@ TEST_F(LocalFiles, AreEditedRevertibly) {
     };
     const Case cases[] = {
         {"place.jpg", AssetEdit::removal(), ".tessaly.removeExif", "removedEXIF", false},
-        {"liked-place.jpg", AssetEdit::placeRemoval(), ".tessaly.removeLocation", "", true},
+        {"liked-place.jpg", AssetEdit::placeRemoval({}), ".tessaly.removeLocation", "", true},
         {"plain.jpg", AssetEdit::completeRemoval(), ".tessaly.removeExif", "removedEXIF", false},
     };
     for (const auto& [name, edit, mark, data, keepsDate] : cases) {
@@ -316,7 +316,7 @@ TEST_F(LocalFiles, AreEditedRevertibly) {
     EXPECT_EQ(edited(clip, AssetEdit::removal()), "");
     EXPECT_TRUE(assetNamed("clip.mov")->hasAdjustments);
 
-    AssetEdit failing = AssetEdit::placeRemoval();
+    AssetEdit failing = AssetEdit::placeRemoval({});
     failing.rewrite = [](const auto&, const auto&, std::string& why) { return why = "no room", false; };
     const auto lost = assetNamed("liked-plain.jpg");
     EXPECT_EQ(edited(lost, failing), "failed: no room");
@@ -326,7 +326,7 @@ TEST_F(LocalFiles, AreEditedRevertibly) {
     EXPECT_FALSE(lost->canBeDeleted()) << "there is nothing to delete";
     EXPECT_NE(edited(lost, AssetEdit::removal()), "");
     std::string error;
-    EXPECT_FALSE(writeWithoutPlace(path.string(), (folder_.path() / "target.jpg").string(), error));
+    EXPECT_FALSE(AssetEdit::placeRemoval({}).rewrite(path.string(), (folder_.path() / "target.jpg").string(), error));
     lost->localIdentifier = "nobody";
     EXPECT_FALSE(lost->canBeDeleted());
 }

@@ -156,6 +156,21 @@ TEST_F(DetailScreenTest, ShowsOnePageAtATimeUnderItsName) {
         screen->collectionView->userEndedDecelerating();
         EXPECT_EQ(screen->currentIndexPath, (NSIndexPath{i, 0}));
     }
+    screen->showMessage("done", true);
+    screen->collectionView->setAnimatedScroller([](CGPoint) {});
+    screen->collectionView->scrollToItemAtIndexPath({0, 0}, true);
+    EXPECT_EQ(screen->currentRecord(), records()[0]) << "the page that is on its way, from its first moment";
+    screen->collectionView->userScrolled({3 * 390.4 - 1, 0});
+    EXPECT_EQ(title(), "a.jpg");
+    const UILabel& banner = *screen->successOrErrorMessageLabel;
+    EXPECT_EQ(banner.text(), "") << "what was said of the page before";
+    screen->showMessageAbout(records()[3], "done", true);
+    EXPECT_EQ(banner.text(), "e.jpg: done");
+    screen->collectionView->userBeganDragging();
+    EXPECT_EQ(screen->currentRecord(), records()[3]) << "a finger holds it: the nearest";
+    swipeTo(3);
+    EXPECT_EQ(banner.text(), "e.jpg: done");
+    screen->collectionView->setAnimatedScroller(nullptr);
     screen->dataSource->exifDataItemsArray.pop_back();
     screen->reloadContent();
     ASSERT_TRUE(pumpUntil([&] { return title() == "d.jpg"; })) << "the page behind the last one has gone";

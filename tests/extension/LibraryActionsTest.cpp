@@ -205,6 +205,17 @@ TEST_F(LibraryActions, RemoveLocationTakesThePlaceAlone) {
         EXPECT_EQ(change([&] { request(asset(name)).revertAssetContentToOriginal(); }), "");
         EXPECT_EQ(contentOf(path(name)), bytes) << "brought back";
     }
+    const auto before = contents();
+    for (const auto& [name, overwrites] :
+         {std::pair{"a 2.jpg", false}, {"a 2.jpg", true}, {"m 2.mov", false}, {"m 2.mov", true}}) {
+        show({recordOfAsset(name)});
+        screen->overwriteSwitch->setOn(overwrites);
+        screen->removeLocationButton->sendAction();
+        finish();
+        EXPECT_EQ(banner(), "No Location data") << name;
+        EXPECT_EQ(contents(), before) << name;
+        EXPECT_FALSE(library_->original(asset(name).localIdentifier)) << name;
+    }
     EXPECT_THAT(entries(temporary()), IsEmpty());
 }
 

@@ -46,6 +46,9 @@ protected:
         const Items bars = itemsOf(root(), "ActionBar");
         return bars.empty() ? nullptr : bars.front();
     }
+    [[nodiscard]] static QString told(QQuickItem* item, QAccessible::Text text) {
+        return QAccessible::queryAccessibleInterface(item)->text(text);
+    }
     [[nodiscard]] double above() const { return window().height() - sceneRect(*bar()).top(); }
     [[nodiscard]] QQuickItem* toggle(const QString& name) const {
         for (QQuickItem* const item : itemsOf(*bar(), "OutletSwitch"))
@@ -80,8 +83,11 @@ TEST_F(ActionBar, DrawerHasTheSwitchesOfTheSettings) {
     EXPECT_EQ(above(), 75) << "the four actions alone";
     EXPECT_EQ(list()->contentInset(), (UIEdgeInsets{0, 0, 75, 0})) << "no row stays behind them";
     EXPECT_FALSE(overwrite->isEnabled()) << "out of sight, out of the keyboard's reach";
+    EXPECT_EQ(told(arrow, QAccessible::Name), "Options");
+    EXPECT_EQ(told(arrow, QAccessible::Description), "Collapsed");
     open(arrow);
     EXPECT_EQ(above(), 190);
+    EXPECT_EQ(told(arrow, QAccessible::Description), "Expanded");
     tap(deletes);
     EXPECT_TRUE(settings().deleteOriginalPhotoAfterCreatingImageWithoutExif());
     deletes->forceActiveFocus();
@@ -127,6 +133,7 @@ TEST_F(ActionBar, EveryActionDoesWhatItSays) {
         tap(buttonNamed(root(), "Delete Photo"));
         ASSERT_TRUE(waitFor([&] { return buttonNamed(layer(), answer) != nullptr; })) << answer;
         EXPECT_TRUE(std::filesystem::exists(path())) << "asks before";
+        EXPECT_EQ(told(itemsOf(layer(), "AlertSheet").at(0), QAccessible::Description), "lake.jpg");
         tap(buttonNamed(layer(), answer));
         EXPECT_TRUE(waitUntilAlone());
     }

@@ -9,10 +9,14 @@ void UIScrollView::moveTo(CGPoint offset) {
 }
 
 void UIScrollView::setContentOffset(CGPoint offset, bool animated) {
-    if (animated && animatedScroller_ && offset != contentOffset_) {
+    // It may be passing the place that it is sent to.
+    if (animated && animatedScroller_ && offset != destination()) {
+        destination_ = offset;
         animatedScroller_(offset);
         return;
     }
+    if (animated && destination_) return;
+    destination_.reset();
     moveTo(offset);
     if (animated) scrollingAnimationEnded();
 }
@@ -20,6 +24,7 @@ void UIScrollView::setContentOffset(CGPoint offset, bool animated) {
 void UIScrollView::userScrolled(CGPoint offset) { moveTo(offset); }
 
 void UIScrollView::userBeganDragging() {
+    destination_.reset();
     dragging_ = true;
     decelerating_ = false;
     if (const auto delegate = scrollDelegate()) delegate->scrollViewWillBeginDragging(*this);
@@ -34,11 +39,13 @@ void UIScrollView::userEndedDragging(CGPoint velocity, CGPoint target, bool will
 }
 
 void UIScrollView::userEndedDecelerating() {
+    destination_.reset();
     decelerating_ = false;
     if (const auto delegate = scrollDelegate()) delegate->scrollViewDidEndDecelerating(*this);
 }
 
 void UIScrollView::scrollingAnimationEnded() {
+    destination_.reset();
     if (const auto delegate = scrollDelegate()) delegate->scrollViewDidEndScrollingAnimation(*this);
 }
 

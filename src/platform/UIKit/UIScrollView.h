@@ -1,6 +1,7 @@
 #pragma once
 #include <functional>
 #include <memory>
+#include <optional>
 
 #include "platform/UIKit/UIView.h"
 
@@ -37,6 +38,8 @@ public:
     [[nodiscard]] CGPoint contentOffset() const noexcept { return contentOffset_; }
     /// Animated only where a screen shows it; the delegate hears of every step, and of the end of an animation.
     void setContentOffset(CGPoint offset, bool animated = false);
+    /// Where it stands, or an animation is taking it.
+    [[nodiscard]] CGPoint destination() const noexcept { return destination_.value_or(contentOffset_); }
     [[nodiscard]] CGSize contentSize() const noexcept { return contentSize_; }
     void setContentSize(CGSize size) { assign(contentSize_, size); }
     [[nodiscard]] const UIEdgeInsets& contentInset() const noexcept { return contentInset_; }
@@ -67,6 +70,7 @@ private:
     std::weak_ptr<UIScrollViewDelegate> delegate_;
     std::function<void(CGPoint)> animatedScroller_;
     CGPoint contentOffset_;
+    std::optional<CGPoint> destination_;  ///< Of the animation that is under way.
     CGSize contentSize_;
     UIEdgeInsets contentInset_;
     bool pagingEnabled_ = false;

@@ -29,6 +29,7 @@ SheetScope {
     Keys.onBacktabPressed: step(false)
     Accessible.role: Accessible.Dialog
     Accessible.name: alert.title.length > 0 ? alert.title : Theme.localized("Share")
+    Accessible.description: alert.message
 
     Rectangle {
         anchors.fill: parent
