@@ -23,6 +23,7 @@ constexpr const char* kStandardInput = "-";
 constexpr std::string_view kNothingKnown = "is not a photo or video of a known format";
 constexpr std::string_view kMissing = localizable("%@ cannot be found.");
 constexpr std::string_view kForeign = localizable("%@ is not a photo or video that can be shown here.");
+constexpr std::string_view kEmpty = localizable("%@ is empty.");
 constexpr std::string_view kNoPhotosInside = localizable("There are no photos or videos in %@.");
 /// Beyond one a core, for files that have to be waited for.
 constexpr std::size_t kThreadsPerCore = 2;
@@ -71,7 +72,8 @@ void lookIntoFile(Candidate& candidate) {
         std::error_code ignored;
         const bool isThere = fs::exists(candidate.file.path, ignored);
         candidate.fault = faultOf(candidate.file);
-        candidate.label = isThere ? kForeign : kMissing;
+        const bool isEmpty = candidate.fault == describe(CGImageSourceFault::empty);
+        candidate.label = !isThere ? kMissing : isEmpty ? kEmpty : kForeign;
     } else {
         candidate.provider = std::move(provider);
     }

@@ -7,7 +7,7 @@
 namespace tessaly {
 namespace {
 
-constexpr double kLabelSize = 14;  // Points, as the rows above and below.
+constexpr double kLabelSize = 14;  // Points at the plain text size, as the rows above and below.
 constexpr double kSideMargins = 2;
 constexpr double kColumnMargin = 5;
 
@@ -19,7 +19,6 @@ void fill(UIButton& star, bool filled) {
 }  // namespace
 
 void StarRatingCollectionViewCell::awakeFromNib() {
-    exifKeyLabel->setFont({"", kLabelSize});
     exifKeyLabel->setTextColor(Apperance::secondaryTextColor());
     updateFonts();
     updateRatingWithValue(0);
@@ -32,7 +31,8 @@ void StarRatingCollectionViewCell::awakeFromNib() {
 }
 
 void StarRatingCollectionViewCell::updateFonts() {
-    exifKeyLabel->setFont({std::string(Apperance::fontNameWithCurrentSettings()), exifKeyLabel->font().pointSize});
+    exifKeyLabel->setFont(Apperance::scaledFontForBodyMetricsWithFont(
+        {std::string(Apperance::fontNameWithCurrentSettings()), kLabelSize}));
 }
 
 void StarRatingCollectionViewCell::updateRatingWithValue(std::int64_t rating) {

@@ -196,8 +196,10 @@ void ExifPhotoAndLocationValueCollectionViewCell::pictureArrived(const UIImageRe
         if (isOfLibrary) record->setCachedThumbNailImage(nullptr);
         return;
     }
-    // A library has small pictures of its own; that of a file is made of the same bytes, and no better.
-    if (isOfLibrary && photoImageView->image()) return;
+    // A library has small pictures of its own; that of a file is made of the same bytes, and no better. So may the
+    // library's be, and then its pixels are missing as well.
+    const UIImageRef& small = photoImageView->image();
+    if (isOfLibrary && small && small->cgImage()) return;
     photoImageView->setImage(nullptr);
     showState(state);
     if (record && !isOfLibrary && isGone(*record)) stateLabel->setText(localized("This photo is no longer there."));

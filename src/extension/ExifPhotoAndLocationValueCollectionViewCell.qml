@@ -35,7 +35,10 @@ Interface {
             running: header.outlets.indicator("loadingIndicator").animating
         }
         Column {
-            anchors { centerIn: parent; verticalCenterOffset: -16 }
+            id: fault
+            // Above the details, of whose veil a large button leaves less.
+            readonly property real rise: play.outlet.hidden ? 16 : 28
+            anchors { centerIn: parent; verticalCenterOffset: -rise }
             width: parent.width - 60
             spacing: 8
             visible: !header.state.hidden
@@ -43,8 +46,15 @@ Interface {
                 anchors.horizontalCenter: parent.horizontalCenter
                 width: 44
                 height: 44
+                visible: play.outlet.hidden
                 outlet: header.state
                 iconColor: Theme.secondaryText
+            }
+            Item {
+                // A movie's button stands in the icon's place: what has no picture may still play.
+                width: 1
+                height: playButton.height
+                visible: !play.outlet.hidden
             }
             OutletLabel {
                 width: parent.width
@@ -78,7 +88,7 @@ Interface {
             id: playButton
             // Touches are the picture's, all of it.
             function press(): void { header.photo.tapped(Qt.point(0, 0)); }
-            anchors.centerIn: parent
+            anchors { centerIn: parent; verticalCenterOffset: fault.visible ? (height - fault.height) / 2 - fault.rise : 0 }
             width: 64
             height: 64
             visible: !play.outlet.hidden

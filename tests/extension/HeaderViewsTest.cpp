@@ -341,6 +341,7 @@ TEST_F(HeaderPicture, OfWhatCannotBeDecodedSaysSo) {
     const std::string path = folder.write("broken.jpg", detailPhoto());
     const auto asset = std::make_shared<ExifInformation>();
     asset->phAsset = library->add("A/L0/001", PHAssetMediaTypeImage, path);
+    asset->setCachedThumbNailImage(UIImage::imageMadeOnDemand({64, 48}, [] { return CGImageRef(); }));
     for (const auto& broken : {recordOfFile(path), asset}) {
         show(broken);
         ASSERT_TRUE(pumpUntil([&] { return isBroken(); }));

@@ -58,9 +58,9 @@ Rectangle {
     Row {
         id: right
         anchors { right: parent.right; rightMargin: 4; top: parent.top; bottom: parent.bottom }
-        layoutDirection: Qt.RightToLeft
         Repeater {
-            model: bar.navigation.rightButtons
+            // The keyboard walks in the order of the items: that of the eye.
+            model: Array.from(bar.navigation.rightButtons).reverse()
             BarButton {
                 required property var modelData
                 outlet: modelData as BarButtonOutlet
