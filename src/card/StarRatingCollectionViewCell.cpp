@@ -19,6 +19,7 @@ void fill(UIButton& star, bool filled) {
 }  // namespace
 
 void StarRatingCollectionViewCell::awakeFromNib() {
+    exifKeyLabel->setFont(Apperance::scaledFontForBodyMetricsWithFont({"", kLabelSize}));
     exifKeyLabel->setTextColor(Apperance::secondaryTextColor());
     updateFonts();
     updateRatingWithValue(0);
@@ -31,8 +32,7 @@ void StarRatingCollectionViewCell::awakeFromNib() {
 }
 
 void StarRatingCollectionViewCell::updateFonts() {
-    exifKeyLabel->setFont(Apperance::scaledFontForBodyMetricsWithFont(
-        {std::string(Apperance::fontNameWithCurrentSettings()), kLabelSize}));
+    exifKeyLabel->setFont({std::string(Apperance::fontNameWithCurrentSettings()), exifKeyLabel->font().pointSize});
 }
 
 void StarRatingCollectionViewCell::updateRatingWithValue(std::int64_t rating) {

@@ -66,7 +66,7 @@ ByteString raw() {
         .build();
 }
 
-ByteString pngWithText() { return png({pngChunk("tEXt", "Author\0SECRET author"_z)}); }
+ByteString pngWithText() { return png({pngChunk("tEXt", "Disclaimer\0SECRET author"_z)}); }
 
 class Sharing : public ActionsTest {
 protected:
