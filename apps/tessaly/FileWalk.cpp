@@ -93,26 +93,33 @@ bool isFolder(const std::string& path) {
     return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-std::vector<std::string> namedFiles(const std::vector<std::string>& arguments, bool opensFolders, bool& failed) {
-    std::vector<std::string> files;
+std::vector<NamedFile> namedFilesBelow(const std::vector<std::string>& arguments, bool opensFolders, bool& failed) {
+    std::vector<NamedFile> files;
     const auto complainAbout = [&failed](const std::string& path, const std::string& why) {
         complain(path, why);
         failed = true;
     };
     for (const std::string& path : arguments) {
         if (!opensFolders || !isFolder(path)) {
-            files.push_back(path);
+            files.push_back({path, path.substr(path.rfind('/') + 1), false});
             continue;
         }
+        const std::size_t skipped = path.size() + (path.ends_with('/') ? 0 : 1);
         walkTree(
             path,
-            [&files](const std::string& file) {
-                files.push_back(file);
+            [&](const std::string& file) {
+                files.push_back({file, file.substr(skipped), true});
                 return true;
             },
             complainAbout);
     }
     return files;
+}
+
+std::vector<std::string> namedFiles(const std::vector<std::string>& arguments, bool opensFolders, bool& failed) {
+    std::vector<std::string> paths;
+    for (NamedFile& file : namedFilesBelow(arguments, opensFolders, failed)) paths.push_back(std::move(file.path));
+    return paths;
 }
 
 }  // namespace tessaly::cli

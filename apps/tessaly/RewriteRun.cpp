@@ -1,5 +1,6 @@
 #include "RewriteRun.h"
 
+#include <cctype>
 #include <cstring>
 #include <filesystem>
 
@@ -32,22 +33,40 @@ std::string describe(const RewriteFailure& failure) {
     return {};
 }
 
+namespace {
+
+/// Whether the names say one format: endings that differ in case only, or are spellings of one.
+bool haveOneFormat(const std::string& one, const std::string& other) {
+    const auto endingOf = [](const std::string& path) {
+        std::string ending = std::filesystem::path(path).extension().string();
+        for (char& letter : ending) letter = static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
+        if (ending == ".jpeg" || ending == ".jpe") return std::string(".jpg");
+        if (ending == ".tiff") return std::string(".tif");
+        if (ending == ".heif" || ending == ".hif") return std::string(".heic");
+        return ending;
+    };
+    return endingOf(one).empty() || endingOf(one) == endingOf(other);
+}
+
+}  // namespace
+
 void RewriteRun::addOptions(CLI::App& command) {
     command.add_option("FILE", files, "Photos and videos; '-- NAME' for a name that begins with '-'")
         ->required()
         ->type_name("");
-    CLI::Option* out = command.add_option("-o,--output", folder, "Write into this folder, under the same names");
-    out->type_name("DIR");
+    CLI::Option* out = command.add_option("-o,--output", output,
+                                          "Write into this folder, under the same names; of one file, the copy");
+    out->type_name("OUT");
     command.add_flag("--in-place", inPlace, "Replace the files themselves, each in one step")->excludes(out);
     command.add_flag("--force", force, "Replace files that exist already");
     command.add_flag("--keep-dates", keepsDates, "Give the new file the time stamps of the old one");
     command.add_flag("-r,--recursive", recursive, "Do what is in folders");
 }
 
-std::string RewriteRun::targetOf(const std::string& path) const {
-    if (inPlace) return path;
-    const std::filesystem::path name(path);
-    if (!folder.empty()) return (std::filesystem::path(folder) / name.filename()).string();
+std::string RewriteRun::targetOf(const NamedFile& file) const {
+    if (inPlace) return file.path;
+    if (!output.empty()) return meansFolder(output) ? pathBelow(output, file) : output;
+    const std::filesystem::path name(file.path);
     std::filesystem::path beside(name);
     beside.replace_filename(name.stem().string() + suffix + name.extension().string());
     return beside.string();
@@ -63,36 +82,54 @@ bool RewriteRun::isClean(const std::string& path, const MetadataChange& change) 
     return left->empty();
 }
 
+std::optional<std::vector<OutputFile>> RewriteRun::plan(bool& failed) const {
+    std::vector<OutputFile> planned;
+    for (NamedFile& file : namedFilesBelow(files, recursive, failed)) {
+        std::string target = targetOf(file);
+        planned.push_back({std::move(file), std::move(target)});
+    }
+    dropRepeated(planned);
+    const bool toFolder = !output.empty() && meansFolder(output);
+    if (!output.empty() && !toFolder) {
+        if (planned.size() > 1) throw CLI::ValidationError("--output: several files need a folder: '" + output + "/'");
+        if (!planned.empty() && !haveOneFormat(planned.front().input.path, output))
+            throw CLI::ValidationError("--output: a copy has its file's format, and ending: '" + output +
+                                       "' does not; a folder of that name is '" + output + "/'");
+    }
+    if (complainOfCollisions(planned, toFolder ? output : "", inPlace)) return std::nullopt;
+    return planned;
+}
+
+bool RewriteRun::rewrite(const OutputFile& file, const MetadataChange& change) const {
+    if (const std::string why = makeFolderOf(file.path); !why.empty()) {
+        complain(file.path, why);
+        return false;
+    }
+    const RewriteFailure failure = rewriteMetadata(file.input.path, file.path, change, {inPlace || force, keepsDates});
+    if (failure)
+        complain(failure.kind == RewriteFailure::Kind::exists ? file.path : file.input.path, describe(failure));
+    return !failure && (!check || isClean(file.path, change));
+}
+
 int RewriteRun::run(const ChangeFor& changeFor, const char* done) const {
     bool failed = false;
-    const std::vector<std::string> named = namedFiles(files, recursive, failed);
-    if (!folder.empty()) {
-        std::error_code error;
-        std::filesystem::create_directories(folder, error);
-        if (error) {
-            complain(folder, error.message());
-            return kFailure;
-        }
-    }
+    const auto planned = plan(failed);
+    if (!planned) return kUsage;
     std::size_t succeeded = 0;
-    Progress progress(named.size());
-    for (const std::string& path : named) {
+    Progress progress(planned->size());
+    for (const OutputFile& file : *planned) {
         progress.advance();
-        const auto change = changeFor(path);
-        const std::string target = targetOf(path);
-        const RewriteFailure failure =
-            change ? rewriteMetadata(path, target, *change, {inPlace || force, keepsDates}) : RewriteFailure{};
-        if (failure) complain(failure.kind == RewriteFailure::Kind::exists ? target : path, describe(failure));
-        if (!change || failure || (check && !isClean(target, *change))) {
+        const auto change = changeFor(file.input.path);
+        if (!change || !rewrite(file, *change)) {
             failed = true;
             continue;
         }
         ++succeeded;
-        Output::standard() << escaped(target) + (check ? ": clean\n" : "\n");
+        Output::standard() << escaped(file.path) + (check ? ": clean\n" : "\n");
     }
-    if (named.size() > 1)
-        Output::standard() << std::to_string(succeeded) + " of " + std::to_string(named.size()) + " files " + done +
-                                  (succeeded < named.size() ? "; the others are as they were\n" : "\n");
+    if (planned->size() > 1)
+        Output::standard() << std::to_string(succeeded) + " of " + std::to_string(planned->size()) + " files " + done +
+                                  (succeeded < planned->size() ? "; the others are as they were\n" : "\n");
     return failed ? kFailure : kSuccess;
 }
 

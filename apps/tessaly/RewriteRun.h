@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "OutputFiles.h"
 #include "platform/ImageIO/MetadataRewrite.h"
 
 namespace tessaly::cli {
@@ -12,7 +13,7 @@ namespace tessaly::cli {
 /// Where rewritten files go, and how a batch of them is done: the same for every command that writes.
 struct RewriteRun {
     std::vector<std::string> files;
-    std::string folder;  ///< "" beside each file, under a name of its own.
+    std::string output;  ///< "" beside each file, under a name of its own; else a folder, or the copy of a single file.
     std::string suffix;  ///< Of that name: "photo-clean.jpg".
     bool inPlace = false;
     bool force = false;
@@ -29,7 +30,10 @@ struct RewriteRun {
     [[nodiscard]] int run(const ChangeFor& changeFor, const char* done) const;
 
 private:
-    [[nodiscard]] std::string targetOf(const std::string& path) const;
+    [[nodiscard]] std::string targetOf(const NamedFile& file) const;
+    /// What is to be done; nullopt when it was refused and complained about. `failed` as of namedFiles().
+    [[nodiscard]] std::optional<std::vector<OutputFile>> plan(bool& failed) const;
+    [[nodiscard]] bool rewrite(const OutputFile& file, const MetadataChange& change) const;
     [[nodiscard]] bool isClean(const std::string& path, const MetadataChange& change) const;
 };
 

@@ -1,11 +1,11 @@
 #include <filesystem>
 #include <memory>
-#include <set>
 
 #include "CommandLine.h"
 #include "Commands.h"
 #include "FileWalk.h"
 #include "Output.h"
+#include "OutputFiles.h"
 #include "Utf8.h"
 #include "acquisition/MediaFile.h"
 #include "platform/AVFoundation/AVAssetImageGenerator.h"
@@ -63,10 +63,9 @@ Picture thumbnailOf(const std::string& path, std::int64_t size) {
 }
 
 /// "out.png" is a file; an existing folder, or one that ends in a slash, takes a file a picture.
-std::string targetOf(const ThumbOptions& options, const std::string& path, bool isFolder) {
-    if (!isFolder) return options.output;
-    const std::string extension = options.format.empty() ? "jpg" : options.format;
-    return (std::filesystem::path(options.output) / std::filesystem::path(path).filename()).string() + "." + extension;
+std::string targetOf(const ThumbOptions& options, const NamedFile& file, bool toFolder) {
+    if (!toFolder) return options.output;
+    return pathBelow(options.output, file, options.format.empty() ? ".jpg" : "." + options.format);
 }
 
 bool isPng(const ThumbOptions& options, const std::string& target) {
@@ -74,18 +73,9 @@ bool isPng(const ThumbOptions& options, const std::string& target) {
     return std::filesystem::path(target).extension() == ".png";
 }
 
-/// Neither a photo nor another photo's picture may be lost to a picture.
-std::string reasonAgainst(const std::string& path, const std::string& target, std::set<std::string>& written) {
-    std::error_code ignored;
-    if (std::filesystem::equivalent(path, target, ignored))
-        return "is the photo itself, which is never replaced by its picture";
-    return written.insert(target).second ? std::string() : "is another photo's picture already";
-}
-
-bool writeThumbnail(const ThumbOptions& options, const std::string& path, const std::string& target,
-                    std::set<std::string>& written) {
-    if (const std::string reason = reasonAgainst(path, target, written); !reason.empty()) {
-        complain(target, reason);
+bool writeThumbnail(const ThumbOptions& options, const std::string& path, const std::string& target) {
+    if (const std::string why = makeFolderOf(target); !why.empty()) {
+        complain(target, why);
         return false;
     }
     const Picture picture = thumbnailOf(path, options.size);
@@ -105,24 +95,21 @@ bool writeThumbnail(const ThumbOptions& options, const std::string& path, const 
 
 int thumb(const ThumbOptions& options) {
     bool failed = false;
-    const std::vector<std::string> files = namedFiles(options.files, options.recursive, failed);
+    std::vector<NamedFile> named = namedFilesBelow(options.files, options.recursive, failed);
     const bool toFolder = isFolder(options.output) || options.output.ends_with('/');
-    if (!toFolder && files.size() > 1) throw CLI::ValidationError("--output: several files need a folder");
-    if (toFolder) {
-        std::error_code error;
-        std::filesystem::create_directories(options.output, error);
-        if (error) {
-            complain(options.output, error.message());
-            return kFailure;
-        }
+    if (!toFolder && named.size() > 1) throw CLI::ValidationError("--output: several files need a folder");
+    std::vector<OutputFile> files;
+    for (NamedFile& file : named) {
+        std::string target = targetOf(options, file, toFolder);
+        files.push_back({std::move(file), std::move(target)});
     }
-    std::set<std::string> written;
+    dropRepeated(files);
+    if (complainOfCollisions(files, toFolder ? options.output : "", false)) return kUsage;
     Progress progress(files.size());
-    for (const std::string& path : files) {
+    for (const OutputFile& file : files) {
         progress.advance();
-        const std::string target = targetOf(options, path, toFolder);
-        if (writeThumbnail(options, path, target, written))
-            Output::standard() << escaped(target) + "\n";
+        if (writeThumbnail(options, file.input.path, file.path))
+            Output::standard() << escaped(file.path) + "\n";
         else
             failed = true;
     }

@@ -74,6 +74,44 @@ TEST_F(Rewriting, GoesOnAfterAFailureAndEndsInASummary) {
     EXPECT_TRUE(std::filesystem::exists(out + "/last.jpg"));
 }
 
+// One name in two folders, one result through a link, results of the last run: nothing is written over anything.
+TEST_F(Rewriting, WritesNoOutputOverAnother) {
+    const auto path = [this](const char* name) { return (folder.path() / name).string(); };
+    for (const char* name : {"tree/a", "tree/b", "in"}) std::filesystem::create_directories(path(name));
+    for (const char* name : {"tree/a/x.jpg", "tree/b/x.jpg", "tree/y.jpg", "in/p.jpg", "in/p-clean.jpg"}) photo(name);
+    EXPECT_EQ(run({"strip", "-r", "-o", path("out"), path("tree")}).status, 0);
+    for (const char* name : {"out/a/x.jpg", "out/b/x.jpg", "out/y.jpg"})
+        EXPECT_TRUE(std::filesystem::exists(path(name))) << name;
+    EXPECT_EQ(run({"strip", "-o", path("one.jpg"), path("tree/y.jpg")}).status, 0);
+    EXPECT_TRUE(std::filesystem::is_regular_file(path("one.jpg")));
+    std::filesystem::create_directories(path("links"));
+    std::filesystem::create_symlink("y.jpg", path("links/x.jpg"));
+
+    struct Row {
+        std::vector<std::string> arguments;
+        const char *one, *other;
+    };
+    const Row rows[] = {
+        {{"strip", "--force", "-o", path("new"), path("tree/a/x.jpg"), path("tree/b/x.jpg")}, "a/x.jpg", "b/x.jpg"},
+        {{"edit", "--set", "artist=A", "-o", path("new"), path("tree/a/x.jpg"), path("tree/b/x.jpg")}, "a/x", "b/x"},
+        {{"thumb", "--force", "-o", path("new/"), path("tree/a/x.jpg"), path("tree/b/x.jpg")}, "a/x.jpg", "b/x.jpg"},
+        {{"strip", "--force", "-o", path("links"), path("tree/a/x.jpg"), path("tree/y.jpg")}, "a/x.jpg", "y.jpg"},
+        {{"strip", "--force", "-o", path("tree"), path("tree/y.jpg")}, "y.jpg", "made of it"},
+        {{"strip", "--force", "-r", path("in")}, "in/p.jpg", "in/p-clean.jpg"},
+        {{"strip", "-r", "-o", path("in"), path("in")}, "in/p.jpg", "made of it"},
+        {{"strip", "-o", path("new.png"), path("tree/y.jpg")}, "new.png", "ending"},
+        {{"strip", "-o", path("new.jpg"), path("tree/y.jpg"), path("in/p.jpg")}, "new.jpg", "several"},
+    };
+    for (const Row& row : rows) {
+        const ProcessResult result = run(row.arguments);
+        EXPECT_EQ(result.status, 2) << row.one << result.output;
+        EXPECT_THAT(result.errors, AllOf(HasSubstr(row.one), HasSubstr(row.other)));
+    }
+    for (const char* name : {"new", "new.png", "new.jpg", "links/y.jpg"})
+        EXPECT_FALSE(std::filesystem::exists(path(name))) << name;
+    EXPECT_THAT(contentOf(path("in/p-clean.jpg")), HasSubstr("SECRET"));
+}
+
 TEST_F(Rewriting, InPlaceKeepsModeAttributesAndOnRequestTimes) {
     const std::string path = photo("a.jpg");
     const std::string link = (folder.path() / "link.jpg").string();

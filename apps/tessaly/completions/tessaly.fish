@@ -24,7 +24,7 @@ complete -c tessaly -n "__fish_seen_subcommand_from strip; and not __fish_seen_s
 complete -c tessaly -n "__fish_seen_subcommand_from strip; and not __fish_seen_subcommand_from library" -l keep -x -d "Properties that stay"
 complete -c tessaly -n "__fish_seen_subcommand_from strip; and not __fish_seen_subcommand_from library" -l check -d "Tell what is left"
 complete -c tessaly -n "__fish_seen_subcommand_from edit; and not __fish_seen_subcommand_from library" -l set -x -d "A value to write"
-complete -c tessaly -n "__fish_seen_subcommand_from strip edit; and not __fish_seen_subcommand_from library" -s o -l output -r -d "Into this folder"
+complete -c tessaly -n "__fish_seen_subcommand_from strip edit; and not __fish_seen_subcommand_from library" -s o -l output -r -d "Into this folder, or the copy"
 complete -c tessaly -n "__fish_seen_subcommand_from strip edit; and not __fish_seen_subcommand_from library" -l in-place -d "Replace the files themselves"
 complete -c tessaly -n "__fish_seen_subcommand_from strip edit; and not __fish_seen_subcommand_from library" -l force -d "Replace files that exist"
 complete -c tessaly -n "__fish_seen_subcommand_from strip edit; and not __fish_seen_subcommand_from library" -l keep-dates -d "Keep the time stamps"
