@@ -7,6 +7,7 @@
 #include "Commands.h"
 #include "Output.h"
 #include "Suggestion.h"
+#include "platform/Foundation/NSDateFormatter.h"
 #include "settings/PersistanceManager.h"
 
 namespace tessaly::cli {
@@ -24,6 +25,9 @@ std::string textOf(const Setting& setting, const Value& value) {
     return value.description();
 }
 
+/// A pattern that is empty, or has letters that mean nothing, would leave every date out.
+bool showsDates(const std::string& pattern) { return !NSDateFormatter(pattern).stringFromDate({}).empty(); }
+
 std::optional<Value> parsed(const Setting& setting, const std::string& text) {
     switch (setting.kind) {
         case Setting::Kind::boolean:
@@ -37,12 +41,14 @@ std::optional<Value> parsed(const Setting& setting, const std::string& text) {
             return Value(number);
         }
         case Setting::Kind::text:
+            if (setting.name == "dateFormatString" && !showsDates(text)) return std::nullopt;
             return Value(text);
     }
     return std::nullopt;
 }
 
 std::string_view wanted(const Setting& setting) {
+    if (setting.kind == Setting::Kind::text) return "a pattern that shows a date, as 'yyyy-MM-dd HH:mm' does";
     return setting.kind == Setting::Kind::boolean ? "true or false" : "a whole number, 0 or more";
 }
 

@@ -13,7 +13,10 @@ int share(const std::vector<std::string>& files) {
     for (const std::string& path : files) {
         const MediaFile file = MediaFile::read(path);
         if (file.record) {
-            Output::standard() << file.record->shortExifStringsForShare();
+            std::string text = file.record->shortExifStringsForShare();
+            // An address at the end would run into what comes next.
+            if (!text.ends_with('\n')) text += "\n\n";
+            Output::standard() << text;
         } else {
             complain(path, describe(file.fault));
             status = kFailure;

@@ -178,6 +178,8 @@ bool PersistanceManager::defaultShouldShowMetricUnits() const {
 
 std::string PersistanceManager::dateFormatString() const {
     std::string pattern = stored("dateFormatString").description();
+    // An empty pattern would leave every date out.
+    if (pattern.empty()) pattern = settingNamed("dateFormatString")->defaultText;
     if (datePreference24HourFormat()) {
         // Every "a" goes, also one in a literal text; the blank before it stays.
         replaceAll(pattern, "hh", "HH");

@@ -91,8 +91,15 @@ TEST(ByteCount, HasBothForms) {
 TEST(DateFormatter, FollowsUnicodePatternsInTheZone) {
     const NSDate date{1'577'934'245};  // 2020-01-02 03:04:05 in Greenwich.
     EXPECT_EQ(NSDateFormatter("dd-MM-YYYY hh:mm:ss a", "en_US").stringFromDate(date), "02-01-2020 03:04:05 AM");
-    EXPECT_EQ(NSDateFormatter("yyyy", "en_US").stringFromDate(NSDate{1'546'214'400}), "2018");
-    EXPECT_EQ(NSDateFormatter("YYYY", "en_US").stringFromDate(NSDate{1'546'214'400}), "2019") << "31 December 2018";
+    const NSDate newYearsEve{1'546'214'400};  // 31 December 2018, in the first week of 2019.
+    for (const auto& [pattern, text] : {std::pair("yyyy", "2018"),
+                                        {"dd-MM-YYYY", "31-12-2018"},
+                                        {"YY 'w'", "18 w"},
+                                        {"YYYY-'W'ww", "2019-W01"},
+                                        {"'YYYY' YYYY", "YYYY 2018"}}) {
+        EXPECT_EQ(NSDateFormatter(pattern, "en_GB").stringFromDate(newYearsEve), text);
+        EXPECT_EQ(NSDateFormatter(pattern).dateFormat(), pattern) << "as it is stored";
+    }
     EXPECT_EQ(NSDateFormatter("d. MMMM", "de_DE").stringFromDate(date), "2. Januar");
     NSTimeZone::setDefaultTimeZone("Asia/Tokyo");
     EXPECT_EQ(NSDateFormatter("HH:mm", "en_US").stringFromDate(date), "12:04");

@@ -162,11 +162,14 @@ TEST(PersistanceManager, TakesTheTwelveHourLettersOutOfThePattern) {
     struct Case {
         std::string_view pattern, result;
     };
-    const Case cases[] = {{"", "dd-MM-YYYY HH:mm:ss "}, {"hh:mm a", "HH:mm "}, {"h 'at' hhmm", "h 't' HHmm"}};
+    const Case cases[] = {{"dd-MM-YYYY hh:mm:ss a", "dd-MM-YYYY HH:mm:ss "},
+                          {"", "dd-MM-YYYY HH:mm:ss "},
+                          {"hh:mm a", "HH:mm "},
+                          {"h 'at' hhmm", "h 't' HHmm"}};
     for (const auto& [pattern, result] : cases) {
         PersistanceManager settings(freshSuite());
         settings.setDatePreference24HourFormat(true);
-        if (!pattern.empty()) settings.setDateFormatString(std::string(pattern));
+        settings.setDateFormatString(std::string(pattern));
         EXPECT_EQ(settings.dateFormatString(), result);
     }
 }

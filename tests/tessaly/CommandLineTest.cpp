@@ -78,6 +78,7 @@ TEST_F(CommandLine, AnswersWrongUsageWithTwo) {
         {{"scan", ".", "--shard", "3/2"}, "1 <= K <= N"},
         {{"scan", ".", "--jobs", "0"}, "jobs"},
         {{"settings", "set", "isDarkModeOn", "perhaps"}, "true or false"},
+        {{"settings", "set", "dateFormatString", ""}, "'yyyy-MM-dd HH:mm'"},
         {{"settings", "get", "isDarkMode"}, "did you mean 'isDarkModeOn'?"},
         {{"keys", "photos", "show"}, "did you mean 'photo'?"},
         {{"keys", "photo", "move", "Make", "99"}, "1 to 62"},
@@ -196,6 +197,9 @@ TEST_F(CommandLine, PrintsTheShareText) {
     EXPECT_THAT(run({"share", TESSALY_SAMPLE}).output,
                 StartsWith("f/5.6\n1/250 seconds\n35 mm\n52 mm (35 mm format)\nISO 200\n"));
     EXPECT_EQ(run({"share", "/nowhere.jpg"}).status, 1);
+    run({"settings", "set", "shouldShareAPPURLWhileSharing", "true"});
+    EXPECT_THAT(run({"share", TESSALY_SAMPLE, TESSALY_SAMPLE}).output, HasSubstr("?ct=SharedContent\n\nf/5.6\n"))
+        << "an address that ends with its line";
 }
 
 TEST_F(CommandLine, ReadsFoldersInOrder) {

@@ -21,6 +21,20 @@ std::string_view withoutEnd(std::string_view text) {
     return text;
 }
 
+/// 'Y' is the year that a week belongs to, another one around New Year. Who writes it without a week means the
+/// calendar's.
+std::string withCalendarYears(std::string_view pattern) {
+    std::string years(pattern);
+    bool isLiteral = false;
+    for (char& letter : years) {
+        if (letter == '\'') isLiteral = !isLiteral;
+        if (isLiteral) continue;
+        if (letter == 'w') return std::string(pattern);
+        if (letter == 'Y') letter = 'y';
+    }
+    return years;
+}
+
 icu::UnicodeString unicode(std::string_view text) {
     return icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), static_cast<int32_t>(text.size())));
 }
@@ -69,7 +83,8 @@ NSDateFormatter::~NSDateFormatter() = default;
 NSDateFormatter::Icu& NSDateFormatter::icu() const {
     if (!icu_->format) {
         UErrorCode status = U_ZERO_ERROR;
-        icu_->format = std::make_unique<icu::SimpleDateFormat>(unicode(pattern_), icu::Locale(locale_.c_str()), status);
+        icu_->format = std::make_unique<icu::SimpleDateFormat>(unicode(withCalendarYears(pattern_)),
+                                                               icu::Locale(locale_.c_str()), status);
         if (U_FAILURE(status)) icu_->format = nullptr;
         if (icu_->format) icu_->format->setLenient(false);
     }

@@ -8,7 +8,8 @@
 
 namespace tessaly {
 
-/// Dates by Unicode patterns (UTS #35), in the default time zone. "YYYY" is the week year, as it must be.
+/// Dates by Unicode patterns (UTS #35), in the default time zone. "YYYY" is the calendar year, unless the pattern has a
+/// week ("w") as well.
 ///
 /// The pattern "yyyy:MM:dd HH:mm:ss" of the system locale, which every photo needs, is parsed without ICU.
 /// One formatter may be used by several threads.
