@@ -31,6 +31,9 @@ ListView {
     property bool resizing: false
     // Where it was sent meanwhile; -1 for nowhere.
     property int awaited: -1
+    // The page that a turn under way leads to; -1 without one. The list takes the nearest page for its current one
+    // while it moves, so a second turn that begins then can end where the first did.
+    property int destination: -1
     readonly property int wanted: outlet.itemCount
 
     // Nor does it keep its place when the number of pages changes.
@@ -47,6 +50,7 @@ ListView {
     }
     function jump(index: int): void {
         jumping = true;
+        destination = -1;
         forceLayout();
         highlightMoveDuration = 0;
         currentIndex = index;
@@ -56,7 +60,7 @@ ListView {
         settle();
     }
     function resettle(): void {
-        const sent = awaited;
+        const sent = awaited < 0 ? destination : awaited;
         resizing = false;
         awaited = -1;
         jump(sent < 0 ? outlet.page : sent);
@@ -76,7 +80,11 @@ ListView {
         recount();
     }
     onContentXChanged: if (!jumping && !resizing) settle()
-    onDraggingChanged: dragging ? outlet.dragBegan() : outlet.dragEnded(moving)
+    onDraggingChanged: {
+        if (dragging)
+            destination = -1;
+        dragging ? outlet.dragBegan() : outlet.dragEnded(moving);
+    }
     onMovementEnded: outlet.movementEnded()
 
     Connections {
@@ -88,6 +96,7 @@ ListView {
                 return;
             }
             if (animated && Theme.duration > 0) {
+                pages.destination = index;
                 pages.currentIndex = index;
                 arrival.restart();
             } else {
@@ -108,13 +117,15 @@ ListView {
         interval: Theme.duration + 30
         onTriggered: {
             // A finger that came in between ends with a report of its own.
-            if (pages.dragging)
+            if (pages.dragging || pages.destination < 0)
                 return;
+            pages.currentIndex = Math.min(pages.destination, pages.count - 1);
             // The animation takes longer where frames do.
             if (Math.abs(pages.contentX - pages.originX - pages.currentIndex * pages.width) > 0.5) {
                 restart();
                 return;
             }
+            pages.destination = -1;
             pages.outlet.animationEnded();
             pages.outlet.movementEnded();
         }
