@@ -3,14 +3,13 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
-#include <cctype>
-#include <charconv>
 #include <cmath>
 #include <optional>
+#include <utility>
 #include <vector>
 
+#include "EditForms.h"
 #include "Suggestion.h"
-#include "platform/Foundation/Format.h"
 #include "platform/ImageIO/CGImageProperties.h"
 #include "platform/ImageIO/WritableProperties.h"
 
@@ -28,58 +27,42 @@ void put(Dictionary& values, std::string_view dictionary, std::string_view name,
     values.set(dictionary, inner);
 }
 
-std::optional<double> numberOf(std::string_view text) {
-    while (text.starts_with(' ')) text.remove_prefix(1);
-    while (text.ends_with(' ')) text.remove_suffix(1);
-    if (text.starts_with('+')) text.remove_prefix(1);
-    double value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc{} || end != text.data() + text.size() || !std::isfinite(value)) return std::nullopt;
-    return value;
+std::string refusal(std::string_view key, std::string_view text, const std::string& form) {
+    return "'" + std::string(text) + "' is no value for " + std::string(key) + ", which is " + form;
 }
 
-/// "2024-05-01 12:30:00", with any separators and at least the day, as Exif writes it (Exif 2.32, 4.6.4, DateTime).
-std::optional<std::string> exifDate(std::string_view text) {
-    std::array<int, 6> parts{0, 0, 0, 0, 0, 0};
-    std::size_t count = 0;
-    for (std::size_t at = 0; at < text.size() && count < parts.size();) {
-        if (std::isdigit(static_cast<unsigned char>(text[at])) == 0) {
-            ++at;
-            continue;
-        }
-        const auto [end, error] = std::from_chars(text.data() + at, text.data() + text.size(), parts[count]);
-        if (error != std::errc{}) return std::nullopt;
-        ++count;
-        at = static_cast<std::size_t>(end - text.data());
-    }
-    static constexpr std::array<int, 12> days{31, 29, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-    const auto& [year, month, day, hour, minute, second] = parts;
-    if (count < 3 || year < 1 || year > 9999 || month < 1 || month > 12) return std::nullopt;
-    const bool isLeap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
-    if (day < 1 || day > days[static_cast<std::size_t>(month) - 1] || (month == 2 && day == 29 && !isLeap))
-        return std::nullopt;
-    if (hour > 23 || minute > 59 || second > 59) return std::nullopt;
-    return formatted("%04ld:%02ld:%02ld %02ld:%02ld:%02ld", year, month, day, hour, minute, second);
+/// Fields of a date, and those that stand beside it. Without zone or fraction in the text both go, unless they were
+/// given already: what stands in the file belongs to another date.
+struct DateFields {
+    std::string_view dictionary, name, subsecond, zone;
+};
+constexpr std::array kDates{
+    DateFields{kTiff, "DateTime", "SubsecTime", "OffsetTime"},
+    DateFields{kExif, "DateTimeOriginal", "SubsecTimeOriginal", "OffsetTimeOriginal"},
+    DateFields{kExif, "DateTimeDigitized", "SubsecTimeDigitized", "OffsetTimeDigitized"},
+};
+
+void putDateFields(const DateFields& fields, const EditDate& date, Dictionary& values) {
+    put(values, fields.dictionary, fields.name, date.local);
+    for (const auto& [name, text] : {std::pair(fields.subsecond, date.subsecond), std::pair(fields.zone, date.zone)})
+        if (!text.empty() || !values[kExif].dictionary().contains(name)) put(values, kExif, name, text);
 }
 
-Array textsOf(std::string_view text) {
-    Array texts;
-    while (!text.empty()) {
-        const auto comma = std::min(text.find(','), text.size());
-        std::string_view one = text.substr(0, comma);
-        while (one.starts_with(' ')) one.remove_prefix(1);
-        while (one.ends_with(' ')) one.remove_suffix(1);
-        if (!one.empty()) texts.append(one);
-        text.remove_prefix(std::min(comma + 1, text.size()));
+/// Latitude, longitude or another angle with its reference. A reference that was given already stays, where the text
+/// tells none.
+void putDegrees(const WritableProperty& property, const EditDegrees& degrees, Dictionary& values) {
+    const std::string reference = std::string(property.name) + "Ref";
+    put(values, property.dictionary, property.name, degrees.value);
+    if (degrees.reference != '\0' || !values[property.dictionary].dictionary().contains(reference)) {
+        const char letter = property.name.ends_with("Latitude") ? 'N' : 'E';
+        put(values, property.dictionary, reference, std::string(1, degrees.reference ? degrees.reference : letter));
     }
-    return texts;
 }
 
 std::string putDate(std::string_view text, Dictionary& values) {
-    const auto date = exifDate(text);
-    if (!text.empty() && !date) return "'" + std::string(text) + "' is not a date such as 2024-05-01 12:30:00";
-    put(values, kExif, "DateTimeOriginal", date.value_or(""));
-    put(values, kExif, "DateTimeDigitized", date.value_or(""));
+    const auto date = text.empty() ? EditDate() : dateOf(text);
+    if (!date) return refusal("date", text, formOf({.dictionary = {}, .name = {}, .kind = WritableKind::date}));
+    for (const DateFields& fields : kDates) putDateFields(fields, *date, values);
     return {};
 }
 
@@ -95,17 +78,19 @@ std::string putTitle(std::string_view text, Dictionary& values) {
 }
 
 std::string putKeywords(std::string_view text, Dictionary& values) {
-    put(values, kIptc, "Keywords", text.empty() ? Value("") : Value(textsOf(text)));
+    put(values, kIptc, "Keywords", text.empty() ? Value("") : *valueOf({kIptc, "Keywords", WritableKind::texts}, text));
     return {};
 }
 
-std::string putRating(std::string_view text, Dictionary& values) {
+std::string putRatingAs(std::string_view key, std::string_view text, Dictionary& values) {
     const auto rating = numberOf(text);
     if (!text.empty() && (!rating || *rating < -1 || *rating > 5 || *rating != std::floor(*rating)))
-        return "a rating is a whole number from 0 to 5, or -1 for rejected";
+        return refusal(key, text, "a whole number from 0 to 5 such as 4, or -1 for rejected");
     put(values, kIptc, "StarRating", rating ? Value(static_cast<std::int64_t>(*rating)) : Value(""));
     return {};
 }
+
+std::string putRating(std::string_view text, Dictionary& values) { return putRatingAs("rating", text, values); }
 
 std::string putArtist(std::string_view text, Dictionary& values) {
     put(values, kTiff, "Artist", text);
@@ -126,21 +111,23 @@ std::string putPlace(std::string_view text, Dictionary& values) {
         return {};
     }
     const auto comma = text.find(',');
-    const auto latitude = numberOf(text.substr(0, comma));
-    const auto longitude = comma == std::string_view::npos ? std::nullopt : numberOf(text.substr(comma + 1));
-    if (!latitude || !longitude || std::abs(*latitude) > 90 || std::abs(*longitude) > 180)
-        return "'" + std::string(text) + "' is not a place such as 53.14,-8.21 (latitude, longitude)";
+    const auto latitude = degreesOf(text.substr(0, comma), "NS");
+    const auto longitude = comma == std::string_view::npos ? std::nullopt : degreesOf(text.substr(comma + 1), "EW");
+    if (!latitude || !longitude) return refusal("gps", text, "latitude and longitude such as 53.14,-8.21");
     put(values, kGps, "GPSVersion", Array{2, 3, 0, 0});
-    put(values, kGps, "Latitude", std::abs(*latitude));
-    put(values, kGps, "LatitudeRef", *latitude < 0 ? "S" : "N");
-    put(values, kGps, "Longitude", std::abs(*longitude));
-    put(values, kGps, "LongitudeRef", *longitude < 0 ? "W" : "E");
+    putDegrees({kGps, "Latitude"}, *latitude, values);
+    putDegrees({kGps, "Longitude"}, *longitude, values);
     return {};
 }
 
+constexpr double kHighest = 1e8;  ///< Metres.
+
 std::string putAltitude(std::string_view text, Dictionary& values) {
-    const auto metres = numberOf(text);
-    if (!text.empty() && !metres) return "'" + std::string(text) + "' is not an altitude in metres";
+    std::string_view number = trimmed(text);
+    if (number.ends_with('m')) number.remove_suffix(1);
+    const auto metres = numberOf(number);
+    if (!text.empty() && (!metres || std::abs(*metres) > kHighest))
+        return refusal("altitude", text, "a number of metres such as 120 or -3.5 m");
     put(values, kGps, "Altitude", metres ? Value(std::abs(*metres)) : Value(""));
     put(values, kGps, "AltitudeRef", metres ? Value(*metres < 0 ? 1 : 0) : Value(""));
     return {};
@@ -153,7 +140,7 @@ struct ShortKey {
 };
 
 constexpr std::array kShortKeys{
-    ShortKey{"date", "when it was taken: 2024-05-01 12:30:00", putDate},
+    ShortKey{"date", "when it was taken: 2024-05-01 12:30:00+02:00", putDate},
     ShortKey{"title", "a short name", putTitle},
     ShortKey{"caption", "a description", putCaption},
     ShortKey{"keywords", "words, with commas between", putKeywords},
@@ -164,21 +151,35 @@ constexpr std::array kShortKeys{
     ShortKey{"altitude", "in metres above the sea", putAltitude},
 };
 
-/// A value of the kind that the property takes: a number where the text is one, else the text.
-Value valueOf(std::string_view dictionary, std::string_view text) {
-    if (dictionary == kIptc) return text;
-    const auto number = numberOf(text);
-    if (!number) return text;
-    if (*number == std::floor(*number) && std::abs(*number) < 1e15) return static_cast<std::int64_t>(*number);
-    return *number;
+void putEmpty(const WritableProperty& property, Dictionary& values) {
+    put(values, property.dictionary, property.name, "");
+    if (property.kind == WritableKind::degrees)
+        put(values, property.dictionary, std::string(property.name) + "Ref", "");
 }
 
-bool equalsWithoutCase(std::string_view a, std::string_view b) {
-    return std::ranges::equal(a, b,
-                              [](unsigned char x, unsigned char y) { return std::tolower(x) == std::tolower(y); });
+bool putValue(const WritableProperty& property, std::string_view text, Dictionary& values) {
+    if (text.empty()) {
+        putEmpty(property, values);
+    } else if (property.kind == WritableKind::degrees) {
+        const auto degrees = degreesOf(text, property.name.ends_with("Latitude") ? "NS" : "EW");
+        if (!degrees) return false;
+        putDegrees(property, *degrees, values);
+    } else if (property.kind == WritableKind::date) {
+        const auto date = dateOf(text);
+        const auto fields = std::ranges::find(kDates, property.name, &DateFields::name);
+        if (!date || fields == kDates.end()) return false;
+        putDateFields(*fields, *date, values);
+    } else {
+        auto value = valueOf(property, text);
+        if (!value) return false;
+        put(values, property.dictionary, property.name, std::move(*value));
+    }
+    return true;
 }
 
 std::string putProperty(std::string_view key, std::string_view text, Dictionary& values) {
+    if (equalsWithoutCase(key, kCGImagePropertyIPTCStarRating))
+        return putRatingAs(kCGImagePropertyIPTCStarRating, text, values);
     std::vector<WritableProperty> properties = writableProperties(key);
     std::erase_if(properties, [&](const WritableProperty& property) { return !equalsWithoutCase(property.name, key); });
     if (properties.empty()) {
@@ -188,7 +189,7 @@ std::string putProperty(std::string_view key, std::string_view text, Dictionary&
         return "'" + std::string(key) + "' is not the name of a property" + suggestion(key, names);
     }
     for (const WritableProperty& property : properties)
-        put(values, property.dictionary, property.name, valueOf(property.dictionary, text));
+        if (!putValue(property, text, values)) return refusal(property.name, text, formOf(property));
     return {};
 }
 

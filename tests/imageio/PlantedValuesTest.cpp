@@ -362,16 +362,16 @@ struct Container {
     const char* checksums;
 };
 constexpr Container kContainers[]{
-    {"JPEG", fullJpeg, "f01d5e95 e5c38d54 c4a0f550 f02cf6ef e5c38d54 00000000"},
-    {"PNG", fullPng, "a9090289 e10af047 ec983363 33380e22 e10af047 fd4bca90"},
-    {"WebP", fullWebp, "0f100433 abf07aec e4bd3940 24553d71 abf07aec 828c5542"},
-    {"GIF", fullGif, "a9776ea9 b81ba3f4 f16666c0 55354a01 b81ba3f4 00000000"},
-    {"TIFF", fullTiff, "8c8aeabe 5dc1a594 d0b16c28 6b9a66db 2dd63a62 94a3b906"},
-    {"NEF", fullNef, "a8e79a89 5743b0d3 36291811 3f1d8b03 5743b0d3 fa854d58"},
-    {"PSD", fullPsd, "710f5eec 0cc06379 9c03ba47 94706a8b 0cc06379 00000000"},
-    {"HEIC", fullHeif, "dea72461 bdd6fc8c 4d15f68c e5e31f88 bdd6fc8c 20030c86"},
-    {"JPEG XL", fullJxl, "b7f10081 1001d8a7 b60a5371 158d10a4 1001d8a7 00000000"},
-    {"JPEG 2000", fullJp2, "58f88aa1 e4587b9a 46405a1c 967fdb2b e4587b9a 00000000"},
+    {"JPEG", fullJpeg, "f01d5e95 e5c38d54 c4a0f550 e96f61c5 e5c38d54 00000000"},
+    {"PNG", fullPng, "a9090289 e10af047 ec983363 d1863d39 e10af047 fd4bca90"},
+    {"WebP", fullWebp, "0f100433 abf07aec e4bd3940 4d4d8520 abf07aec 828c5542"},
+    {"GIF", fullGif, "a9776ea9 b81ba3f4 f16666c0 843a69b8 b81ba3f4 00000000"},
+    {"TIFF", fullTiff, "8c8aeabe 5dc1a594 d0b16c28 0012423c 2dd63a62 94a3b906"},
+    {"NEF", fullNef, "a8e79a89 5743b0d3 36291811 8bd0a495 5743b0d3 fa854d58"},
+    {"PSD", fullPsd, "710f5eec 0cc06379 9c03ba47 cd44a1cc 0cc06379 00000000"},
+    {"HEIC", fullHeif, "dea72461 bdd6fc8c 4d15f68c a497bcdb bdd6fc8c 20030c86"},
+    {"JPEG XL", fullJxl, "b7f10081 1001d8a7 b60a5371 87fd4fef 1001d8a7 00000000"},
+    {"JPEG 2000", fullJp2, "58f88aa1 e4587b9a 46405a1c 0b148f3f e4587b9a 00000000"},
     {"AVI", fullAvi, "7d224495 e2af92c2 66887918 00000000 e2af92c2 9b2ccd3d"},
     {"MOV", fullMovie, "699a9080 59e05bed 5fc3c1e3 00000000 59e05bed 7cc7471f"},
 };

@@ -189,14 +189,14 @@ struct Format {
 
 const std::vector<Format>& formats() {
     static const std::vector<Format> all{
-        {"jpeg", fullJpeg, true, "56fa075e 2aebae51 2a53fe1d 4dfeea46 2aebae51 8410f1a4"},
-        {"png", fullPng, true, "d3606c0c 32d1c20a 647b862e c0edadea 32d1c20a d75fc7c8"},
-        {"webp", fullWebp, true, "1b3e7fac 691d2d3f 2a1337c4 d56509bc 691d2d3f d784f236"},
-        {"gif", fullGif, false, "7e376ed1 f7e915e2 764f7bcd 50c1aa2d f7e915e2 7381ce1e"},
-        {"tiff", fullTiff, true, "a8b8a4cb 53865565 36a910d5 bb9caa18 53865565 26ffbde4"},
-        {"heif", fullHeif, true, "8464f33d d8bb7284 4525910e d5d9a3f6 d8bb7284 99d71dbb"},
-        {"jxl", fullJxl, true, "a62f6fbf 7061595d b5307969 b51ffd73 7061595d cb986e92"},
-        {"jp2", fullJp2, true, "bda96fce 5cc3908b bda96fce 7678ab2c 5cc3908b cf02e868"},
+        {"jpeg", fullJpeg, true, "56fa075e 2aebae51 2a53fe1d a5057bb6 2aebae51 8410f1a4"},
+        {"png", fullPng, true, "d3606c0c 32d1c20a 647b862e 25920d00 32d1c20a d75fc7c8"},
+        {"webp", fullWebp, true, "1b3e7fac 691d2d3f 2a1337c4 a157da0a 691d2d3f d784f236"},
+        {"gif", fullGif, false, "7e376ed1 f7e915e2 764f7bcd 736d2fb6 f7e915e2 7381ce1e"},
+        {"tiff", fullTiff, true, "a8b8a4cb 53865565 36a910d5 08e14fb7 53865565 26ffbde4"},
+        {"heif", fullHeif, true, "8464f33d d8bb7284 4525910e c345bfea d8bb7284 99d71dbb"},
+        {"jxl", fullJxl, true, "a62f6fbf 7061595d b5307969 e1ee481a 7061595d cb986e92"},
+        {"jp2", fullJp2, true, "bda96fce 5cc3908b bda96fce 2b20a910 5cc3908b cf02e868"},
     };
     return all;
 }
@@ -397,27 +397,27 @@ TEST(Strip, MindsTheRarerForms) {
         const char* checksums;
     };
     for (const auto& [name, file, placeless, checksums] :
-         {Row{"GIF89a", gifOfTwo("GIF89a"), "SECRET", "1f2e8c0d c77a5fa2 1f2e8c0d 4ece125d 63a85f7e c46c26cc"},
-          Row{"GIF87a", gifOfTwo("GIF87a"), "SECRET", "927685db c77a5fa2 927685db 4ece125d 63a85f7e d577bde9"},
-          Row{"WebP, animated", animated, "SECRET 2", "8a5266ee 05deff5a b8db49c1 0df7668b 972d3b99 fe97f3dc"},
+         {Row{"GIF89a", gifOfTwo("GIF89a"), "SECRET", "1f2e8c0d c77a5fa2 1f2e8c0d a94be14e 63a85f7e c46c26cc"},
+          Row{"GIF87a", gifOfTwo("GIF87a"), "SECRET", "927685db c77a5fa2 927685db a94be14e 63a85f7e d577bde9"},
+          Row{"WebP, animated", animated, "SECRET 2", "8a5266ee 05deff5a b8db49c1 ac336fa5 972d3b99 fe97f3dc"},
           Row{"WebP, simple", webpOf({riffChunk("VP8 ", {"\x30\1\0\x9D\1\x2A\x40\0\x30\0PIX"_z})}), "PIX",
-              "13a4a6a5 13a4a6a5 13a4a6a5 28dbf42b 13a4a6a5 71ce449a"},
+              "13a4a6a5 13a4a6a5 13a4a6a5 4db8a02a 13a4a6a5 71ce449a"},
           Row{"WebP, lossless", webpOf({riffChunk("VP8L", {"\x2F\x3F\xC0\x0B\x10PIX"_z})}), "PIX",
-              "cdf754dd cdf754dd cdf754dd 5d5c75c1 cdf754dd 45aab1ef"},
-          Row{"TIFF, tiled", tiledTiff(), "SECRET below", "ab12f429 85b3a2c2 188d312a 8f144e17 85b3a2c2 dde570d1"},
-          Row{"BigTIFF", bigTiff(), "SECRET artist", "76b49da0 bd1d547f 15c16202 d28f13d2 bd1d547f ac6f6ef8"},
-          Row{"JPEG", oddJpeg(), "SECRET caf\xE9", "e438825a 871d3fb1 23fcb726 4185a8a9 871d3fb1 00000000"},
+              "cdf754dd cdf754dd cdf754dd 30886ea1 cdf754dd 45aab1ef"},
+          Row{"TIFF, tiled", tiledTiff(), "SECRET below", "ab12f429 85b3a2c2 188d312a ad694b6f 85b3a2c2 dde570d1"},
+          Row{"BigTIFF", bigTiff(), "SECRET artist", "76b49da0 bd1d547f 15c16202 5e4d21f9 bd1d547f ac6f6ef8"},
+          Row{"JPEG", oddJpeg(), "SECRET caf\xE9", "e438825a 871d3fb1 23fcb726 e9135b7d 871d3fb1 00000000"},
           Row{"JPEG, repeating", repeatingJpeg(), "SECRET face",
-              "f01d5e95 f9df60fa 9a888fd6 d0811853 f9df60fa 00000000"},
+              "f01d5e95 f9df60fa 9a888fd6 c2ce317c f9df60fa 00000000"},
           Row{"JPEG XL", ByteString(fullJxl()).add(box("xml ", {further})).add(box("jxlp", {"\0\0\0\1"_z, kPixels})),
-              "SECRET 2", "56257c0c c1270dd1 ddb3a13a 1c6fff50 c1270dd1 2006627c"},
+              "SECRET 2", "56257c0c c1270dd1 ddb3a13a 441b323e c1270dd1 2006627c"},
           Row{"JPEG 2000",
               ByteString(fullJp2()).add(box("uuid", {xmpUser, further})).add(box("uuid", {iptcUser, iptc()})),
-              "SECRET 2", "bda96fce 90d80fa6 bda96fce 1c2f0995 90d80fa6 c09be2c1"},
+              "SECRET 2", "bda96fce 90d80fa6 bda96fce b4b1470e 90d80fa6 c09be2c1"},
           Row{"BMP", bitmap(66), "BEHIND", "7e07c3b7 6d5d1537 6d5d1537 00000000 6d5d1537 adecb182"},
           Row{"BMP, cut", bitmap(60), "BEHIND", "2db24e90 2db24e90 2db24e90 00000000 2db24e90 4cff1dab"},
           Row{"JPEG and more", ByteString(fullJpeg()).add(unannounced), "SECRET",
-              "56fa075e 9b809222 61efaa62 f7ae2e37 2aebae51 631a0505"}}) {
+              "56fa075e 9b809222 61efaa62 46b8be51 2aebae51 631a0505"}}) {
         SCOPED_TRACE(name);
         EXPECT_THAT(rewritten(file, Removal::place), testing::AllOf(HasSubstr(placeless), Not(HasSubstr("PLACE"))));
         EXPECT_THAT(rewritten(file, Removal::everything), Not(HasSubstr("SECRET")));

@@ -15,6 +15,7 @@
 #include "support/TemporaryFolder.h"
 #include "support/TiffBuilder.h"
 #include "tessaly/EditValues.h"
+#include "tessaly/Json.h"
 
 // "strip" and "edit" as a person calls them: where the files go, what is said, and that nothing is ever lost.
 namespace tessaly::test {
@@ -220,16 +221,84 @@ TEST_F(Rewriting, LeavesNothingThatAnotherReaderFinds) {
     EXPECT_GT(checked, 10U);
 }
 
-TEST(EditValues, RefusesWhatIsNotOne) {
-    struct Row {
-        std::string_view key, text;
-    };
-    for (const auto& [key, text] :
-         {Row{"date", "yesterday"}, Row{"date", "2023-02-29"}, Row{"date", "2024-13-01"}, Row{"gps", "91,0"},
-          Row{"gps", "1"}, Row{"rating", "6"}, Row{"rating", "2.5"}, Row{"altitude", "high"}, Row{"Colour", "red"}}) {
+struct EditRow {
+    std::string_view key, text;
+    std::string_view values;  ///< As JSON; "" for a refusal.
+};
+
+TEST(EditValues, AreOfTheirKindOrRefused) {
+    static constexpr std::string_view day = "2024:05:01 12:30:00";
+    for (const auto& [key, text, expected] : {
+             EditRow{"ExposureTime", "1/125 s", R"({"{Exif}":{"ExposureTime":0.008}})"},
+             EditRow{"ExposureTime", "1/0", ""},
+             EditRow{"FNumber", "f/5.6", R"({"{Exif}":{"FNumber":5.6}})"},
+             EditRow{"FNumber", "abc", ""},
+             EditRow{"FNumber", "5,6", ""},
+             EditRow{"FNumber", "-2", ""},
+             EditRow{"ISOSpeedRatings", "ISO 400", R"({"{Exif}":{"ISOSpeedRatings":[400]}})"},
+             EditRow{"ISOSpeedRatings", "4OO", ""},
+             EditRow{"ISOSpeedRatings", "65536", ""},
+             EditRow{"ExposureBiasValue", "-1/4 EV", R"({"{Exif}":{"ExposureBiasValue":-0.25}})"},
+             EditRow{"FocalLength", "35mm", R"({"{Exif}":{"FocalLength":35}})"},
+             EditRow{"LensSpecification", "24, 70, 2.8, 4", R"({"{Exif}":{"LensSpecification":[24,70,2.8,4]}})"},
+             EditRow{"LensSpecification", "24,70", ""},
+             EditRow{"LensSpecification", "24,70,2.8,4,", ""},
+             EditRow{"Orientation", "9", ""},
+             EditRow{"ExifVersion", "0232", R"({"{Exif}":{"ExifVersion":[2,3,2]}})"},
+             EditRow{"OffsetTime", "-0330", R"({"{Exif}":{"OffsetTime":"-03:30"}})"},
+             EditRow{"OffsetTime", "+2", ""},
+             EditRow{"SubsecTime", "2.5", ""},
+             EditRow{"DateStamp", "2024-5-1", R"({"{GPS}":{"DateStamp":"2024:05:01"}})"},
+             EditRow{"TimeStamp", "24:00", ""},
+             EditRow{"DateCreated", "20240501", R"({"{IPTC}":{"DateCreated":"20240501"}})"},
+             EditRow{"TimeCreated", "12:30:00Z", R"({"{IPTC}":{"TimeCreated":"123000+0000"}})"},
+             EditRow{"Latitude", "8°30'S", R"({"{GPS}":{"Latitude":8.5,"LatitudeRef":"S"}})"},
+             EditRow{"Latitude", "91", ""},
+             EditRow{"LongitudeRef", "N", ""},
+             EditRow{"date", "yesterday", ""},
+             EditRow{"date", "2023-02-29", ""},
+             EditRow{"date", "2024-13-01", ""},
+             EditRow{"date", "2024-05-01 12:30 PM", ""},
+             EditRow{"date", "2024-05-01 12:30+25:00", ""},
+             EditRow{"gps", "91,0", ""},
+             EditRow{"gps", "1", ""},
+             EditRow{"rating", "6", ""},
+             EditRow{"StarRating", "2.5", ""},
+             EditRow{"altitude", "high", ""},
+             EditRow{"Colour", "red", ""},
+         }) {
         Dictionary values;
-        EXPECT_NE(cli::addEditValue(key, text, values), "") << key << "=" << text;
+        const std::string fault = cli::addEditValue(key, text, values);
+        std::string json;
+        cli::JsonWriter(json).value(values);
+        std::erase_if(json, [](char c) { return c == '\n'; });
+        if (expected.empty()) {
+            EXPECT_THAT(fault, HasSubstr(key)) << key << "=" << text;
+            EXPECT_EQ(json, "{}") << key << "=" << text;
+        } else {
+            EXPECT_EQ(fault, "") << key << "=" << text;
+            EXPECT_EQ(json, expected) << key << "=" << text;
+        }
     }
+    Dictionary dates;
+    EXPECT_EQ(cli::addEditValue("date", "2024-05-01T12:30:00.25+02:00", dates), "");
+    const Dictionary& exif = dates["{Exif}"].dictionary();
+    EXPECT_EQ(dates["{TIFF}"].dictionary()["DateTime"].string(), day);
+    for (const std::string end : {"", "Original", "Digitized"}) {
+        EXPECT_EQ(end.empty() ? day : exif["DateTime" + end].string(), day);
+        EXPECT_EQ(exif["OffsetTime" + end].string(), "+02:00");
+        EXPECT_EQ(exif["SubsecTime" + end].string(), "25");
+    }
+}
+
+// Nothing is written where one of many is no value.
+TEST_F(Rewriting, RefusesEditsBeforeTheFirstFile) {
+    const std::string path = photo("a.jpg");
+    const std::string before = contentOf(path);
+    const ProcessResult wrong = run({"edit", "--in-place", path, "--set", "artist=Ada", "--set", "FNumber=5,6"});
+    EXPECT_EQ(wrong.status, 2);
+    EXPECT_THAT(wrong.errors, HasSubstr("'5,6' is no value for FNumber, which is a number from 0 on such as 5.6"));
+    EXPECT_EQ(contentOf(path), before);
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include "linux/imageio/ImageFormat.h"
 #include "linux/imageio/rewrite/JpegScans.h"
 #include "linux/imageio/rewrite/Rewriters.h"
+#include "linux/imageio/rewrite/ValueCompanions.h"
 #include "linux/media/Movie.h"
 #include "linux/media/MovieRewriters.h"
 #include "linux/rewriting/FileRewriter.h"
@@ -146,7 +147,8 @@ std::optional<RewritePlan> imageio::rewritePlan(ByteSource& source, const Metada
         return std::nullopt;
     }
     RewriteFault why = RewriteFault::none;
-    auto plan = rewrite(source, BlockChange(change, removedTexts(source, change)), why);
+    const MetadataChange whole = withCompanions(change);
+    auto plan = rewrite(source, BlockChange(whole, removedTexts(source, whole)), why);
     if (!plan) failure = failureOf(why == RewriteFault::none ? RewriteFault::damaged : why);
     return plan;
 }

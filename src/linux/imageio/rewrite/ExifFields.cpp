@@ -20,31 +20,6 @@ constexpr std::array<std::uint16_t, 23> kRationals{0x011A, 0x011B, 0x011E, 0x011
 constexpr std::array<std::uint16_t, 6> kSignedRationals{0x9201, 0x9203, 0x9204, 0x9400, 0x9403, 0x9405};
 constexpr std::array<std::uint16_t, 7> kLongs{0x8831, 0x8832, 0x8833, 0x8834, 0x8835, 0xA002, 0xA003};
 
-struct Ratio {
-    std::int64_t numerator;
-    std::int64_t denominator;
-};
-
-/// The nearest fraction whose parts both fit 31 bits: exact for "1/250" and "5.6" (continued fractions).
-Ratio ratioOf(double value) {
-    constexpr double largest = 2147483647.0;
-    if (!std::isfinite(value)) return {0, 1};
-    const double sign = value < 0 ? -1 : 1;
-    double rest = std::min(std::abs(value), largest);
-    const double target = rest;
-    double n0 = 0, d0 = 1, n1 = 1, d1 = 0;
-    for (int step = 0; step < 24; ++step) {
-        const double whole = std::floor(rest);
-        const double n2 = whole * n1 + n0;
-        const double d2 = whole * d1 + d0;
-        if (n2 > largest || d2 > 1e6) break;
-        n0 = n1, d0 = d1, n1 = n2, d1 = d2;
-        if (rest - whole < 1e-9 || std::abs(n1 / d1 - target) <= target * 1e-12) break;
-        rest = 1 / (rest - whole);
-    }
-    return {static_cast<std::int64_t>(sign * n1), static_cast<std::int64_t>(d1 == 0 ? 1 : d1)};
-}
-
 void writeRatio(ByteWriter& writer, double value) {
     const Ratio ratio = ratioOf(value);
     writer.write(static_cast<std::uint32_t>(ratio.numerator)).write(static_cast<std::uint32_t>(ratio.denominator));
@@ -99,17 +74,6 @@ std::optional<TiffField> timeField(std::uint16_t tag, std::string_view text, Byt
         text.remove_prefix(std::min(colon + 1, text.size()));
     }
     return TiffField{tag, TiffType::rational, 3, writer.take()};
-}
-
-TiffType numberType(TiffKind kind, std::uint16_t tag) {
-    if (kind == TiffKind::gps) {
-        if (tag == 0x0000 || tag == 0x0005) return TiffType::byte;
-        return tag == 0x001E ? TiffType::shortInteger : TiffType::rational;
-    }
-    if (std::ranges::find(kRationals, tag) != kRationals.end()) return TiffType::rational;
-    if (std::ranges::find(kSignedRationals, tag) != kSignedRationals.end()) return TiffType::signedRational;
-    if (std::ranges::find(kLongs, tag) != kLongs.end()) return TiffType::longInteger;
-    return TiffType::shortInteger;
 }
 
 std::optional<TiffField> numbersField(TiffKind kind, std::uint16_t tag, const Value& value, ByteOrder order) {
@@ -179,6 +143,38 @@ void forEachNamed(const Dictionary& values, const Visit& visit) {
 }
 
 }  // namespace
+
+TiffType numberType(TiffKind kind, std::uint16_t tag) noexcept {
+    if (kind == TiffKind::gps) {
+        if (tag == 0x0000 || tag == 0x0005) return TiffType::byte;
+        return tag == 0x001E ? TiffType::shortInteger : TiffType::rational;
+    }
+    if (tag == 0x9101) return TiffType::undefined;  // ComponentsConfiguration: four bytes.
+    if (std::ranges::find(kRationals, tag) != kRationals.end()) return TiffType::rational;
+    if (std::ranges::find(kSignedRationals, tag) != kSignedRationals.end()) return TiffType::signedRational;
+    if (std::ranges::find(kLongs, tag) != kLongs.end()) return TiffType::longInteger;
+    return TiffType::shortInteger;
+}
+
+/// By continued fractions.
+Ratio ratioOf(double value) noexcept {
+    constexpr double largest = 2147483647.0;
+    if (!std::isfinite(value)) return {0, 1};
+    const double sign = value < 0 ? -1 : 1;
+    double rest = std::min(std::abs(value), largest);
+    const double target = rest;
+    double n0 = 0, d0 = 1, n1 = 1, d1 = 0;
+    for (int step = 0; step < 24; ++step) {
+        const double whole = std::floor(rest);
+        const double n2 = whole * n1 + n0;
+        const double d2 = whole * d1 + d0;
+        if (n2 > largest || d2 > largest) break;
+        n0 = n1, d0 = d1, n1 = n2, d1 = d2;
+        if (rest - whole < 1e-9 || std::abs(n1 / d1 - target) <= target * 1e-12) break;
+        rest = 1 / (rest - whole);
+    }
+    return {static_cast<std::int64_t>(sign * n1), static_cast<std::int64_t>(d1 == 0 ? 1 : d1)};
+}
 
 TiffField shortField(std::uint16_t tag, std::uint16_t value, ByteOrder order) {
     return {tag, TiffType::shortInteger, 1, ByteWriter(order).write(value).take()};

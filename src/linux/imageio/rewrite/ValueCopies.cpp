@@ -75,6 +75,7 @@ struct Copy {
 constexpr std::string_view kTiffName = kCGImagePropertyTIFFDictionary;
 constexpr std::string_view kExifName = kCGImagePropertyExifDictionary;
 constexpr std::string_view kIptcName = kCGImagePropertyIPTCDictionary;
+constexpr std::string_view kGpsName = kCGImagePropertyGPSDictionary;
 
 constexpr std::array kCopies{
     Copy{kIptcName, "Keywords", {"lr", "hierarchicalSubject"}},
@@ -111,6 +112,20 @@ constexpr std::array kCopies{
     Copy{kTiffName, "Copyright", {"tiff", "Copyright"}},
     Copy{kTiffName, "Software", {"tiff", "Software"}},
     Copy{kExifName, "DateTimeDigitized", {"exif", "DateTimeDigitized"}},
+    Copy{kTiffName, "DateTime", {"tiff", "DateTime"}},
+    Copy{kExifName, "DateTimeOriginal", {"dc", "date"}},
+    Copy{kExifName, "DateTimeOriginal", {"xmpDM", "shotDate"}},
+    Copy{kExifName, "DateTimeOriginal", {"exif", "SubSecTimeOriginal"}},
+    Copy{kExifName, "DateTimeOriginal", {"exif", "OffsetTimeOriginal"}},
+    Copy{kExifName, "DateTimeOriginal", {"exifEX", "OffsetTimeOriginal"}},
+    Copy{kExifName, "DateTimeDigitized", {"exif", "SubSecTimeDigitized"}},
+    Copy{kExifName, "DateTimeDigitized", {"exif", "OffsetTimeDigitized"}},
+    Copy{kExifName, "DateTimeDigitized", {"exifEX", "OffsetTimeDigitized"}},
+    Copy{kTiffName, "DateTime", {"exif", "SubSecTime"}},
+    Copy{kTiffName, "DateTime", {"exif", "OffsetTime"}},
+    Copy{kTiffName, "DateTime", {"exifEX", "OffsetTime"}},
+    Copy{kGpsName, "TimeStamp", {"exif", "GPSTimeStamp"}},
+    Copy{kGpsName, "DateStamp", {"exif", "GPSDateStamp"}},
     Copy{kExifName, "BodySerialNumber", {"aux", "SerialNumber"}},
     Copy{kExifName, "BodySerialNumber", {"MicrosoftPhoto", "CameraSerialNumber"}},
     Copy{kExifName, "LensSerialNumber", {"aux", "LensSerialNumber"}},

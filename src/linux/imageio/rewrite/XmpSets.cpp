@@ -7,6 +7,7 @@
 #include <tuple>
 
 #include "linux/imageio/blocks/IptcDataSets.h"
+#include "linux/imageio/rewrite/ExifFields.h"
 #include "linux/imageio/rewrite/ValueCopies.h"
 #include "platform/ImageIO/CGImageProperties.h"
 
@@ -89,21 +90,28 @@ constexpr std::array kMappings{
     Mapping{kIptc, "StarRating", "xmp", "Rating", XmpForm::simple, Writing::number},
 };
 
-/// "2015:01:02 03:04:05" as "2015-01-02T03:04:05".
-std::string xmpDate(std::string_view text) {
+/// "DateTimeOriginal" has its zone in "OffsetTimeOriginal" and its fraction in "SubsecTimeOriginal".
+std::string besideDate(const Dictionary& values, std::string_view field, std::string_view date) {
+    constexpr std::string_view start = "DateTime";
+    return std::string(
+        values[kExif].dictionary()[std::string(field) + std::string(date.substr(start.size()))].string());
+}
+
+/// "2015:01:02 03:04:05" as "2015-01-02T03:04:05", with the fraction and the zone that are written along with it.
+std::string xmpDate(std::string_view text, std::string_view name, const Dictionary& values) {
     std::string date(text);
     if (date.size() < 10) return date;
     if (date[4] == ':') date[4] = '-';
     if (date[7] == ':') date[7] = '-';
     if (date.size() > 10) date[10] = 'T';
-    return date;
+    const std::string fraction = besideDate(values, "SubsecTime", name);
+    if (!fraction.empty()) date += "." + fraction;
+    return date + besideDate(values, "OffsetTime", name);
 }
 
 std::string ratioText(double value) {
-    constexpr long long thousand = 1000;
-    if (value > 0 && value < 1 && std::abs(1 / value - std::round(1 / value)) < 1e-6)
-        return "1/" + std::to_string(std::llround(1 / value));
-    return std::to_string(std::llround(value * thousand)) + "/" + std::to_string(thousand);
+    const Ratio ratio = ratioOf(value);
+    return std::to_string(ratio.numerator) + "/" + std::to_string(ratio.denominator);
 }
 
 /// XMP part 2, 1.2.7.4: "DDD,MM.mmmmmmK".
@@ -117,7 +125,9 @@ std::string coordinateText(double degrees, std::string_view reference) {
            std::string(reference.substr(0, 1));
 }
 
-std::vector<std::string> written(const Mapping& mapping, const Value& value, const Dictionary& dictionary) {
+std::vector<std::string> written(const Mapping& mapping, const Dictionary& values) {
+    const Dictionary& dictionary = values[mapping.dictionary].dictionary();
+    const Value& value = dictionary[mapping.name];
     std::vector<std::string> texts;
     if (value.isArray() && mapping.writing == Writing::texts) {
         for (const Value& one : value.array()) texts.push_back(one.description());
@@ -128,7 +138,7 @@ std::vector<std::string> written(const Mapping& mapping, const Value& value, con
     } else if (value.isArray() && mapping.form == XmpForm::simple) {
         texts.push_back(value.array().first().description());
     } else if (mapping.writing == Writing::date) {
-        texts.push_back(xmpDate(value.string()));
+        texts.push_back(xmpDate(value.string(), mapping.name, values));
     } else if (mapping.writing == Writing::ratio) {
         texts.push_back(value.isString() && value.string().empty() ? std::string() : ratioText(value.doubleValue()));
     } else if (mapping.writing == Writing::coordinate) {
@@ -154,8 +164,7 @@ std::vector<XmpProperty> xmpProperties(const Dictionary& values) {
                 return other.prefix == mapping.prefix && other.name == mapping.property;
             }))
             continue;
-        properties.push_back(
-            {mapping.prefix, mapping.property, mapping.form, written(mapping, dictionary[mapping.name], dictionary)});
+        properties.push_back({mapping.prefix, mapping.property, mapping.form, written(mapping, values)});
     }
     for (const XmpName& copy : repeatingProperties(values)) properties.push_back({copy.prefix, copy.name, {}, {}});
     return properties;
@@ -163,7 +172,7 @@ std::vector<XmpProperty> xmpProperties(const Dictionary& values) {
 
 namespace {
 
-/// IIM has Exif's dates of its own, in two data sets each: "20240501" and "123000".
+/// IIM has Exif's dates of its own, in two data sets each: "20240501" and "123000+0200".
 void addDates(const Dictionary& values, std::vector<IptcDataSet>& sets) {
     struct Date {
         std::string_view name;
@@ -174,10 +183,15 @@ void addDates(const Dictionary& values, std::vector<IptcDataSet>& sets) {
         if (!exif.contains(name)) continue;
         std::string digits(exif[name].string());
         std::erase_if(digits, [](char c) { return c < '0' || c > '9'; });
+        std::string zone = besideDate(values, "OffsetTime", name);
+        std::erase(zone, ':');
         for (const auto& [number, start, length] : {std::tuple{day, 0U, 8U}, std::tuple{time, 8U, 6U}}) {
             if (std::ranges::find(sets, number, &IptcDataSet::number) != sets.end()) continue;
             IptcDataSet set{number, {}, true};
-            if (digits.size() >= start + length) set.values.push_back(digits.substr(start, length));
+            if (digits.size() >= start + length) {
+                set.values.push_back(digits.substr(start, length));
+                if (number == time) set.values.back() += zone;
+            }
             sets.push_back(std::move(set));
         }
     }
