@@ -234,6 +234,7 @@ private:
     void updateBarButtonItems();
     void updateNavigationBarTitleUsingPHAsset(const ExifInformationRef& record);
     void fetchFullInfo(const ExifInformationRef& record);
+    void playMovie(const NSURL& url);
     /// The title, and all that belongs to one page only, follow the page in sight.
     void pageChanged();
     /// False when there is no such page, or no place for it yet.

@@ -95,7 +95,20 @@ void ExifPhotoDetailViewController::loadImageFor(const ExifInformationRef& recor
 
 void ExifPhotoDetailViewController::didTapOnImageViewForItem(const ExifInformationRef& record) {
     if (!record || record->mediaType() != PHAssetMediaTypeVideo) return;
-    const auto player = AVPlayer::playerWithURL(record->imageFilePathURL);
+    if (!record->imageFilePathURL.empty() || !record->phAsset) return playMovie(record->imageFilePathURL);
+    // The library knows where the movie is, and may have to fetch it.
+    PHVideoRequestOptions options;
+    options.networkAccessAllowed = PersistanceManager::sharedInstance().allowNetworkAccessToDownloadPhotos();
+    PHImageManager::defaultManager().requestAVAssetForVideo(
+        record->phAsset, options, [weak = weakSelf()](const std::shared_ptr<AVAsset>& movie, const Dictionary&) {
+            DispatchQueue::main().async([weak, url = movie ? NSURL::fileURLWithPath(movie->path) : NSURL()] {
+                if (const auto self = weak.lock()) self->playMovie(url);
+            });
+        });
+}
+
+void ExifPhotoDetailViewController::playMovie(const NSURL& url) {
+    const auto player = AVPlayer::playerWithURL(url);
     const auto screen = std::make_shared<AVPlayerViewController>();
     screen->setPlayer(player);
     presentViewController(screen, true, [player] { player->play(); });

@@ -6,6 +6,7 @@
 
 #include "ActionsFixture.h"
 #include "extension/IdentifyingLeftovers.h"
+#include "platform/AVFoundation/AVPlayerViewController.h"
 #include "platform/UIKit/UIAlertController.h"
 
 // Stripping and deleting over a real library.
@@ -293,6 +294,17 @@ TEST_F(LibraryActions, DeletingAsksAndTakesThePageAway) {
     EXPECT_EQ(banner(), "") << "the screen is gone";
     EXPECT_NE(navigation->topViewController(), screen);
     EXPECT_THAT(names(), IsEmpty());
+}
+
+TEST_F(LibraryActions, AMovieIsPlayedFromWhereTheLibraryKeepsIt) {
+    const auto record = recordOfAsset("m.mov");
+    record->setMediaType(PHAssetMediaTypeVideo);
+    screen->didTapOnImageViewForItem(record);
+    std::shared_ptr<AVPlayerViewController> player;
+    ASSERT_TRUE(DispatchQueue::pumpMainQueueUntil(
+        [&] { return (player = presenter.last<AVPlayerViewController>()) != nullptr; }, std::chrono::seconds(20)));
+    EXPECT_EQ(player->player()->url().path(), path("m.mov"));
+    EXPECT_TRUE(player->player()->isPlaying());
 }
 
 TEST_F(LibraryActions, EditingIsAStepWithTheRecord) {
