@@ -9,6 +9,7 @@
 #include "Output.h"
 #include "Utf8.h"
 #include "acquisition/MediaFile.h"
+#include "platform/ImageIO/MetadataAudit.h"
 
 namespace tessaly::cli {
 
@@ -73,13 +74,18 @@ std::string RewriteRun::targetOf(const NamedFile& file) const {
 }
 
 bool RewriteRun::isClean(const std::string& path, const MetadataChange& change) const {
+    // What stands there, whatever was meant to go; and whether the writer, asked once more, would change anything.
+    const auto found = auditMetadata(path);
     const auto left = metadataLeft(path, change);
-    if (!left) {
+    if (!found || !left) {
         complain(path, "cannot be read again");
         return false;
     }
-    for (const std::string& what : *left) complain(path, "not clean: " + what);
-    return left->empty();
+    const std::vector<MetadataFinding> remains = remaining(*found, change);
+    for (const MetadataFinding& finding : remains) complain(path, "not clean: " + finding.block + ": " + finding.name);
+    if (remains.empty())
+        for (const std::string& what : *left) complain(path, "not clean: " + what);
+    return remains.empty() && left->empty();
 }
 
 std::optional<std::vector<OutputFile>> RewriteRun::plan(bool& failed) const {
