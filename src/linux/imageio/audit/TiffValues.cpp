@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <set>
 
 #include "linux/imageio/Text.h"
@@ -51,9 +50,10 @@ std::string nameOf(std::span<const TagRule> rules, std::uint16_t tag) {
     if (rule != rules.end() && rule->tag == tag) return std::string(rule->name);
     const auto further = std::ranges::find(kFurtherNames, tag, &TagName::tag);
     if (further != kFurtherNames.end()) return std::string(further->name);
-    std::array<char, 16> text{};
-    std::snprintf(text.data(), text.size(), "tag 0x%04X", tag);
-    return text.data();
+    static constexpr std::string_view kDigits = "0123456789ABCDEF";
+    std::string text = "tag 0x";
+    for (unsigned shift = 16; shift > 0; shift -= 4) text += kDigits[(tag >> (shift - 4)) & 15U];
+    return text;
 }
 
 std::string numbersOf(TiffContext& tiff, const TiffEntry& entry) {
