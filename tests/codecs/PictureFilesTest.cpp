@@ -68,7 +68,7 @@ TEST_F(Thumb, FillsAFolderAndGoesOnAfterAFailure) {
     EXPECT_FALSE(std::filesystem::exists(path("out/bad.jpg.png")));
     folder.write("tree/deep/a.jpg", *fileNamed("quadrants.jpg"));
     EXPECT_EQ(run({"-r", "-o", path("out"), path("tree")}).status, 0);
-    EXPECT_EQ(colorsOf(written("out/a.jpg.jpg")), "RGBW");
+    EXPECT_EQ(colorsOf(written("out/deep/a.jpg.jpg")), "RGBW");
 }
 
 TEST_F(Thumb, RefusesWrongUsage) {
