@@ -31,18 +31,23 @@ void writeDimensions(JsonWriter& json, const CGSize& size) {
     json.endArray();
 }
 
-void writeLocation(JsonWriter& json, const std::optional<CLLocation>& location) {
+void writeNumberOrNull(JsonWriter& json, std::string_view key, const std::optional<double>& number) {
+    json.key(key);
+    number ? json.number(*number) : json.null();
+}
+
+void writeLocation(JsonWriter& json, const std::optional<MeasuredPlace>& place) {
     json.key("location");
-    if (!location) {
+    if (!place) {
         json.null();
         return;
     }
     json.beginObject();
-    json.key("latitude").number(location->coordinate.latitude);
-    json.key("longitude").number(location->coordinate.longitude);
-    json.key("altitude").number(location->altitude);
-    json.key("course").number(location->course);
-    json.key("speed").number(location->speed);
+    json.key("latitude").number(place->latitude);
+    json.key("longitude").number(place->longitude);
+    writeNumberOrNull(json, "altitude", place->altitude);
+    writeNumberOrNull(json, "course", place->course);
+    writeNumberOrNull(json, "speed", place->speed);
     json.endObject();
 }
 
@@ -89,11 +94,8 @@ void appendJson(std::string& out, const std::string& path, const MediaFile& file
     json.key("fileSizeInBytes").number(record.fileSizeInBytes);
     writeDimensions(json, record.dimensions);
     json.key("dateTaken");
-    if (record.dateTaken)
-        json.text(iso8601(*record.dateTaken));
-    else
-        json.null();
-    writeLocation(json, record.location);
+    file.facts.dateTaken.empty() ? json.null() : json.text(file.facts.dateTaken);
+    writeLocation(json, file.facts.place);
     json.key("duration");
     if (video)
         json.number(record.duration);
@@ -106,7 +108,7 @@ void appendJson(std::string& out, const std::string& path, const MediaFile& file
         json.null();
     json.key("exifInfoAvailable").boolean(record.exifInfoAvailable);
     json.key("exifORTiffInfoAvailable").boolean(record.exifORTiffInfoAvailable);
-    json.key("gpsInfoAvailable").boolean(record.gpsInfoAvailable());
+    json.key("gpsInfoAvailable").boolean(file.facts.place.has_value());
     json.key("isScreenShot").boolean(record.isScreenShot);
     writeItems(json, itemsOf(record, selection));
     json.key("metadata").value(file.properties);

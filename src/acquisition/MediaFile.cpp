@@ -34,15 +34,16 @@ MediaFile MediaFile::read(const std::string& path) {
         auto record = ExifManager::exifInformationFromSource(source, url);
         record->setMediaType(PHAssetMediaTypeImage);
         Dictionary properties = record->metaDataDictionary;
-        return {std::move(record), MediaFault::none, std::move(properties)};
+        MeasuredFacts facts = measuredFacts(properties);
+        return {std::move(record), MediaFault::none, std::move(properties), std::move(facts)};
     }
-    if (fault != CGImageSourceFault::unknownFormat) return {nullptr, fault, {}};
+    if (fault != CGImageSourceFault::unknownFormat) return {nullptr, fault, {}, {}};
     const auto asset = AVAsset::assetWithURL(path);
-    if (asset->fault != AVAssetFault::none) return {nullptr, asset->fault, {}};
+    if (asset->fault != AVAssetFault::none) return {nullptr, asset->fault, {}, {}};
     auto record = ExifManager::exifInformationFromAsset(*asset, url);
     Dictionary properties{{kCGImagePropertyTIFFDictionary, *record->tifDic}};
     if (record->exifDic) properties.setLiteral(kCGImagePropertyExifDictionary, *record->exifDic);
-    return {std::move(record), MediaFault::none, std::move(properties)};
+    return {std::move(record), MediaFault::none, std::move(properties), measuredFacts(*asset)};
 }
 
 }  // namespace tessaly

@@ -1,6 +1,7 @@
 #pragma once
 #include <string>
 
+#include "acquisition/MeasuredFacts.h"
 #include "metadata/ExifInformation.h"
 #include "platform/Foundation/FileFault.h"
 
@@ -17,6 +18,7 @@ struct MediaFile {
     ExifInformationRef record;  ///< Null when there is a fault.
     MediaFault fault = MediaFault::none;
     Dictionary properties;  ///< As the reader delivered them; of a movie {"{TIFF}": ..., "{Exif}": ...}.
+    MeasuredFacts facts;
 
     [[nodiscard]] static MediaFile read(const std::string& path);
 };
