@@ -4,17 +4,21 @@
 #include <linux/fs.h>
 #include <linux/magic.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <sys/vfs.h>
 #include <unicode/unistr.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <map>
 #include <unordered_map>
 
 #include "Output.h"
+#include "linux/foundation/AtomicFile.h"
 
 namespace tessaly::cli {
 namespace {
@@ -159,6 +163,18 @@ std::string makeFolderOf(const std::string& path) {
     std::error_code error;
     if (!folder.empty()) fs::create_directories(folder, error);
     return error ? error.message() : std::string();
+}
+
+std::string copyFileAtomically(const std::string& from, const std::string& to) {
+    const int source = ::open(from.c_str(), O_RDONLY | O_CLOEXEC);
+    struct stat status {};
+    if (source < 0 || ::fstat(source, &status) != 0) return std::strerror(errno);
+    auto copy = AtomicFile::create(to);
+    const bool isMade = copy && copy->copyFrom(source, 0, static_cast<std::uint64_t>(status.st_size)) &&
+                        copy->adopt(source, true) && copy->commit(AtomicFile::Existing::kept);
+    const int error = errno;
+    ::close(source);
+    return isMade ? "" : error == EEXIST ? "there is one already" : std::strerror(error);
 }
 
 }  // namespace tessaly::cli

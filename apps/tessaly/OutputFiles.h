@@ -36,4 +36,7 @@ void dropRepeated(std::vector<OutputFile>& files);
 /// Makes the folder in which `path` is to stand. @return "" or why that failed.
 [[nodiscard]] std::string makeFolderOf(const std::string& path);
 
+/// A whole copy with mode and times, or none; what exists is never replaced. @return "" or why that failed.
+[[nodiscard]] std::string copyFileAtomically(const std::string& from, const std::string& to);
+
 }  // namespace tessaly::cli

@@ -20,6 +20,8 @@ struct RewriteRun {
     bool keepsDates = false;
     bool recursive = false;
     bool check = false;
+    bool dryRun = false;
+    std::string backup;  ///< The folder that keeps what is replaced in place; "" for none.
 
     /// Adds the options of this structure.
     void addOptions(CLI::App& command);
@@ -33,8 +35,11 @@ private:
     [[nodiscard]] std::string targetOf(const NamedFile& file) const;
     /// What is to be done; nullopt when it was refused and complained about. `failed` as of namedFiles().
     [[nodiscard]] std::optional<std::vector<OutputFile>> plan(bool& failed) const;
+    void checkOutput(const std::vector<OutputFile>& planned) const;
     [[nodiscard]] bool rewrite(const OutputFile& file, const MetadataChange& change) const;
-    [[nodiscard]] bool isClean(const std::string& path, const MetadataChange& change) const;
+    [[nodiscard]] bool preview(const OutputFile& file, const MetadataChange& change) const;
+    [[nodiscard]] bool keepBackup(const NamedFile& file) const;
+    [[nodiscard]] int runPiped(const ChangeFor& changeFor) const;
 };
 
 /// The failure in words, as they stand behind a path.

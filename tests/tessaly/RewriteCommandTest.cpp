@@ -113,6 +113,37 @@ TEST_F(Rewriting, WritesNoOutputOverAnother) {
     EXPECT_THAT(contentOf(path("in/p-clean.jpg")), HasSubstr("SECRET"));
 }
 
+TEST_F(Rewriting, TellsAndKeepsWhatGoes) {
+    const std::string path = photo("a.jpg"), backup = (folder.path() / "before").string();
+    const std::string before = contentOf(path);
+    std::filesystem::create_hard_link(path, folder.path() / "b.jpg");
+    const ProcessResult told = run({"strip", "--dry-run", "--in-place", path});
+    EXPECT_EQ(told.status, 0) << told.errors;
+    EXPECT_THAT(told.output, AllOf(HasSubstr("TIFF: Artist"), HasSubstr("GPS: LatitudeRef")));
+    EXPECT_EQ(contentOf(path), before);
+    const ProcessResult result = run({"strip", "--in-place", "--backup", backup, path});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.errors, HasSubstr("1 other name (a hard link)"));
+    EXPECT_EQ(contentOf(backup + "/a.jpg"), before);
+    folder.write("a.jpg", before);
+    EXPECT_EQ(run({"edit", "--set", "artist=B", "--in-place", "--backup", backup, path}).status, 1);
+    EXPECT_EQ(contentOf(path), before) << "a second backup would have replaced the first";
+}
+
+TEST_F(Rewriting, CleansWhatComesThroughAPipe) {
+    const std::string path = photo("a.jpg"), program = TESSALY_PROGRAM;
+    ASSERT_EQ(run({"strip", path}).status, 0);
+    const std::string clean = contentOf(folder.path() / "a-clean.jpg");
+    for (const std::string& call :
+         {"cat " + path + " | " + program + " strip --check -", program + " strip - < " + path,
+          "cat " + path + " | " + program + " strip /dev/stdin", "cat " + path + " | " + program + " strip /dev/fd/0",
+          program + " strip -o - " + path})
+        EXPECT_EQ(runProcess({"/bin/sh", "-c", call}).output, clean) << call;
+    EXPECT_EQ(runProcess({"/bin/sh", "-c", program + " strip - < /dev/null"}).status, 1);
+    EXPECT_EQ(run({"strip", "-", path}).status, 2);
+    EXPECT_EQ(names(), (std::set<std::string>{"a.jpg", "a-clean.jpg"}));
+}
+
 TEST_F(Rewriting, InPlaceKeepsModeAttributesAndOnRequestTimes) {
     const std::string path = photo("a.jpg");
     const std::string link = (folder.path() / "link.jpg").string();

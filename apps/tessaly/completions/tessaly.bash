@@ -100,7 +100,7 @@ _tessaly() {
             if [[ $current == -* ]]; then
                 local own="--set"
                 [ "$command" = strip ] && own="--location --keep --check"
-                mapfile -t COMPREPLY < <(compgen -W "$own --output --in-place --force --keep-dates --recursive --help" -- "$current")
+                mapfile -t COMPREPLY < <(compgen -W "$own --output --in-place --backup --dry-run --force --keep-dates --recursive --help" -- "$current")
             else
                 mapfile -t COMPREPLY < <(compgen -f -- "$current")
             fi

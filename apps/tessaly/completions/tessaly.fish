@@ -26,6 +26,8 @@ complete -c tessaly -n "__fish_seen_subcommand_from strip; and not __fish_seen_s
 complete -c tessaly -n "__fish_seen_subcommand_from edit; and not __fish_seen_subcommand_from library" -l set -x -d "A value to write"
 complete -c tessaly -n "__fish_seen_subcommand_from strip edit; and not __fish_seen_subcommand_from library" -s o -l output -r -d "Into this folder, or the copy"
 complete -c tessaly -n "__fish_seen_subcommand_from strip edit; and not __fish_seen_subcommand_from library" -l in-place -d "Replace the files themselves"
+complete -c tessaly -n "__fish_seen_subcommand_from strip edit; and not __fish_seen_subcommand_from library" -l backup -r -d "Keep copies of what is replaced in this folder"
+complete -c tessaly -n "__fish_seen_subcommand_from strip edit; and not __fish_seen_subcommand_from library" -l dry-run -d "Tell what would go, and write nothing"
 complete -c tessaly -n "__fish_seen_subcommand_from strip edit; and not __fish_seen_subcommand_from library" -l force -d "Replace files that exist"
 complete -c tessaly -n "__fish_seen_subcommand_from strip edit; and not __fish_seen_subcommand_from library" -l keep-dates -d "Keep the time stamps"
 complete -c tessaly -n "__fish_seen_subcommand_from strip edit; and not __fish_seen_subcommand_from library" -s r -l recursive -d "Do what is in folders"

@@ -1,5 +1,7 @@
 #include "platform/ImageIO/MetadataRewrite.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -88,7 +90,40 @@ RewriteFailure failureOf(RewriteFault fault) {
 /// A file of that size is written sooner than a thread is started.
 constexpr std::uint64_t kSmall = 2 * 1024 * 1024;
 
-bool writePlan(const RewritePlan& plan, ByteSource& source, AtomicFile& target) {
+/// An open file that is written onwards.
+class OpenFile {
+public:
+    explicit OpenFile(int file) : file_(file) {}
+
+    bool write(std::span<const std::byte> bytes) {
+        while (!bytes.empty()) {
+            const auto written = ::write(file_, bytes.data(), bytes.size());
+            if (written < 0 && errno == EINTR) continue;
+            if (written <= 0) return false;
+            bytes = bytes.subspan(static_cast<std::size_t>(written));
+        }
+        return true;
+    }
+    bool copyFrom(int source, std::uint64_t offset, std::uint64_t length) {
+        std::vector<std::byte> buffer(static_cast<std::size_t>(std::min<std::uint64_t>(length, 256 * 1024)));
+        while (length > 0) {
+            const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(length, buffer.size()));
+            const auto got = ::pread(source, buffer.data(), wanted, static_cast<off_t>(offset));
+            if (got < 0 && errno == EINTR) continue;
+            if (got == 0) errno = EIO;  // The file has become shorter.
+            if (got <= 0 || !write(std::span(buffer).first(static_cast<std::size_t>(got)))) return false;
+            offset += static_cast<std::uint64_t>(got);
+            length -= static_cast<std::uint64_t>(got);
+        }
+        return true;
+    }
+
+private:
+    int file_;
+};
+
+template <class Target>
+bool writePlan(const RewritePlan& plan, ByteSource& source, Target& target) {
     return std::ranges::all_of(plan.pieces(), [&](const RewritePlan::Piece& piece) {
         if (piece.isScans)
             return writeJpegScans(source, piece.offset,
@@ -173,6 +208,18 @@ RewriteFailure rewriteMetadata(const std::string& source, const std::string& tar
     if (!writePlan(isSmall ? plan->resolved(*bytes) : *plan, *bytes, *file) ||
         !file->adopt(bytes->descriptor(), options.keepsTimes) || !file->commit(existing))
         return writeFailure();
+    return {};
+}
+
+RewriteFailure rewriteMetadata(const std::string& source, int target, const MetadataChange& change) {
+    FileFault fault{};
+    auto bytes = ByteSource::openFile(source, fault);
+    if (!bytes) return {RewriteFailure::Kind::cannotRead, fault, 0};
+    RewriteFailure failure;
+    const auto plan = rewritePlan(*bytes, change, failure);
+    if (!plan) return failure;
+    OpenFile file(target);
+    if (!writePlan(*plan, *bytes, file)) return writeFailure();
     return {};
 }
 

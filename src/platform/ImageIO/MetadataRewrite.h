@@ -38,6 +38,10 @@ struct RewriteOptions {
 [[nodiscard]] RewriteFailure rewriteMetadata(const std::string& source, const std::string& target,
                                              const MetadataChange& change, const RewriteOptions& options);
 
+/// The same into a file that is open for writing, from where it stands on: a temporary one, of which nothing is asked
+/// after a failure.
+[[nodiscard]] RewriteFailure rewriteMetadata(const std::string& source, int target, const MetadataChange& change);
+
 /// The same over bytes in memory; null with a failure.
 [[nodiscard]] Data rewriteMetadata(const Data& bytes, const MetadataChange& change, RewriteFailure* failure = nullptr);
 

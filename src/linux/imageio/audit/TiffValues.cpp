@@ -19,6 +19,17 @@ struct TagName {
 };
 /// Those that no property is made of, from TIFF/EP, DNG, Windows and image editors.
 constexpr std::array kFurtherNames{
+    TagName{0x0100, "ImageWidth"},
+    TagName{0x0101, "ImageLength"},
+    TagName{0x0102, "BitsPerSample"},
+    TagName{0x0111, "StripOffsets"},
+    TagName{0x0115, "SamplesPerPixel"},
+    TagName{0x0116, "RowsPerStrip"},
+    TagName{0x0117, "StripByteCounts"},
+    TagName{0x011C, "PlanarConfiguration"},
+    TagName{0x0201, "ThumbnailOffset"},
+    TagName{0x0202, "ThumbnailLength"},
+    TagName{0x0213, "YCbCrPositioning"},
     TagName{0x001E, "TimeCodes"},
     TagName{0x4746, "Rating"},
     TagName{0x800D, "ImageID"},
