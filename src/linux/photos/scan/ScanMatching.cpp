@@ -11,40 +11,45 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// One answer to "which known file is this?", the surest first. Each pairs what earlier ones have left; where several
-/// pairs are possible, order decides: a file stays where it is rather than move, and the older row comes first.
+/// One answer to "which known file is this?", the surest first: what has the same values in `keys`. Each pairs what
+/// earlier ones have left.
 struct Rule {
-    const char* name;
-    const char* condition;  ///< Of known `k` and loose `s`.
+    std::string_view keys;           ///< Columns of known and loose, with commas between.
+    std::string_view ofKnown = "1";  ///< What the known file has to be besides,
+    std::string_view ofLoose = "1";  ///< and the loose one.
+    /// Only files that are alone with their values in these columns. What a server tells may be the same of several
+    /// files: then it tells nothing.
+    std::string_view aloneIn = {};
 };
+
+constexpr std::array kRules{
+    // The same place and marks.
+    Rule{.keys = "folder, path, size, changed, inode, born, etag", .aloneIn = "folder, path"},
+    // The same file.
+    Rule{"inode, device, born", "inode <> 0 AND born <> 0"},
+    // The same content.
+    Rule{"print, size", "print IS NOT NULL"},
+    // The same beginning, all that an earlier version noted.
+    Rule{"head, size", "head <> 0 AND print IS NULL"},
+    Rule{.keys = "folder, etag, size", .ofKnown = "remote AND etag <> ''", .aloneIn = "folder, etag"},
+    Rule{.keys = "folder, size, changed",
+         .ofKnown = "remote AND changed <> 0 AND etag = ''",
+         .aloneIn = "folder, size, changed"},
+    Rule{.keys = "folder, size, changed",
+         .ofKnown = "remote AND changed <> 0",
+         .ofLoose = "etag = ''",
+         .aloneIn = "folder, size, changed"},
+};
+
+/// Where several pairs are possible, a file stays where it is rather than move, and is the same file or as old as
+/// before; at last the older row comes first. By turns, as what is one by one is quick among any number of equals.
+constexpr std::array<std::string_view, 5> kPreferences{", folder, path", ", inode, changed", ", inode", ", changed",
+                                                       ""};
 
 /// A program that saves a copy of the old file beside the new one ("a.jpg_original", "a.jpg~") has not moved the photo.
 constexpr std::string_view kIsNoBackup =
     "NOT (k.folder = s.folder AND k.path <> s.path AND substr(s.path, 1, length(k.path)) = k.path AND EXISTS (SELECT 1 "
     "FROM seen WHERE seen.folder = k.folder AND seen.path = k.path))";
-
-constexpr std::array kRules{
-    Rule{"the same place and marks",
-         "k.folder = s.folder AND k.path = s.path AND k.size = s.size AND k.changed = "
-         "s.changed AND k.inode = s.inode AND k.born = s.born AND k.etag = s.etag"},
-    Rule{"the same file",
-         "k.inode <> 0 AND k.inode = s.inode AND k.device = s.device AND k.born <> 0 AND k.born = "
-         "s.born"},
-    Rule{"the same content", "k.print = s.print AND k.size = s.size"},
-    Rule{"the same beginning, all that an earlier version noted",
-         "k.head = s.head AND k.head <> 0 AND k.size = s.size AND k.print IS NULL"},
-    // What a server tells may be the same of several files: then it tells nothing.
-    Rule{"the same tag of a server",
-         "k.remote AND k.folder = s.folder AND k.etag <> '' AND k.etag = s.etag AND k.size = s.size AND 1 = (SELECT "
-         "COUNT(*) FROM known AS o WHERE o.etag = k.etag AND o.folder = k.folder) AND 1 = (SELECT COUNT(*) FROM loose "
-         "AS o WHERE o.etag = s.etag AND o.folder = s.folder)"},
-    Rule{
-        "the same size and time on a server",
-        "k.remote AND k.folder = s.folder AND k.size = s.size AND k.changed = s.changed AND k.changed <> 0 AND (k.etag "
-        "= '' OR s.etag = '') AND 1 = (SELECT COUNT(*) FROM known AS o WHERE o.size = k.size AND o.changed = k.changed "
-        "AND o.folder = k.folder) AND 1 = (SELECT COUNT(*) FROM loose AS o WHERE o.size = s.size AND o.changed = "
-        "s.changed AND o.folder = s.folder)"},
-};
 
 /// What was fetched of a file on a server that has another name by now.
 struct CopyMove {
@@ -109,6 +114,10 @@ public:
         gatherLoose();
         for (const Rule& rule : kRules) pair(rule);
         follow();
+        // What is left may still be what the reader finds.
+        database_.run(
+            "DELETE FROM known WHERE id IN (SELECT known FROM matches) OR (id > 0 AND EXISTS (SELECT 1 FROM seen WHERE "
+            "seen.folder = known.folder AND seen.path = known.path))");
     }
 
 private:
@@ -117,16 +126,12 @@ private:
             "CREATE TEMP TABLE IF NOT EXISTS known (id INTEGER PRIMARY KEY, folder INTEGER, path TEXT, size INTEGER, "
             "changed INTEGER, inode INTEGER, device INTEGER, born INTEGER, etag TEXT, head INTEGER, print TEXT, remote "
             "INTEGER); "
-            "CREATE INDEX IF NOT EXISTS temp.known_by_size ON known (size, changed); "
-            "CREATE INDEX IF NOT EXISTS temp.known_by_print ON known (print); "
-            "CREATE INDEX IF NOT EXISTS temp.known_by_head ON known (head); "
-            "CREATE INDEX IF NOT EXISTS temp.known_by_etag ON known (etag) WHERE etag <> ''; "
+            "CREATE INDEX IF NOT EXISTS temp.known_by_size ON known (size); "
+            "CREATE INDEX IF NOT EXISTS temp.known_by_print ON known (print, size < 0, id < 0, abs(id)); "
             "CREATE INDEX IF NOT EXISTS temp.known_by_inode ON known (inode); "
             "CREATE INDEX IF NOT EXISTS temp.known_by_path ON known (folder, path); "
             "CREATE TEMP TABLE IF NOT EXISTS loose (id INTEGER PRIMARY KEY, folder INTEGER, path TEXT, size INTEGER, "
             "changed INTEGER, inode INTEGER, device INTEGER, born INTEGER, etag TEXT, head INTEGER, print TEXT); "
-            "CREATE INDEX IF NOT EXISTS temp.loose_by_size ON loose (size, changed); "
-            "CREATE INDEX IF NOT EXISTS temp.loose_by_etag ON loose (etag); "
             "CREATE TEMP TABLE IF NOT EXISTS matches (known INTEGER PRIMARY KEY, loose INTEGER UNIQUE); "
             "DELETE FROM known; DELETE FROM loose; DELETE FROM matches");
     }
@@ -208,13 +213,33 @@ private:
     }
 
     void pair(const Rule& rule) const {
-        database_.run(
-            "INSERT OR IGNORE INTO matches SELECT k.id, s.id FROM loose AS s JOIN known AS k ON " +
-            std::string(rule.condition) +
-            " WHERE k.id NOT IN (SELECT known FROM matches) AND s.id NOT IN (SELECT loose FROM matches) AND " +
-            std::string(kIsNoBackup) +
-            " ORDER BY k.folder = s.folder AND k.path = s.path DESC, k.inode = s.inode DESC, k.changed = s.changed "
-            "DESC, k.id < 0, abs(k.id), s.folder, s.path");
+        if (!rule.aloneIn.empty()) return pair(rule, "", "ASC");
+        for (const std::string_view preference : kPreferences) pair(rule, preference, "ASC");
+        // Once more from the other end: a pair that would be a photo and its backup has kept two others apart.
+        pair(rule, "", "DESC");
+    }
+
+    /// The first of the known with the first of the loose, the second with the second, among those that have the same
+    /// keys: as many steps as there are files, where trying each with each would be their square.
+    void pair(const Rule& rule, std::string_view preference, std::string_view direction) const {
+        const std::string keys = std::string(rule.keys) + std::string(preference);
+        const auto numbered = [&](std::string_view table, std::string_view order, std::string_view condition) {
+            return "(SELECT *, ROW_NUMBER() OVER (PARTITION BY " + keys + " ORDER BY " + std::string(order) +
+                   ") AS number FROM " + std::string(table) + " WHERE " + std::string(condition) +
+                   " AND id NOT IN (SELECT " + std::string(table) + " FROM matches))";
+        };
+        // Counted among all there are, whether they have found each other before or not.
+        const auto alone = [&](std::string_view table) {
+            if (rule.aloneIn.empty()) return std::string();
+            const std::string columns(rule.aloneIn);
+            return " AND (" + columns + ") IN (SELECT " + columns + " FROM " + std::string(table) + " GROUP BY " +
+                   columns + " HAVING COUNT(*) = 1)";
+        };
+        database_.run("INSERT OR IGNORE INTO matches SELECT k.id, s.id FROM " +
+                      numbered("known", "id < 0, abs(id)", std::string(rule.ofKnown) + alone("known")) + " AS k JOIN " +
+                      numbered("loose", "folder " + std::string(direction) + ", path " + std::string(direction),
+                               std::string(rule.ofLoose) + alone("loose")) +
+                      " AS s USING (" + keys + ", number) WHERE " + std::string(kIsNoBackup));
     }
 
     /// Rows make way for each other by names that no file has, so that they may change places.
@@ -341,22 +366,16 @@ bool matchFiles(LibraryStore& store, ScanResult& result) {
 
 namespace {
 
-constexpr std::string_view kIsFree =
-    "NOT EXISTS (SELECT 1 FROM matches WHERE known = k.id) AND (k.id < 0 OR NOT EXISTS (SELECT 1 FROM seen WHERE "
-    "seen.folder = k.folder AND seen.path = k.path)) ";
-
 /// The known file that has this content, or had it before it was edited.
 std::optional<std::int64_t> knownByContent(const Database& database, const std::string& print, bool& isUnedited) {
     isUnedited = false;
-    const auto known = database.integer("SELECT id FROM known AS k WHERE print = ? AND " + std::string(kIsFree) +
-                                            "ORDER BY size < 0, id < 0, abs(id) LIMIT 1",
-                                        print);
+    const auto known =
+        database.integer("SELECT id FROM known WHERE print = ? ORDER BY size < 0, id < 0, abs(id) LIMIT 1", print);
     if (known) return known;
     isUnedited = true;
     return database.integer(
         "SELECT k.id FROM edits JOIN files ON files.asset = edits.asset AND files.type <> 9 JOIN known AS k ON k.id = "
-        "files.id WHERE original_print = ? AND " +
-            std::string(kIsFree) + "LIMIT 1",
+        "files.id WHERE original_print = ? LIMIT 1",
         print);
 }
 
@@ -367,7 +386,7 @@ bool followContent(const Database& database, const FilePlace& place, const FileF
     bool isUnedited = false;
     const auto known = knownByContent(database, facts.prints.print, isUnedited);
     if (!known) return false;
-    database.run("INSERT INTO matches VALUES (?, NULL)", *known);
+    database.run("DELETE FROM known WHERE id = ?", *known);
     if (*known < 0) {
         if (!database.integer("SELECT 1 FROM gone_files WHERE id = ?", -*known)) return false;
         database.run("DELETE FROM files WHERE folder = ? AND path = ?", place.folder, place.path);
