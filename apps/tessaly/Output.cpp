@@ -70,6 +70,21 @@ bool wantsColour() {
     return isTerminal() && !std::getenv("NO_COLOR") && term && std::string_view(term) != "dumb";
 }
 
+StatusLine::StatusLine() : isShown_(::isatty(STDERR_FILENO) == 1) {}
+
+void StatusLine::show(const std::string& text) {
+    constexpr std::chrono::milliseconds kPause{100};
+    const auto now = std::chrono::steady_clock::now();
+    if (!isShown_ || now < next_) return;
+    next_ = now + kPause;
+    isDirty_ = true;
+    writeAll(STDERR_FILENO, "\r\x1b[K" + escaped(text));
+}
+
+StatusLine::~StatusLine() {
+    if (isDirty_) writeAll(STDERR_FILENO, "\r\x1b[K");
+}
+
 Progress::Progress(std::size_t total)
     : total_(total), shown_(total >= kManyFiles && ::isatty(STDERR_FILENO) == 1 && !isTerminal()) {}
 

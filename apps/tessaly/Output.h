@@ -1,4 +1,5 @@
 #pragma once
+#include <chrono>
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -27,6 +28,22 @@ void complain(std::string_view what);
 [[nodiscard]] bool isTerminal();
 [[nodiscard]] std::size_t terminalWidth();
 [[nodiscard]] bool wantsColour();
+
+/// A line on a terminal's standard error that each text overwrites, a few times a second at most, and that is gone in
+/// the end; nothing elsewhere.
+class StatusLine {
+public:
+    StatusLine();
+    ~StatusLine();
+    StatusLine(const StatusLine&) = delete;
+    StatusLine& operator=(const StatusLine&) = delete;
+    void show(const std::string& text);
+
+private:
+    bool isShown_;
+    bool isDirty_ = false;
+    std::chrono::steady_clock::time_point next_;
+};
 
 /// One line on a terminal's standard error that is overwritten while work goes on; nothing elsewhere.
 class Progress {

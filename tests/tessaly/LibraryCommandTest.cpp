@@ -46,6 +46,54 @@ protected:
     TemporaryFolder folder_;
 };
 
+TEST_F(LibraryCommand, AConditionIsUnderstoodOrRefused) {
+    ASSERT_EQ(run({"edit", path("one.jpg"), "--set", "date=2024-05-01 12:30:05"}).status, 0);
+    const struct {
+        const char* condition;
+        const char* says;  ///< A part of the fault, or "" where the photo is found, or "-" where it is not.
+    } cases[] = {
+        {"creationDate = 2024", ""},
+        {"creationDate = 2024-05-01", ""},
+        {"creationDate > 2024-05-01", "-"},
+        {"creationDate >= 2024-05-01", ""},
+        {"creationDate <= 2024-05", ""},
+        {"creationDate < 2024-05-01T12:30", "-"},
+        {"2024-05-01T12:30 <= creationDate AND creationDate < '2024-05-01T12:31'", ""},
+        {"creationDate != 2024-05-01", "-"},
+        {"creationDate IN {2023, 2024-05}", ""},
+        {"creationDate BETWEEN {2024-05-01, 2024-05-01}", ""},
+        {"location != NULL AND favorite = NO", ""},
+        {"creatonDate > 2024", "'creatonDate' is not a name that can be asked for; did you mean 'creationDate'?"},
+        {"duration > 'long'", "'duration' is a number, and 'long' is none"},
+        {"duration IN {1, '2'}", "'duration' is a number, and '2' is none"},
+        {"duration > NULL", "'duration' is a number, and NULL is none"},
+        {"localIdentifier = 5", "'localIdentifier' is a text, and 5 is none"},
+        {"favorite = 'x'", "'favorite' is YES or NO, and 'x' is neither"},
+        {"favorite < YES", "'favorite' is YES or NO, to which < does not apply"},
+        {"creationDate > 2024-13-01", "'creationDate' is a date, and '2024-13-01' is none; dates are written"},
+        {"creationDate > 2023-02-29", "'2023-02-29' is none"},
+        {"creationDate > 2024-05-01T25:00", "'2024-05-01T25:00' is none"},
+        {"creationDate > 2024-05-0", "is not understood at position 16"},
+        {"creationDate CONTAINS 2024", "'creationDate' is a date, to which CONTAINS does not apply"},
+        {"location > 3", "'location' is a place, to which > does not apply"},
+        {"location = 3", "ask 'location = NULL'"},
+        {"duration = creationDate", "'duration' is a number, and 'creationDate' is a date"},
+        {"SELF = 1", "SELF stands for nothing here"},
+        {"duration > 10 AND", "ends too early at position 18"},
+    };
+    for (const auto& [condition, says] : cases) {
+        SCOPED_TRACE(condition);
+        const ProcessResult result = run({"list", "--where", condition});
+        const bool isFound = says[0] == '\0';
+        const bool isFault = !isFound && says != std::string_view("-");
+        EXPECT_EQ(result.status, isFault ? 2 : 0) << result.errors;
+        EXPECT_EQ(!result.output.empty(), isFound);
+        if (isFault) EXPECT_THAT(result.errors, StartsWith("tessaly: --where: "));
+        if (isFault) EXPECT_THAT(result.errors, HasSubstr(says));
+    }
+    for (const char* limit : {"-1", "0", "many"}) EXPECT_EQ(run({"list", "--limit", limit}).status, 2) << limit;
+}
+
 TEST_F(LibraryCommand, AnEditIsMadeInPlaceAndTakenBack) {
     const std::string original = contentOf(path("one.jpg"));
     const struct {

@@ -1,7 +1,3 @@
-#include <unistd.h>
-
-#include <iostream>
-
 #include "../CommandLine.h"
 #include "../Json.h"
 #include "../Output.h"
@@ -30,12 +26,15 @@ int scan() {
         complain("the library has no folder yet; 'tessaly library add FOLDER' gives it one");
         return kFailure;
     }
-    const bool isShown = ::isatty(STDERR_FILENO) != 0;
-    const auto result = library->scan([&](std::size_t read) {
-        if (isShown) std::cerr << "\r" << read << " files read" << std::flush;
-        return true;
-    });
-    if (isShown) std::cerr << "\r\033[K";
+    const auto result = [&] {
+        StatusLine line;
+        return library->scan([&line](const photos::ScanProgress& progress) {
+            line.show(progress.toRead == 0 ? std::to_string(progress.seen) + " files found"
+                                           : std::to_string(progress.read) + " of " + std::to_string(progress.toRead) +
+                                                 " new or changed files read");
+            return true;
+        });
+    }();
     for (const auto& problem : result.problems) complain(problem.path, problem.why);
     Output::standard() << std::to_string(result.seen) + " files: " + std::to_string(result.added) + " new, " +
                               std::to_string(result.changed) + " changed, " + std::to_string(result.moved) +

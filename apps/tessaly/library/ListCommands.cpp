@@ -1,4 +1,7 @@
+#include <array>
+
 #include "../CommandLine.h"
+#include "../Condition.h"
 #include "../Json.h"
 #include "../Output.h"
 #include "../RecordJson.h"
@@ -65,6 +68,21 @@ std::string lineOf(const PhotoLibrary& library, const PHAsset& asset) {
            escaped(fileNameOf(library, asset)) + presence + "\n";
 }
 
+constexpr std::array kConditionNames = std::to_array<ConditionName>({{"localIdentifier", ConditionKind::text},
+                                                                     {"mediaType", ConditionKind::number},
+                                                                     {"mediaSubtypes", ConditionKind::number},
+                                                                     {"creationDate", ConditionKind::date},
+                                                                     {"modificationDate", ConditionKind::date},
+                                                                     {"location", ConditionKind::place},
+                                                                     {"pixelWidth", ConditionKind::number},
+                                                                     {"pixelHeight", ConditionKind::number},
+                                                                     {"duration", ConditionKind::number},
+                                                                     {"favorite", ConditionKind::truth},
+                                                                     {"hasAdjustments", ConditionKind::truth},
+                                                                     {"isAway", ConditionKind::truth},
+                                                                     {"isGone", ConditionKind::truth},
+                                                                     {"presence", ConditionKind::number}});
+
 PHFetchOptions fetchOptionsOf(const LibraryOptions& options) {
     PHFetchOptions fetch;
     fetch.fetchLimit = options.limit;
@@ -72,12 +90,15 @@ PHFetchOptions fetchOptionsOf(const LibraryOptions& options) {
     const bool byModification = options.sort == "modified";
     fetch.sortDescriptors = {{byModification ? "modificationDate" : "creationDate", !options.descending},
                              {byModification ? "creationDate" : "modificationDate", !options.descending}};
-    std::string format = options.predicate;
-    if (options.favorites) format = format.empty() ? "favorite = YES" : "favorite = YES AND (" + format + ")";
-    if (format.empty()) return fetch;
-    std::string error;
-    fetch.predicate = NSPredicate::predicateWithFormat(format, {}, &error);
-    if (!fetch.predicate) throw CLI::ValidationError("--where: " + error);
+    if (options.predicate.empty() && !options.favorites) return fetch;
+    // The condition is understood by itself: places of its faults are counted in it alone.
+    std::optional<NSPredicate> where;
+    if (!options.predicate.empty()) where = parsedCondition("--where", options.predicate, kConditionNames);
+    const auto favorites = NSPredicate::predicateWithFormat("favorite = YES");
+    fetch.predicate =
+        where && options.favorites
+            ? NSPredicate::predicateWithRoot({PredicateNode::Kind::conjunction, {}, {favorites->root(), where->root()}})
+            : (where ? where : favorites);
     return fetch;
 }
 
@@ -166,13 +187,15 @@ void addListCommands(CLI::App& library, const SharedLibraryOptions& options, int
     listing->add_flag("--favorites", options->favorites, "Only favorites");
     listing
         ->add_option("--where", options->predicate,
-                     "Only what a condition holds for: 'duration > 10', 'location = NULL'")
+                     "Only what a condition holds for: 'duration > 10', 'creationDate >= 2024-05-01'")
         ->type_name("CONDITION");
     listing->add_option("--sort", options->sort, "By created (default) or modified date")
         ->check(CLI::IsMember({"created", "modified"}))
         ->type_name("DATE");
     listing->add_flag("--newest", options->descending, "Newest first");
-    listing->add_option("--limit", options->limit, "At most so many")->check(CLI::NonNegativeNumber)->type_name("N");
+    listing->add_option("--limit", options->limit, "At most so many")
+        ->check(CLI::Range(std::int64_t{1}, std::int64_t{1} << 40))
+        ->type_name("N");
     listing->add_flag("--gone", options->gone, "Also photos whose files are gone and that are still remembered");
     listing->add_flag("--json", options->json, "As JSON");
     listing->footer(

@@ -51,6 +51,27 @@ std::size_t nameLength(std::string_view text) {
     return end;
 }
 
+/// Whether `text` begins with `pattern`, where 0 stands for any digit.
+bool beginsAs(std::string_view text, std::string_view pattern) {
+    return text.size() >= pattern.size() &&
+           std::ranges::equal(text.substr(0, pattern.size()), pattern,
+                              [](char c, char wanted) { return wanted == '0' ? isAmong(kDigits, c) : c == wanted; });
+}
+
+/// Bytes of the month, day or moment of ISO 8601 that `text` begins with; 0 for none. A year alone is a number.
+std::size_t dateLength(std::string_view text) {
+    std::size_t length = 0;
+    const auto goesOn = [&](std::initializer_list<std::string_view> patterns) {
+        for (const std::string_view pattern : patterns)
+            if (beginsAs(text.substr(length), pattern)) return length += pattern.size(), true;
+        return false;
+    };
+    if (!goesOn({"0000-00"}) || !goesOn({"-00"}) || !goesOn({"T00:00"})) return length;
+    goesOn({":00"});
+    goesOn({"Z", "+00:00", "-00:00"});
+    return length;
+}
+
 bool isKeyword(std::string_view word) {
     return std::ranges::any_of(kKeywords, [&](std::string_view keyword) { return equalIgnoringCase(word, keyword); });
 }
@@ -101,6 +122,7 @@ private:
         if (at_ == source_.size()) return;
         if (atAny("'\"")) return readText(token, Token::Kind::text);
         if (atAny("#")) return readName(token);
+        if (const std::size_t length = dateLength(rest())) return readDate(token, length);
         if (atNumber()) return readNumber(token);
         if (const std::size_t length = nameLength(rest())) return take(token, Token::Kind::word, length);
         if (atAny("%")) return readSubstitution(token);
@@ -157,6 +179,13 @@ private:
         if (text.starts_with('-')) text.remove_prefix(1);
         if (text.starts_with('.')) text.remove_prefix(1);
         return !text.empty() && isAmong(kDigits, text.front());
+    }
+
+    void readDate(Token& token, std::size_t length) {
+        token.text = rest().substr(0, length);
+        take(token, Token::Kind::text, length);
+        if (at_ < source_.size() && (isNameByte(source_[at_]) || atAny("-:."))) take(token, Token::Kind::fault, 1);
+        if (token.kind == Token::Kind::fault) token.text.clear();
     }
 
     void readNumber(Token& token) {

@@ -7,12 +7,14 @@
 
 namespace tessaly::photos {
 
-ScanResult scanLibrary(LibraryStore& store, const std::function<bool(std::size_t read)>& progress) {
+ScanResult scanLibrary(LibraryStore& store, const std::function<bool(const ScanProgress&)>& progress) {
     // What another program was killed in is not taken for the work of strangers.
     playJournal(store);
     ScanResult result;
     const std::vector<ScanFolder> folders = scanFolders(store);
-    walkFolders(store, folders, result);
+    walkFolders(store, folders, result, [&](std::size_t seen) {
+        if (progress) static_cast<void>(progress({.seen = seen}));
+    });
     if (!matchFiles(store, result)) return result;
     ScanReader reader(store, folders, result, progress);
     if (reader.run()) {

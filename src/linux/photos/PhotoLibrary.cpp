@@ -166,7 +166,7 @@ bool PhotoLibrary::canDelete(const std::string& identifier) const {
     return can;
 }
 
-ScanResult PhotoLibrary::scan(const std::function<bool(std::size_t read)>& progress) {
+ScanResult PhotoLibrary::scan(const std::function<bool(const ScanProgress&)>& progress) {
     ScanResult result;
     {
         const std::lock_guard lock(changing_);

@@ -43,7 +43,7 @@ public:
     /// or what is wrong.
     [[nodiscard]] std::string evict(const std::string& identifier);
 
-    ScanResult scan(const std::function<bool(std::size_t read)>& progress = {});
+    ScanResult scan(const std::function<bool(const ScanProgress&)>& progress = {});
     /// Scans by itself, as soon as something changes in the folders, until the library is destroyed.
     void startWatching();
 

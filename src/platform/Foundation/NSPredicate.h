@@ -90,13 +90,17 @@ public:
     /// percent sign. Nothing is filled in between quotes.
     ///
     /// A name that is also a word of the language is written #name, any other text as a name #'text'. A date is
-    /// DATE(seconds since 1970). Nesting is limited to 200. Nullopt with a message in `error` for anything else.
+    /// DATE(seconds since 1970); 2024-05, 2024-05-01 and 2024-05-01T12:30:05+02:00 without quotes are texts. Nesting is
+    /// limited to 200. Nullopt with a message in `error` for anything else.
     static std::optional<NSPredicate> predicateWithFormat(std::string_view format,
                                                           std::span<const Value> arguments = {},
                                                           std::string* error = nullptr);
     static std::optional<NSPredicate> predicateWithFormat(std::string_view format,
                                                           std::initializer_list<Value> arguments,
                                                           std::string* error = nullptr);
+
+    /// The condition that a tree stands for.
+    static NSPredicate predicateWithRoot(PredicateNode root) { return NSPredicate(std::move(root)); }
 
     [[nodiscard]] bool evaluateWithObject(const ValueForKeyPath& valueForKeyPath) const;
     [[nodiscard]] const PredicateNode& root() const noexcept { return *root_; }

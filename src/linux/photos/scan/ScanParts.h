@@ -1,5 +1,6 @@
 #pragma once
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -13,7 +14,7 @@
 /// - `seen`: the files that were met on the walk.
 /// - `walked`: the folders that were walked to their end; only these can miss files.
 /// - `known`: the files of photos that are not where, or what, they were (`id`), and the remembered ones that are gone
-///   (`-id`).
+///   (`-id`). Once they are matched, those that have not been found yet.
 /// - `loose`: the files that were met and are not what is known at their place.
 /// - `matches`: which of the known is which of the loose.
 namespace tessaly::photos {
@@ -35,8 +36,9 @@ inline constexpr std::string_view kIsSettled =
 
 [[nodiscard]] std::vector<ScanFolder> scanFolders(LibraryStore& store);
 
-/// Looks at every file there is: fills `seen` and `walked`.
-void walkFolders(LibraryStore& store, const std::vector<ScanFolder>& folders, ScanResult& result);
+/// Looks at every file there is: fills `seen` and `walked`. `progress` is told now and then how many there were so far.
+void walkFolders(LibraryStore& store, const std::vector<ScanFolder>& folders, ScanResult& result,
+                 const std::function<void(std::size_t seen)>& progress);
 
 /// Finds out which file is which, where that is not plain, and lets the rows follow: fills and uses `known`, `loose`
 /// and `matches`. Files that the library knows nothing of are left for the reader.

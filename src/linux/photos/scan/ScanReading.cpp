@@ -126,9 +126,7 @@ bool hasMissingTwin(const Database& database, std::int64_t asset, const Likeness
         .integer(
             "SELECT 1 FROM known AS k JOIN files ON files.id = k.id JOIN assets ON assets.id = files.asset WHERE "
             "assets.id <> ?1 AND " +
-                std::string(kIsUndated) +
-                " AND NOT EXISTS (SELECT 1 FROM matches WHERE known = k.id) AND NOT EXISTS (SELECT 1 FROM seen "
-                "WHERE seen.folder = k.folder AND seen.path = k.path) LIMIT 1",
+                std::string(kIsUndated) + " LIMIT 1",
             asset, likeness.mediaType, static_cast<std::int64_t>(likeness.width),
             static_cast<std::int64_t>(likeness.height))
         .has_value();
@@ -162,6 +160,7 @@ FileFacts ScanReader::Reading::row() const {
 
 bool ScanReader::run() {
     FilePlace last;
+    if (progress_) toRead_ = read_ + countTasks();
     while (true) {
         std::vector<Task> tasks = nextTasks(last);
         if (tasks.empty()) return true;
@@ -171,8 +170,20 @@ bool ScanReader::run() {
         for (Task& task : tasks) read(task, readings);
         put(readings);
         read_ += tasks.size();
-        if (progress_ && !progress_(read_)) return false;
+        if (progress_ && !progress_({result_.seen, read_, toRead_})) return false;
     }
+}
+
+constexpr std::string_view kTasks =
+    "FROM seen AS s LEFT JOIN files AS f ON f.folder = s.folder AND f.path = s.path WHERE (s.folder, s.path) > (?, ?) "
+    "AND (f.id IS NULL OR NOT ";
+
+std::size_t ScanReader::countTasks() {
+    return store_.write([](const Database& database) {
+        const auto count = database.integer("SELECT COUNT(*) " + std::string(kTasks) + std::string(kIsSettled) + ")",
+                                            std::int64_t{0}, std::string());
+        return static_cast<std::size_t>(count.value_or(0));
+    });
 }
 
 /// The next files whose row is missing or says something else, in the order of their names.
@@ -180,9 +191,8 @@ std::vector<ScanReader::Task> ScanReader::nextTasks(const FilePlace& after) {
     return store_.write([&](const Database& database) {
         Statement rows = database.prepare(
             "SELECT s.folder, s.path, s.size, s.changed, s.inode, s.device, s.born, s.etag, COALESCE(f.id, 0), "
-            "COALESCE(f.asset, 0) FROM seen AS s LEFT JOIN files AS f ON f.folder = s.folder AND f.path = s.path WHERE "
-            "(s.folder, s.path) > (?, ?) AND (f.id IS NULL OR NOT " +
-            std::string(kIsSettled) + ") ORDER BY s.folder, s.path LIMIT ?");
+            "COALESCE(f.asset, 0) " +
+            std::string(kTasks) + std::string(kIsSettled) + ") ORDER BY s.folder, s.path LIMIT ?");
         rows.bind(after.folder, after.path, kScanBatch);
         std::vector<Task> tasks;
         while (rows.step())

@@ -13,7 +13,7 @@ namespace tessaly::photos {
 class ScanReader {
 public:
     ScanReader(LibraryStore& store, const std::vector<ScanFolder>& folders, ScanResult& result,
-               const std::function<bool(std::size_t)>& progress)
+               const std::function<bool(const ScanProgress&)>& progress)
         : store_(store), folders_(folders), result_(result), progress_(progress) {}
 
     /// False when it was stopped.
@@ -39,6 +39,7 @@ private:
         [[nodiscard]] FileFacts row() const;
     };
 
+    [[nodiscard]] std::size_t countTasks();
     [[nodiscard]] std::vector<Task> nextTasks(const FilePlace& after);
     void read(Task& task, std::vector<Reading>& readings);
     void readRemote(const ScanFolder& folder, const Task& task, std::vector<Reading>& readings);
@@ -50,8 +51,9 @@ private:
     LibraryStore& store_;
     const std::vector<ScanFolder>& folders_;
     ScanResult& result_;
-    const std::function<bool(std::size_t)>& progress_;
+    const std::function<bool(const ScanProgress&)>& progress_;
     std::size_t read_ = 0;
+    std::size_t toRead_ = 0;
     bool hasOrphans_ = false;
     std::set<std::int64_t> away_;  ///< Folders whose server cannot be reached.
 };

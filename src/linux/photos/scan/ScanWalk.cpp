@@ -15,8 +15,9 @@ constexpr std::chrono::hours kAbandonedAge{1};
 
 class Walk {
 public:
-    Walk(LibraryStore& store, const ScanFolder& folder, ScanResult& result)
-        : store_(store), folder_(folder), result_(result) {}
+    Walk(LibraryStore& store, const ScanFolder& folder, ScanResult& result,
+         const std::function<void(std::size_t)>& progress)
+        : store_(store), folder_(folder), result_(result), progress_(progress) {}
 
     void run() {
         const bool isWhole = folder_.baseURL.empty() ? walkLocal(folder_.path) : walkRemote();
@@ -98,6 +99,7 @@ private:
             transaction.commit();
         });
         batch_.clear();
+        progress_(result_.seen + count_);
     }
 
     /// Only a folder that was walked to its end can miss files; one that lost all of them at once is not mounted.
@@ -115,6 +117,7 @@ private:
     LibraryStore& store_;
     const ScanFolder& folder_;
     ScanResult& result_;
+    const std::function<void(std::size_t)>& progress_;
     std::vector<Seen> batch_;  ///< What one transaction puts down.
     std::size_t count_ = 0;
 };
@@ -130,7 +133,8 @@ std::vector<ScanFolder> scanFolders(LibraryStore& store) {
     });
 }
 
-void walkFolders(LibraryStore& store, const std::vector<ScanFolder>& folders, ScanResult& result) {
+void walkFolders(LibraryStore& store, const std::vector<ScanFolder>& folders, ScanResult& result,
+                 const std::function<void(std::size_t)>& progress) {
     store.write([](const Database& database) {
         database.execute(
             "CREATE TEMP TABLE IF NOT EXISTS seen (folder INTEGER, path TEXT, size INTEGER, changed INTEGER, inode "
@@ -138,7 +142,7 @@ void walkFolders(LibraryStore& store, const std::vector<ScanFolder>& folders, Sc
             "DELETE FROM seen; "
             "CREATE TEMP TABLE IF NOT EXISTS walked (folder INTEGER PRIMARY KEY); DELETE FROM walked");
     });
-    for (const ScanFolder& folder : folders) Walk(store, folder, result).run();
+    for (const ScanFolder& folder : folders) Walk(store, folder, result, progress).run();
 }
 
 bool isGone(const std::string& path) {
