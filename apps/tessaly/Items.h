@@ -22,6 +22,8 @@ struct KeySelection {
     std::vector<std::string> video;
     /// The user's own lists leave the map out where no place is known; keys asked for by name always stand.
     bool isUsersOwn = true;
+    /// Values as the file has them, for programs: plain numbers, ISO dates, nothing for what is not there.
+    bool isRaw = false;
 
     /// The user's visible keys, in the user's order; with `hiddenToo` all of them.
     [[nodiscard]] static KeySelection usersOwn(bool hiddenToo);
@@ -31,10 +33,11 @@ struct KeySelection {
 
 [[nodiscard]] bool isVideo(const ExifInformation& record);
 [[nodiscard]] bool hasValidLocation(const ExifInformation& record);
-/// Whether a formatter or a raw accessor answers to the name.
+/// Whether a formatter, a raw accessor or a property of some file answers to the name.
 [[nodiscard]] bool isKeyName(const std::string& name);
 
-/// The rows of a record: one a key, "Not available" where a key has no item.
+/// The rows of a record: one a key, "Not available" where a key has no item. Of the user's own those that would tell
+/// nothing are left out where the user wants it so.
 [[nodiscard]] std::vector<Item> itemsOf(ExifInformation& record, const KeySelection& selection);
 
 }  // namespace tessaly::cli

@@ -18,6 +18,8 @@ struct KeyList {
     const ExifKeys& (*keys)();
     void (*store)(ExifKeys);
     ExifKeys (*defaults)();
+    /// Whether rows can be added that it does not have at first. What cannot be written cannot be edited.
+    bool hasHiddenRows = false;
 };
 
 AppSettings& app() { return AppSettings::sharedInstance(); }
@@ -26,13 +28,13 @@ PersistanceManager& preferences() { return PersistanceManager::sharedInstance();
 constexpr std::array kLists{
     KeyList{"photo", []() -> const ExifKeys& { return app().exifKeysOrderedArray(); },
             [](ExifKeys keys) { app().setExifKeysOrderedArray(std::move(keys)); },
-            AppSettings::exifKeysDefaultOrderedArray},
+            AppSettings::exifKeysDefaultOrderedArray, true},
     KeyList{"video", []() -> const ExifKeys& { return app().exifKeysOrderedArray_Video(); },
             [](ExifKeys keys) { app().setExifKeysOrderedArray_Video(std::move(keys)); },
-            AppSettings::exifKeysDefaultOrderedArrayForVideos},
+            AppSettings::exifKeysDefaultOrderedArrayForVideos, true},
     KeyList{"share", []() -> const ExifKeys& { return preferences().sharedExifVisibleKeysOrderedArray(); },
             [](ExifKeys keys) { preferences().setSharedExifVisibleKeysOrderedArray(std::move(keys)); },
-            PersistanceManager::sharedExifKeysDefaultOrderedArray},
+            PersistanceManager::sharedExifKeysDefaultOrderedArray, true},
     KeyList{"edit", []() -> const ExifKeys& { return preferences().sharedEditEXIFVisibleKeysOrderedArray(); },
             [](ExifKeys keys) { preferences().setSharedEditEXIFVisibleKeysOrderedArray(std::move(keys)); },
             PersistanceManager::sharedEDITExifKeysDefaultOrderedArray},
@@ -51,6 +53,8 @@ const KeyList& listNamed(const std::string& name) {
                                suggestion(name, names));
 }
 
+ExifKeys keysOf(const KeyList& list) { return list.hasHiddenRows ? withKeysHiddenAtFirst(list.keys()) : list.keys(); }
+
 ExifKeys::iterator keyIn(ExifKeys& keys, const std::string& name, const KeyList& list) {
     const auto found = std::ranges::find(keys, name, &ExifKey::key);
     if (found != keys.end()) return found;
@@ -61,7 +65,7 @@ ExifKeys::iterator keyIn(ExifKeys& keys, const std::string& name, const KeyList&
 }
 
 int stored(const KeyList& list, ExifKeys keys) {
-    list.store(std::move(keys));
+    list.store(list.hasHiddenRows ? withoutKeysHiddenAtFirst(std::move(keys)) : std::move(keys));
     const std::string error =
         list.name == "photo" || list.name == "video" ? app().lastError() : preferences().userDefaults().lastError();
     if (error.empty()) return kSuccess;
@@ -71,7 +75,7 @@ int stored(const KeyList& list, ExifKeys keys) {
 
 int show(const KeyList& list) {
     std::size_t position = 0;
-    for (const ExifKey& key : list.keys()) {
+    for (const ExifKey& key : keysOf(list)) {
         std::string line = std::to_string(++position);
         line.insert(0, line.size() < 3 ? 3 - line.size() : 0, ' ');
         Output::standard() << line.append("  ").append(key.key).append(key.isHidden ? "  (hidden)\n" : "\n");
@@ -80,13 +84,13 @@ int show(const KeyList& list) {
 }
 
 int setHidden(const KeyList& list, const std::vector<std::string>& names, bool hidden) {
-    ExifKeys keys = list.keys();
+    ExifKeys keys = keysOf(list);
     for (const std::string& name : names) keyIn(keys, name, list)->isHidden = hidden;
     return stored(list, std::move(keys));
 }
 
 int move(const KeyList& list, const std::string& name, std::size_t position) {
-    ExifKeys keys = list.keys();
+    ExifKeys keys = keysOf(list);
     const auto from = keyIn(keys, name, list);
     if (position < 1 || position > keys.size())
         throw CLI::ValidationError("the list '" + std::string(list.name) + "' has positions 1 to " +

@@ -79,14 +79,21 @@ std::string sizeLine(const ExifInformation& record) {
                      stringFromByteCount(record.fileSizeInBytes + record.liveVideoFileSizeInBytes));
 }
 
-std::string dateLine(const ExifInformation& record) {
-    if (!record.dateTaken) return {};
-    if (PersistanceManager::sharedInstance().datePreferenceTimeAgoSinceNow()) return timeAgoSinceNow(*record.dateTaken);
-    return record.DateTaken().exifValueReadableFormat;
+/// The row's text, precise where the rows are.
+std::string textOf(ExifInformation& record, std::string_view key) {
+    const KeyResult result = record.performCustomSelector(key);
+    const auto* const item = std::get_if<ExifValue>(&result);
+    return item ? item->exifValueReadableFormat : std::string();
 }
 
-std::string placeLine(const ExifInformation& record) {
-    return hasValidLocation(record) ? record.GPS().exifValueReadableFormat : localized("No Location data");
+std::string dateLine(ExifInformation& record) {
+    if (!record.dateTaken) return {};
+    if (PersistanceManager::sharedInstance().datePreferenceTimeAgoSinceNow()) return timeAgoSinceNow(*record.dateTaken);
+    return textOf(record, "DateTaken");
+}
+
+std::string placeLine(ExifInformation& record) {
+    return hasValidLocation(record) ? textOf(record, "GPS") : localized("No Location data");
 }
 
 /// "Brooklyn, New York City, United States"

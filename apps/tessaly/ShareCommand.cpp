@@ -4,13 +4,20 @@
 #include "Commands.h"
 #include "Output.h"
 #include "acquisition/MediaFile.h"
+#include "settings/PersistanceManager.h"
 
 namespace tessaly::cli {
 namespace {
 
-int share(const std::vector<std::string>& files) {
+struct ShareOptions {
+    std::vector<std::string> files;
+    bool precise = false;
+};
+
+int share(const ShareOptions& options) {
+    if (options.precise) PersistanceManager::sharedInstance().showsPreciseValuesOnThisLaunch = true;
     int status = kSuccess;
-    for (const std::string& path : files) {
+    for (const std::string& path : options.files) {
         const MediaFile file = MediaFile::read(path);
         if (file.record) {
             std::string text = file.record->shortExifStringsForShare();
@@ -28,11 +35,12 @@ int share(const std::vector<std::string>& files) {
 }  // namespace
 
 void addShareCommand(CLI::App& program, int& status) {
-    auto files = std::make_shared<std::vector<std::string>>();
+    auto options = std::make_shared<ShareOptions>();
     CLI::App* command = program.add_subcommand("share", "Print the text that is shared with a photo");
-    command->add_option("FILE", *files, "Photos and videos")->required()->type_name("");
+    command->add_option("FILE", options->files, "Photos and videos")->required()->type_name("");
+    command->add_flag("--precise", options->precise, "Values as precise as the file; nothing that it does not say");
     command->footer("What it says, and in which order: 'tessaly keys share show'.");
-    command->callback([files, &status] { status = share(*files); });
+    command->callback([options, &status] { status = share(*options); });
 }
 
 }  // namespace tessaly::cli

@@ -9,8 +9,9 @@
 #include "FileWalk.h"
 #include "Output.h"
 #include "Page.h"
+#include "Properties.h"
 #include "RecordJson.h"
-#include "Suggestion.h"
+#include "settings/PersistanceManager.h"
 
 namespace tessaly::cli {
 namespace {
@@ -19,6 +20,8 @@ struct ShowOptions {
     std::vector<std::string> files;
     std::vector<std::string> keys;
     bool all = false;
+    bool raw = false;
+    bool precise = false;
     bool recursive = false;
     bool json = false;
     bool ndjson = false;
@@ -29,8 +32,7 @@ struct ShowOptions {
 void checkKeys(const std::vector<std::string>& keys) {
     for (const std::string& key : keys) {
         if (isKeyName(key)) continue;
-        throw CLI::ValidationError("--keys: '" + key + "' is not the name of a key" +
-                                   suggestion(key, ExifInformation::keyNames()));
+        throw CLI::ValidationError("--keys: '" + key + "' is not the name of a key" + suggestionForKey(key));
     }
 }
 
@@ -113,8 +115,10 @@ std::unique_ptr<Report> reportFor(const ShowOptions& options, const KeySelection
 
 int show(const ShowOptions& options) {
     checkKeys(options.keys);
-    const KeySelection selection =
+    if (options.precise) PersistanceManager::sharedInstance().showsPreciseValuesOnThisLaunch = true;
+    KeySelection selection =
         options.keys.empty() ? KeySelection::usersOwn(options.all) : KeySelection::named(options.keys);
+    selection.isRaw = options.raw;
     bool failed = false;
     const std::vector<std::string> files = namedFiles(options.files, options.recursive, failed);
     const auto report = reportFor(options, selection);
@@ -148,11 +152,15 @@ void addShowCommand(CLI::App& program, int& status) {
     command->add_option("FILE", options->files, "Photos and videos; '-- NAME' for a name that begins with '-'")
         ->required()
         ->type_name("");
-    command->add_option("--keys", options->keys, "Only these rows, in this order: Make,Model,GPS")
+    command->add_option("--keys", options->keys, "Only these rows, in this order: Make,Exif.LensModel,City")
         ->delimiter(',')
         ->allow_extra_args(false)
         ->type_name("A,B");
     command->add_flag("--all", options->all, "Also the rows that you have hidden")->excludes("--keys");
+    CLI::Option* raw =
+        command->add_flag("--raw", options->raw, "Values as the file has them: plain numbers, ISO dates");
+    command->add_flag("--precise", options->precise, "Values as precise as the file; nothing that it does not say")
+        ->excludes(raw);
     command->add_flag("-r,--recursive", options->recursive, "Read what is in folders");
     CLI::Option* json = command->add_flag("--json", options->json, "One JSON array");
     CLI::Option* ndjson = command->add_flag("--ndjson", options->ndjson, "One JSON object a line");

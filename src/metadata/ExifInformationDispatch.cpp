@@ -2,6 +2,8 @@
 #include <array>
 
 #include "metadata/ExifInformation.h"
+#include "metadata/Formatting.h"
+#include "metadata/PreciseValues.h"
 #include "platform/Foundation/Format.h"
 #include "platform/Foundation/NSBundle.h"
 #include "settings/PersistanceManager.h"
@@ -12,6 +14,19 @@ namespace {
 
 /// Where the promotion line of a shared text leads.
 constexpr std::string_view AppStoreShareLink = "https://tessaly.invalid/app?ct=SharedContent";
+
+/// A text of the IPTC dictionary; of several, all.
+std::string iptcText(const ExifInformation& record, std::string_view name) {
+    return record.iptcDic ? (*record.iptcDic)[name].description() : std::string();
+}
+
+// Rows that nobody sees before they are asked for.
+ExifValue City(ExifInformation& record) { return item("City", "City", iptcText(record, "City")); }
+ExifValue Country(ExifInformation& record) {
+    return item("Country", "Country", iptcText(record, "Country/PrimaryLocationName"));
+}
+ExifValue Creator(ExifInformation& record) { return item("Creator", "Creator", iptcText(record, "Byline")); }
+ExifValue Credit(ExifInformation& record) { return item("Credit", "Credit", iptcText(record, "Credit")); }
 
 struct Formatter {
     std::string_view key;
@@ -95,6 +110,10 @@ constexpr std::array kFormatters{
     TESSALY_FORMATTER(UserComment),
     TESSALY_FORMATTER(Keywords),
     TESSALY_FORMATTER(StarRating),
+    Formatter{"City", City},
+    Formatter{"Country", Country},
+    Formatter{"Creator", Creator},
+    Formatter{"Credit", Credit},
 };
 
 #undef TESSALY_FORMATTER
@@ -134,8 +153,11 @@ constexpr std::array kRawAccessors{
 std::span<const std::string_view> ExifInformation::keyNames() noexcept { return kKeyNames; }
 
 KeyResult ExifInformation::performCustomSelector(std::string_view key) {
-    if (const auto found = std::ranges::find(kFormatters, key, &Formatter::key); found != kFormatters.end())
-        return found->format(*this);
+    if (const auto found = std::ranges::find(kFormatters, key, &Formatter::key); found != kFormatters.end()) {
+        ExifValue value = found->format(*this);
+        return PersistanceManager::sharedInstance().showsPreciseValues() ? preciseValue(*this, std::move(value))
+                                                                         : std::move(value);
+    }
     if (const auto found = std::ranges::find(kRawAccessors, key, &RawAccessor::key); found != kRawAccessors.end())
         return found->property.empty() ? Value() : metaDataDictionary[found->property];
     return std::monostate{};
@@ -147,13 +169,17 @@ std::string ExifInformation::shareLineFor(const ExifKey& key) {
     if (!value) return {};
     const std::string& text = value->exifValueReadableFormat;
     if (text.empty() || text == exifNotAvailableString() || text == GPSDataNotAvailableString()) return {};
-    if (key.key == "ExposureTime") return shutterSpeedString();
+    if (key.key == "ExposureTime" && !PersistanceManager::sharedInstance().showsPreciseValues())
+        return shutterSpeedString();
     if (key.key == "FocalLenIn35mmFilm") return formatted(localized("%@ (35 mm format)"), text);
     if (key.key == "ExposureBiasValue") return formatted(localized("%@ EV"), text);
     if (key.key == "Copyright") return formatted(localized("© %@"), text);
     if (key.key == "MeteringMode") return formatted(localized("%@ Metering mode"), text);
     // The line of the 35 mm equivalent says it already.
-    if (key.key == "FocalLength" && text == FocalLenIn35mmFilm().exifValueReadableFormat) return {};
+    if (key.key == "FocalLength") {
+        const KeyResult equivalent = performCustomSelector("FocalLenIn35mmFilm");
+        if (text == std::get<ExifValue>(equivalent).exifValueReadableFormat) return {};
+    }
     return text;
 }
 

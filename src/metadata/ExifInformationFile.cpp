@@ -22,16 +22,17 @@ constexpr std::array kColorSpaces{
     CodeText{65535, "ICC Profile"},
 };
 
-/// Made again only when the user's pattern changes: locale data costs a millisecond.
-std::string stamp(const std::optional<NSDate>& date) {
-    if (!date) return {};
+std::string stamp(const std::optional<NSDate>& date) { return date ? stampedDate(*date) : std::string(); }
+
+}  // namespace
+
+std::string stampedDate(NSDate date) {
+    // Made again only when the user's pattern changes: locale data costs a millisecond.
     thread_local std::optional<std::pair<std::string, std::unique_ptr<NSDateFormatter>>> kept;
     const std::string pattern = PersistanceManager::sharedInstance().dateFormatString();
     if (!kept || kept->first != pattern) kept.emplace(pattern, std::make_unique<NSDateFormatter>(pattern));
-    return kept->second->stringFromDate(*date);
+    return kept->second->stringFromDate(date);
 }
-
-}  // namespace
 
 std::int64_t ExifInformation::GCD_with(std::int64_t a, std::int64_t b) noexcept {
     while (b != 0) {

@@ -6,6 +6,7 @@
 
 #include "metadata/ExifValue.h"
 #include "platform/Foundation/NSBundle.h"
+#include "platform/Foundation/NSDate.h"
 
 namespace tessaly {
 
@@ -22,6 +23,9 @@ struct CodeText {
         if (row.code == code) return localized(row.text);
     return other.empty() ? std::string() : localized(other);
 }
+
+/// A date by the user's pattern, in the default time zone.
+[[nodiscard]] std::string stampedDate(NSDate date);
 
 /// A fresh item with its localised label.
 [[nodiscard]] inline ExifValue item(std::string_view key, std::string_view label, std::string text = {}) {

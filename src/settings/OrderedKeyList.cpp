@@ -1,10 +1,17 @@
 #include "settings/OrderedKeyList.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 #include <string>
 
 namespace tessaly {
+namespace {
+
+/// Rows that few people want.
+constexpr std::array<std::string_view, 4> kHiddenAtFirst{"City", "Country", "Creator", "Credit"};
+
+}  // namespace
 
 const ExifKeys& OrderedKeyList::visibleKeys() const {
     if (visible_.empty())
@@ -33,6 +40,19 @@ ExifKeys missingKeys(const ExifKeys& stored, const ExifKeys& defaults) {
     std::ranges::copy_if(defaults, std::back_inserter(missing),
                          [&](const ExifKey& key) { return joined.find(key.key) == std::string::npos; });
     return missing;
+}
+
+ExifKeys withKeysHiddenAtFirst(ExifKeys keys) {
+    for (const std::string_view name : kHiddenAtFirst)
+        if (std::ranges::find(keys, name, &ExifKey::key) == keys.end()) keys.emplace_back(name, true);
+    return keys;
+}
+
+ExifKeys withoutKeysHiddenAtFirst(ExifKeys keys) {
+    std::erase_if(keys, [](const ExifKey& key) {
+        return key.isHidden && std::ranges::find(kHiddenAtFirst, key.key) != kHiddenAtFirst.end();
+    });
+    return keys;
 }
 
 ExifKeys mergedKeys(OrderedKeyList::Stored stored, const ExifKeys& defaults) {

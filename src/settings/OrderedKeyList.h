@@ -42,6 +42,11 @@ private:
 /// The stored list, with what it lacks behind it where it is shorter than the default.
 [[nodiscard]] ExifKeys mergedKeys(OrderedKeyList::Stored stored, const ExifKeys& defaults);
 
+/// A list as it can be changed: behind it, and hidden, the keys that no list has at first.
+[[nodiscard]] ExifKeys withKeysHiddenAtFirst(ExifKeys keys);
+/// What of such a list is to be stored: without those of these keys that are hidden still.
+[[nodiscard]] ExifKeys withoutKeysHiddenAtFirst(ExifKeys keys);
+
 /// Keys of the given names, none hidden.
 template <class Names>
 [[nodiscard]] ExifKeys keysNamed(const Names& names) {

@@ -56,6 +56,8 @@ constexpr std::array kSettings{
     Setting{"showUserCurrentLocationOnMapView", Kind::boolean, false, 0, "", ""},
     Setting{"mapType", Kind::integer, false, 0, "", ""},
     Setting{"selectedTabIndex", Kind::integer, false, 2, "", ""},
+    Setting{"showsPreciseValues", Kind::boolean, false, 0, "", kListNeedsRefresh},
+    Setting{"hidesEmptyRows", Kind::boolean, false, 0, "", kListNeedsRefresh},
 };
 
 void replaceAll(std::string& text, std::string_view what, std::string_view with) {
@@ -85,6 +87,7 @@ PersistanceManager::PersistanceManager(std::string_view suiteName)
     auto shared = shareList_.stored(*userDefaults_);
     shareList_.set(shared ? std::move(shared->keys) : sharedExifKeysDefaultOrderedArray(), *userDefaults_, false);
     loadMerged(editList_, sharedEDITExifKeysDefaultOrderedArray());
+    rememberRowSettings();
     userDefaults_->synchronize();
 }
 
@@ -117,8 +120,14 @@ Value PersistanceManager::stored(std::string_view name) const {
 void PersistanceManager::store(std::string_view name, const Value& value) const {
     userDefaults_->setObject(value, name);
     userDefaults_->synchronize();
+    rememberRowSettings();
     if (const Setting* setting = settingNamed(name); setting && !setting->notification.empty())
         NSNotificationCenter::defaultCenter().postNotificationName(setting->notification, this);
+}
+
+void PersistanceManager::rememberRowSettings() const {
+    showsPreciseValues_ = stored("showsPreciseValues").boolValue();
+    hidesEmptyRows_ = stored("hidesEmptyRows").boolValue();
 }
 
 Value PersistanceManager::valueOf(const Setting& setting) const {

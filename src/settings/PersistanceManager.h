@@ -1,4 +1,5 @@
 #pragma once
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -178,6 +179,13 @@ public:
     }
     void setSelectedTabIndex(std::uint64_t value) { store("selectedTabIndex", value); }
 
+    /// Rows to the precision that the file has, and nothing that it does not say. Asked for every row, so that it and
+    /// the next are remembered: what another program sets shows at the next start.
+    [[nodiscard]] bool showsPreciseValues() const { return showsPreciseValues_ || showsPreciseValuesOnThisLaunch; }
+    void setShowsPreciseValues(bool value) { store("showsPreciseValues", value); }
+    [[nodiscard]] bool hidesEmptyRows() const { return hidesEmptyRows_; }
+    void setHidesEmptyRows(bool value) { store("hidesEmptyRows", value); }
+
     /// Map type for map views: 2 hybrid, 1 satellite, anything else 0, standard.
     [[nodiscard]] std::int64_t mkMapType() const;
     /// Asks the locale, stores the answer through setIsUsingMetricUnits and returns it.
@@ -189,6 +197,7 @@ public:
     static constexpr std::string_view exifGPSStandardTimeFormatString = "HH:MM:SS";
 
     // For the current launch only.
+    bool showsPreciseValuesOnThisLaunch = false;  ///< Whatever is stored. Set before rows are asked for.
     bool didShowFlipExifCardTutorialOnThisLaunch = false;
     bool haveSeenYoutubeiMessageAppVideo = false;
     bool exifCardLocationEnabled = false;
@@ -230,9 +239,11 @@ public:
 private:
     [[nodiscard]] Value stored(std::string_view name) const;
     void store(std::string_view name, const Value& value) const;
+    void rememberRowSettings() const;
     void loadMerged(OrderedKeyList& list, const ExifKeys& defaults);
 
     std::unique_ptr<NSUserDefaults> userDefaults_;
+    mutable std::atomic<bool> showsPreciseValues_{false}, hidesEmptyRows_{false};
     OrderedKeyList shareList_{"exifKeysOrderedArray_FOR_SHARE"};
     OrderedKeyList editList_{"editExifKeysOrderedArray"};
     OrderedKeyList videoEditList_{"editExifKeysOrderedArrayVideo"};

@@ -3,6 +3,7 @@
 
 #include "metadata/DeviceMapping.h"
 #include "metadata/FullRecord.h"
+#include "metadata/PreciseValues.h"
 #include "platform/Foundation/NSBundle.h"
 #include "settings/PersistanceManager.h"
 
@@ -98,7 +99,7 @@ TEST_F(Formatters, ShowEveryTagUnderItsLabel) {
         {"FileSource", "File Source", "Reflection Print Scanner", "Not available"},
         {"Duration", "Duration", "01:02:05", "00:00:00"},
         {"FramesPerSecond", "Frames per second (FPS)", "30.0 FPS", "0.0 FPS"},
-        {"DateTaken", "Date Taken", "31-12-2019 03:04:05 PM", ""},
+        {"DateTaken", "Date Taken", "31-12-2018 03:04:05 PM", ""},
         {"EditedDate", "Edited Date", "13-09-2020 12:26:40 PM", ""},
         {"GPS", "GPS", "-33.856800° 151.215300°", "GPS Data not available"},
         {"GPSAltitude", "Altitude", "100.000000 meters above sea level (+/- 5.00)", "GPS Data not available"},
@@ -116,6 +117,10 @@ TEST_F(Formatters, ShowEveryTagUnderItsLabel) {
         {"UserComment", "User Comment", "a comment", "Not available"},
         {"Keywords", "Keywords", ",one,,two", ""},
         {"StarRating", "Star Rating", "4", "0"},
+        {"City", "City", "a city", ""},
+        {"Country", "Country", "a country", ""},
+        {"Creator", "Creator", "one, two", ""},
+        {"Credit", "Credit", "a credit", ""},
     };
     const auto full = fullRecord();
     const auto empty = std::make_shared<ExifInformation>();
@@ -282,7 +287,7 @@ TEST_F(Formatters, ShowSizesOfPictureAndFile) {
 TEST_F(Formatters, ShowDatesByTheUsersPattern) {
     const auto record = fullRecord();
     settings.setDatePreference24HourFormat(true);
-    EXPECT_EQ(textOf(record, "DateTaken"), "31-12-2019 15:04:05 ") << "the blank before the letter stays";
+    EXPECT_EQ(textOf(record, "DateTaken"), "31-12-2018 15:04:05 ") << "the blank before the letter stays";
     settings.setDateFormatString("yyyy/MM/dd");
     EXPECT_EQ(textOf(record, "DateTaken"), "2018/12/31");
     record->dateModified = record->dateTaken;
@@ -307,6 +312,93 @@ TEST_F(Formatters, TakeASecondSourceWhereTheFirstIsMissing) {
     for (const auto& [identifier, name] :
          {std::pair("iPhone10,7", "iPhone10,7"), {"iPad5,1", "iPad Mini 4"}, {"x86_64", "Simulator"}, {"", ""}})
         EXPECT_EQ(DeviceMapping::getDeviceNameFromMachineIdentifier(identifier), name);
+}
+
+TEST_F(Formatters, ShowWhatTheFileSaysToItsPrecision) {
+    struct Case {
+        std::string_view key, rounded, precise;
+        Value stated;
+    };
+    const auto record = fullRecord();
+    for (const auto& [tag, value] : {std::pair("FocalLength", Value(4.25)),
+                                     {"FNumber", 1.78},
+                                     {"ExposureTime", 2.5},
+                                     {"ExposureBiasValue", -1.0 / 3},
+                                     {"CompressedBitsPerPixel", 2.5},
+                                     {"LightSource", 255},
+                                     {"OffsetTimeOriginal", "+05:30"},
+                                     {"SubsecTimeOriginal", "25"}})
+        record->exifDic->set(tag, value);
+    for (const auto& [tag, value] :
+         {std::pair("Altitude", Value(423.25)), {"AltitudeRef", 1}, {"Speed", 7.5}, {"SpeedRef", "N"}})
+        record->gpsDic->set(tag, value);
+    const Case cases[] = {
+        {"FocalLength", "4 mm", "4.25 mm", 4.25},
+        {"ApertureValue", "f/1.8", "f/1.78", 1.78},
+        {"ExposureTime", "2.500000 - ( 2 seconds )", "2.5 seconds", 2.5},
+        {"ShutterSpeedStringValue", "2 seconds", "2.5 seconds", 2.5},
+        {"ExposureBiasValue", "-0.33", "-1/3", -1.0 / 3},
+        {"CompressedBitsPerPixel", "2", "2.5", 2.5},
+        {"LightSource", "", "255", 255},
+        {"DateTaken", "31-12-2018 03:04:05 PM", "31-12-2018 03:04:05 PM +05:30", "2018-12-31T15:04:05.25+05:30"},
+        {"GPS", "-33.856800° 151.215300°", "-33.8568° 151.2153°", Array{-33.8568, 151.2153}},
+        {"GPSAltitude", "100.000000 meters above sea level (+/- 5.00)", "-423.25 m", -423.25},
+        {"GPSSpeed", "25.20 Kilometer per hour", "13.89 km/h", 7.5},
+        {"FramesPerSecond", "30.0 FPS", "29.97 FPS", 29.97},
+        {"Duration", "01:02:05", "01:02:05.9", 3725.9},
+        {"ISOSpeedRatings", "ISO 80", "ISO 80", 80},
+        {"Model", "iPhone X", "iPhone X", "iPhone10,3"},
+        {"FileSize", "3.20 MB (3,201,234 bytes)", "3.20 MB (3,201,234 bytes)", 3'201'234},
+    };
+    for (const bool precise : {false, true}) {
+        settings.setShowsPreciseValues(precise);
+        for (const auto& [key, rounded, exact, stated] : cases) {
+            EXPECT_EQ(textOf(record, key), precise ? exact : rounded) << key;
+            EXPECT_EQ(statedValue(*record, key), stated) << key;
+        }
+    }
+    EXPECT_EQ(itemOf(record, "FocalLength").exifRAWValue, "4.25");
+    EXPECT_THAT(record->shortExifStringsForShare(), testing::HasSubstr("\n2.5 seconds\n4.25 mm\n52 mm (35 mm"));
+    settings.setShouldShowGPSInDecimalValues(false);
+    settings.setIsUsingMetricUnits(false);
+    EXPECT_EQ(textOf(record, "GPS"),
+              "33°"
+              "51'24.48\"S 151°"
+              "12'55.08\"E");
+    EXPECT_EQ(textOf(record, "GPSAltitude"), "-1388.616 ft");
+    EXPECT_EQ(textOf(record, "GPSSpeed"), "8.631 mph");
+    for (const auto& [seconds, text] : {std::pair(1 / 8000.0, "1/8000 seconds"),
+                                        {0.3, "0.3 seconds"},
+                                        {1 / 29.995, "0.0333388898 seconds"},
+                                        {1.0, "1 second"}})
+        EXPECT_EQ(textOf(recordOf({{"ExposureTime", seconds}}), "ExposureTime"), text);
+    for (const auto& [stops, text] : {std::pair(5.0 / 3, "+1 2/3"), {0.7, "+0.7"}, {-2.0, "-2"}, {0.0, "0"}})
+        EXPECT_EQ(textOf(recordOf({{"ExposureBiasValue", stops}}), "ExposureBiasValue"), text);
+    record->dateTaken = NSDate{1'000'000'000};
+    EXPECT_EQ(textOf(record, "DateTaken"), "09-09-2001 01:46:40 AM") << "a person's own date has no zone of the file's";
+}
+
+TEST_F(Formatters, SayNothingThatTheFileDoesNotSay) {
+    settings.setShowsPreciseValues(true);
+    const auto bare = recordOf({{"FocalLenIn35mmFilm", 0}});
+    for (const std::string_view key : ExifInformation::keyNames()) {
+        if (key == "FocalLength" || key == "CameraMakeAndModel" || key == "LocationName" || key.ends_with("Map") ||
+            key == "MapView")
+            continue;
+        EXPECT_THAT(textOf(bare, key), testing::AnyOf("Not available", "GPS Data not available")) << key;
+        EXPECT_TRUE(isEmptyRow(*bare, key)) << key;
+        EXPECT_EQ(itemOf(bare, key).exifValueIconFileName, "") << key;
+        if (key != "FocalLenIn35mmFilm") {
+            EXPECT_TRUE(statedValue(*bare, key).isNull()) << key;
+        }
+    }
+    for (const auto& [key, isEmpty] : {std::pair("FocalLength", false), {"MapView", true}, {"PixelWidth", true}})
+        EXPECT_EQ(isEmptyRow(*bare, key), isEmpty) << key;
+    EXPECT_EQ(bare->shortExifStringsForShare(), "50 mm\n\n\n");
+    for (const std::string_view key : ExifInformation::keyNames())
+        EXPECT_EQ(isEmptyRow(*fullRecord(), key),
+                  key == "CameraMakeAndModel" || key == "LocationName" || key == "GPSSpeed")
+            << key;
 }
 
 TEST_F(Formatters, SpeakTheLanguage) {

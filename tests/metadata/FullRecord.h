@@ -35,7 +35,10 @@ inline ExifInformationRef fullRecord() {
         "DateTimeOriginal 2018:12:31 15:04:05");
     exif.set("ISOSpeedRatings", Array{80, 81});
     exif.set("FlashPixVersion", Array{1, 2});
-    Dictionary iptc = tagged("Headline a headline; ObjectName a title; Caption/Abstract a caption; StarRating 4");
+    Dictionary iptc = tagged(
+        "Headline a headline; ObjectName a title; Caption/Abstract a caption; StarRating 4; City a city; "
+        "Country/PrimaryLocationName a country; Credit a credit");
+    iptc.set("Byline", Array{"one", "two"});
     iptc.set("Keywords", Array{"", "one", "", "two"});
     Dictionary whole = tagged(
         "PixelWidth 4000; PixelHeight 3000; Orientation 6; Depth 10; DPIWidth 72; DPIHeight 73; ColorModel RGB; "

@@ -52,7 +52,7 @@ std::vector<SettingGroup> settingGroups() {
         {"shouldHidePhotosWithoutExifDetails", false, true, kFilter},
         {"isUsingLightFontOnExifDetailsScreen isUsingMetricUnits shouldShowExtraInformationOnEXIFCards", true, false,
          kList},
-        {"shouldShowExifDetailsOnGridView", false, true, kList},
+        {"shouldShowExifDetailsOnGridView showsPreciseValues hidesEmptyRows", false, true, kList},
         {"tessalyViewType", 0, 1, kList},
         {"datePreference24HourFormat", false, true, kDate},
         {"dateFormatString", "dd-MM-YYYY hh:mm:ss a", "yyyy", kDate},

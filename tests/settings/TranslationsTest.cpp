@@ -75,8 +75,9 @@ const std::set<std::string_view> kInternational{
     "Velvia / Vivid",
 };
 /// Units that most scripts keep in Latin letters.
-const std::set<std::string_view> kUnits{"%@ KB", "%@ MB",  "%@ GB",   "%@ TB",    "%@ PB",
-                                        "%@ EB", "%ld mm", "%lld mm", "%0.1f FPS"};
+const std::set<std::string_view> kUnits{"%@ KB",  "%@ MB",  "%@ GB",   "%@ TB",     "%@ PB",
+                                        "%@ EB",  "%ld mm", "%lld mm", "%0.1f FPS", "%@ mm",
+                                        "%@ FPS", "%@ m",   "%@ ft",   "%@ km/h",   "%@ mph"};
 
 TEST(Translations, AreThereForEveryLanguageAndNoOther) {
     std::set<std::string> folders;

@@ -14,6 +14,7 @@
 namespace tessaly::test {
 namespace {
 
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
@@ -74,6 +75,11 @@ TEST_F(CommandLine, AnswersWrongUsageWithTwo) {
         {{"--jsno", "x.jpg"}, "did you mean '--json'?"},
         {{"--json", "--csv", "x.jpg"}, "excludes"},
         {{"--keys", "Mkae", "x.jpg"}, "did you mean 'Make'?"},
+        {{"--keys", "PixelXDimensoin", "x.jpg"}, "did you mean 'PixelXDimension'?"},
+        {{"--keys", "Exif.LensModle", "x.jpg"}, "did you mean 'Exif.LensModel'?"},
+        {{"--keys", "{Exf}.LensModel", "x.jpg"}, "did you mean 'Exif.LensModel'?"},
+        {{"--keys", "Iptc.", "x.jpg"}, "'Iptc.' is not the name of a key"},
+        {{"--raw", "--precise", "x.jpg"}, "excludes"},
         {{"scan"}, "DIR"},
         {{"scan", ".", "--shard", "3/2"}, "1 <= K <= N"},
         {{"scan", ".", "--jobs", "0"}, "jobs"},
@@ -81,7 +87,7 @@ TEST_F(CommandLine, AnswersWrongUsageWithTwo) {
         {{"settings", "set", "dateFormatString", ""}, "'yyyy-MM-dd HH:mm'"},
         {{"settings", "get", "isDarkMode"}, "did you mean 'isDarkModeOn'?"},
         {{"keys", "photos", "show"}, "did you mean 'photo'?"},
-        {{"keys", "photo", "move", "Make", "99"}, "1 to 62"},
+        {{"keys", "photo", "move", "Make", "99"}, "1 to 66"},
         {{"keys", "photo", "hide", "Nothing"}, "is not in the list"},
     };
     for (const auto& [arguments, hint] : cases) {
@@ -163,6 +169,30 @@ TEST_F(CommandLine, ChoosesRowsByKeysAndSettings) {
                 HasSubstr("path,Make,ApertureValue,PixelWidth\r\n"));
     EXPECT_THAT(run({"--csv", "--keys", "Keywords", TESSALY_SAMPLE}).output,
                 HasSubstr(",\"lake,mountains,evening\"\r\n"));
+    EXPECT_EQ(run({"--csv", "--keys",
+                   "DateTimeOriginal,BodySerialNumber,{Exif}.FNumber,tiff.Make,Iptc.City,PixelWidth,Orientation_TIFF",
+                   "--", TESSALY_SAMPLE})
+                  .output,
+              "path,DateTimeOriginal,BodySerialNumber,{Exif}.FNumber,tiff.Make,Iptc.City,PixelWidth,Orientation_"
+              "TIFF\r\n" TESSALY_SAMPLE ",2024:09:14 18:52:07,B-0007,5.6,Tessaly,Not available,1500,1\r\n");
+    EXPECT_EQ(run({"--raw", "--csv", "--keys", "DateTaken,ExposureTime,GPSAltitude,ApertureValue,City,Exif.LensMake",
+                   TESSALY_SAMPLE})
+                  .output,
+              "path,DateTaken,ExposureTime,GPSAltitude,ApertureValue,City,Exif.LensMake\r\n" TESSALY_SAMPLE
+              ",2024-09-14T18:52:07.25+02:00,0.004,2086,5.6,,Tessaly\r\n");
+    EXPECT_THAT(
+        run({"--precise", "--keys", "GPSAltitude,ExposureTime,SensitivityType", TESSALY_SAMPLE}, {"LC_ALL=en_IE.UTF-8"})
+            .output,
+        AllOf(HasSubstr(" 6843.832 ft\n"), HasSubstr(" 1/250 seconds\n"), HasSubstr("Not available")));
+    EXPECT_THAT(run({TESSALY_SAMPLE}).output, Not(HasSubstr("Credit"))) << "hidden at first";
+    EXPECT_EQ(run({"keys", "photo", "unhide", "Credit"}).status, 0);
+    EXPECT_EQ(run({"keys", "photo", "move", "Credit", "2"}).status, 0);
+    EXPECT_THAT(run({"keys", "photo", "show"}).output, HasSubstr("  2  Credit\n"));
+    EXPECT_THAT(run({TESSALY_SAMPLE}).output, HasSubstr("  Credit\n"));
+    run({"settings", "set", "hidesEmptyRows", "true"});
+    EXPECT_THAT(run({TESSALY_SAMPLE}).output, Not(HasSubstr("  Credit\n")));
+    run({"settings", "set", "hidesEmptyRows", "false"});
+    run({"keys", "photo", "reset"});
     EXPECT_EQ(run({"keys", "photo", "hide", "Make", "Model"}).status, 0);
     EXPECT_EQ(run({"keys", "photo", "move", "GPS", "1"}).status, 0);
     const std::string page = run({TESSALY_SAMPLE}).output;
@@ -187,7 +217,7 @@ TEST_F(CommandLine, ChangesWhatIsShownByTheSettings) {
                                 "33'33\"N"));
     EXPECT_THAT(page, HasSubstr("meters above sea level"));
     EXPECT_THAT(run({"settings", "list"}).output, HasSubstr("dateFormatString"));
-    EXPECT_EQ(lines(run({"settings", "list"}).output).size(), 38U);
+    EXPECT_EQ(lines(run({"settings", "list"}).output).size(), 40U);
     EXPECT_EQ(run({"settings", "reset", "--all"}).status, 0);
     EXPECT_EQ(run({"settings", "get", "shouldShowGPSInDecimalValues"}).output, "true\n");
     EXPECT_THAT(run({TESSALY_SAMPLE}, {"LC_ALL=de_DE.UTF-8"}).output, HasSubstr("vor "));

@@ -139,14 +139,20 @@ _tessaly() {
                 mapfile -t COMPREPLY < <(compgen -W "$keys" -- "$current")
             fi
             ;;
-        share) mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
+        share)
+            if [[ $current == -* ]]; then
+                mapfile -t COMPREPLY < <(compgen -W "--precise --help" -- "$current")
+            else
+                mapfile -t COMPREPLY < <(compgen -f -- "$current")
+            fi
+            ;;
         help) mapfile -t COMPREPLY < <(compgen -W "show share scan strip edit thumb library settings keys" -- "$current") ;;
         *)
             if [ "$previous" = --keys ]; then
                 keys=$(tessaly keys photo show 2>/dev/null | awk '{print $2}')
                 mapfile -t COMPREPLY < <(compgen -W "$keys" -- "$current")
             elif [[ $current == -* ]]; then
-                mapfile -t COMPREPLY < <(compgen -W "--keys --all --recursive --json --ndjson --csv --help" -- "$current")
+                mapfile -t COMPREPLY < <(compgen -W "--keys --all --precise --raw --recursive --json --ndjson --csv --help" -- "$current")
             else
                 mapfile -t COMPREPLY < <(compgen -f -- "$current")
             fi
