@@ -85,7 +85,11 @@ ListView {
             destination = -1;
         dragging ? outlet.dragBegan() : outlet.dragEnded(moving);
     }
-    onMovementEnded: outlet.movementEnded()
+    // What a finger began may only end once a key has sent the list elsewhere: that turn reports its own end.
+    onMovementEnded: {
+        if (destination < 0)
+            outlet.movementEnded();
+    }
 
     Connections {
         target: pages.outlet
