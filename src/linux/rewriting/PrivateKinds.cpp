@@ -43,8 +43,8 @@ bool isPlace(const Words& words) {
                                        "sublocation"sv, "landmark"sv, "latitude"sv,    "longitude"sv,
                                        "altitude"sv,    "gps"sv,      "hometown"sv,    "geo"sv,
                                        "geotag"sv,      "place"sv,    "gpslatitude"sv, "gpslongitude"sv};
-    // Where in the picture, and what a sensitivity spans.
-    static constexpr std::array kOthers{"subject"sv, "iso"sv, "speed"sv, "exposure"sv, "preview"sv, "thumbnail"sv};
+    // Where in the picture, and what a sensitivity or exposure spans.
+    static constexpr std::array kOthers{"subject"sv, "speed"sv, "exposure"sv, "preview"sv, "thumbnail"sv};
     if (words.size() == 1 && words.front() == "state") return true;
     return anyOf(words, kWords) && !anyOf(words, kOthers);
 }

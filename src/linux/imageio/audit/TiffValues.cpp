@@ -73,7 +73,8 @@ std::string numbersOf(TiffContext& tiff, const TiffEntry& entry) {
     for (std::uint64_t i = 0; i < std::min(entry.count, kShown); ++i) {
         const auto number = entry.integer(tiff, i);
         if (!number) break;
-        text += (text.empty() ? "" : " ") + std::to_string(*number);
+        if (!text.empty()) text += ' ';
+        text += std::to_string(*number);
     }
     return text;
 }
