@@ -1,3 +1,4 @@
+#include <cmath>
 #include <filesystem>
 
 #include "acquisition/ExifManager.h"
@@ -139,12 +140,21 @@ ExifInformationRef completeRawRecord(const ExifInformationRef& record, bool forc
     return complete;
 }
 
+/// When a photo was taken, as the library knows it. One that tells no date has its file's time there, by which it is
+/// sorted; nobody took it then.
+std::optional<NSDate> dateTaken(const PHAssetRef& asset) {
+    constexpr double kSame = 0.001;  // Seconds.
+    if (!asset || !asset->creationDate || !asset->modificationDate) return asset ? asset->creationDate : std::nullopt;
+    const double apart = asset->creationDate->timeIntervalSince1970 - asset->modificationDate->timeIntervalSince1970;
+    return std::fabs(apart) <= kSame ? std::nullopt : asset->creationDate;
+}
+
 /// The library's place and date outrank the file's.
 ExifInformationRef recordOfPhoto(const PHAssetRef& asset, const Answer& answer) {
     auto record = recordOf(answer.data);
     record->location = asset ? asset->location : std::nullopt;
     record->fileSizeInBytes = answer.data ? static_cast<std::int64_t>(answer.data->size()) : 0;
-    if (asset && asset->creationDate) record->dateTaken = asset->creationDate;
+    if (const auto date = dateTaken(asset)) record->dateTaken = date;
     record->phAsset = asset;
     record->imageResultIsInCloud = answer.isInCloud;
     if (answer.isInCloud) log("ON_CLOUD and imageData = %@", Value(answer.data));
@@ -216,7 +226,7 @@ ExifInformationRef quickRecord(const PHAssetRef& asset, const Data& data) {
     auto record = recordOf(data);
     record->location = asset ? asset->location : std::nullopt;
     record->fileSizeInBytes = data ? static_cast<std::int64_t>(data->size()) : 0;
-    if (asset && !record->dateTaken) record->dateTaken = asset->creationDate;
+    if (!record->dateTaken) record->dateTaken = dateTaken(asset);
     if (asset && !record->dateCreated) record->dateCreated = asset->creationDate;
     record->phAsset = asset;
     return record;
@@ -226,7 +236,7 @@ ExifInformationRef quickRecord(const PHAssetRef& asset, const Data& data) {
 ExifInformationRef fullRecord(const PHAssetRef& asset, const NSURL& url) {
     auto record = ExifManager::exifinformationFromNSURL(url);
     record->location = asset->location;
-    if (!record->dateTaken) record->dateTaken = asset->creationDate;
+    if (!record->dateTaken) record->dateTaken = dateTaken(asset);
     record->phAsset = asset;
     markScreenShot(asset, *record);
     record->didFetchedFullInfo = true;

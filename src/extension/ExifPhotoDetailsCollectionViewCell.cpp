@@ -1,5 +1,6 @@
 #include "extension/ExifPhotoDetailsCollectionViewCell.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "card/StarRatingCollectionViewCell.h"
@@ -7,6 +8,7 @@
 #include "extension/ExifPhotoDetailViewController.h"
 #include "extension/ExifValueCollectionViewCell.h"
 #include "map/ExifPhotoLocationMapCollectionViewCell.h"
+#include "metadata/PreciseValues.h"
 #include "platform/Foundation/Format.h"
 #include "platform/Foundation/Log.h"
 #include "platform/Foundation/NSBundle.h"
@@ -35,6 +37,14 @@ public:
 std::string textToCopy(const ExifValueCollectionViewCell& row) {
     if (row.content().isGPS && row.exifKeyLabel->text() == localized("GPS")) return row.exifValueLabel->text();
     return formatted("%@ %@", row.exifKeyLabel->text(), row.exifValueLabel->text());
+}
+
+/// The stars are there to be tapped, too.
+ExifKeys emptyKeysOf(ExifInformation& record, const ExifKeys& keys) {
+    ExifKeys empty;
+    for (const ExifKey& key : keys)
+        if (key.key != "StarRating" && isEmptyRow(record, key.key)) empty.push_back(key);
+    return empty;
 }
 
 }  // namespace
@@ -66,6 +76,7 @@ void ExifPhotoDetailsCollectionViewCell::setExifInfo(const ExifInformationRef& r
     // A library's photo can be had again: what was fetched ahead of the page goes with it.
     if (exifInfo_ && exifInfo_ != record && exifInfo_->phAsset) exifInfo_->setCachedThumbNailImage(nullptr);
     exifInfo_ = record;
+    emptyKeys_.reset();
     collectionView->reloadData();
 }
 
@@ -76,6 +87,10 @@ ExifKeys ExifPhotoDetailsCollectionViewCell::exifVisibleKeysOrderedArrayForCurre
     const bool hasPlace =
         exifInfo_ && exifInfo_->location && CLLocationCoordinate2DIsValid(exifInfo_->location->coordinate);
     if (!hasPlace) std::erase_if(keys, [](const ExifKey& key) { return key.key == "MapView"; });
+    if (!exifInfo_ || !PersistanceManager::sharedInstance().hidesEmptyRows()) return keys;
+    if (!emptyKeys_) emptyKeys_ = emptyKeysOf(*exifInfo_, keys);
+    std::erase_if(keys,
+                  [this](const ExifKey& key) { return std::ranges::find(*emptyKeys_, key) != emptyKeys_->end(); });
     return keys;
 }
 

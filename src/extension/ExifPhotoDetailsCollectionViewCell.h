@@ -88,6 +88,7 @@ private:
     void presentCopySheet(const std::string& text, CGPoint touch);
 
     ExifInformationRef exifInfo_;
+    mutable std::optional<ExifKeys> emptyKeys_;  ///< Rows that are hidden for now; found out once a reload.
 };
 
 }  // namespace tessaly

@@ -102,6 +102,7 @@ std::optional<ExifKey> ExifPhotoDetailsCollectionViewCell::keyAt(std::size_t ite
 
 std::size_t ExifPhotoDetailsCollectionViewCell::numberOfItemsInSection(UICollectionView&, std::size_t section) {
     if (section != 0) return 1;
+    emptyKeys_.reset();
     return exifInfo_ ? exifVisibleKeysOrderedArrayForCurrentEXIF().size() : 0;
 }
 

@@ -234,6 +234,13 @@ TEST_F(AssetReading, LetsTheLibrarysPlaceAndDateOutrankTheFiles) {
     EXPECT_FALSE(bare->location) << "the file's place does not count";
     EXPECT_EQ(bare->dateTaken, kFileDate);
     EXPECT_FALSE(bare->isScreenShot) << "nobody knew before 9.0";
+
+    // The library sorts a photo that tells no date by its file's time; that is no date of the photo.
+    const auto undated = add({.path = folder_.write("bare.jpg", jpeg({}))});
+    undated->modificationDate = kLibraryDate;
+    EXPECT_FALSE(ExifManager::exifInformationFromPHAssett(undated)->dateTaken);
+    undated->modificationDate = kFileDate;
+    EXPECT_EQ(ExifManager::exifInformationFromPHAssett(undated)->dateTaken, kLibraryDate);
 }
 
 TEST_F(AssetReading, ReadsWithoutWaiting) {
