@@ -196,6 +196,7 @@ std::shared_ptr<AVAsset> requestMovie(const PHAssetRef& asset, bool forceDownloa
 void addMovie(const AVAsset& movie, ExifInformation& record) {
     const auto read = ExifManager::exifInformationFromAsset(movie, {});
     record.tifDic = read->tifDic;
+    record.gpsDic = read->gpsDic;
     record.exifDic = read->exifDic;
     record.cameraModel = read->cameraModel;
     record.exifInfoAvailable = read->exifInfoAvailable;

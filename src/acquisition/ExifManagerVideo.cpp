@@ -2,6 +2,7 @@
 #include <cmath>
 
 #include "acquisition/ExifManager.h"
+#include "acquisition/MeasuredFacts.h"
 #include "platform/AVFoundation/AVAssetImageGenerator.h"
 #include "platform/Foundation/Dispatch.h"
 #include "platform/Foundation/Log.h"
@@ -37,6 +38,19 @@ void readLocation(std::string_view text, ExifInformation& record) {
     location.coordinate.latitude = Value(text.substr(0, kLatitudeLength)).doubleValue();
     location.coordinate.longitude = Value(text.substr(kLatitudeLength, kLongitudeLength)).doubleValue();
     record.location = location;
+}
+
+/// As a picture would have it: the record's location has the first digits only, and no height.
+Dictionary gpsOf(const MeasuredPlace& place) {
+    Dictionary gps{{kCGImagePropertyGPSLatitude, std::fabs(place.latitude)},
+                   {kCGImagePropertyGPSLatitudeRef, place.latitude < 0 ? "S" : "N"},
+                   {kCGImagePropertyGPSLongitude, std::fabs(place.longitude)},
+                   {kCGImagePropertyGPSLongitudeRef, place.longitude < 0 ? "W" : "E"}};
+    if (place.altitude) {
+        gps.setLiteral(kCGImagePropertyGPSAltitude, std::fabs(*place.altitude));
+        gps.setLiteral(kCGImagePropertyGPSAltitudeRef, *place.altitude < 0 ? 1 : 0);
+    }
+    return gps;
 }
 
 void readItem(const AVMetadataItem& item, ExifInformation& record) {
@@ -108,6 +122,7 @@ ExifInformationRef ExifManager::exifInformationFromAsset(const AVAsset& asset, c
     record->imageFilePathURL = url;
     record->setFileNameCached(record->correctedImageFilePathURL().lastPathComponent());
     for (const AVMetadataItem& item : asset.metadata) readItem(item, *record);
+    if (const auto place = measuredFacts(asset).place; place && record->location) record->gpsDic = gpsOf(*place);
     record->duration = asset.durationInSeconds;
     if (asset.creationDate) record->dateTaken = asset.creationDate->startDate;
     // A movie that tells no date was taken when its file was made.

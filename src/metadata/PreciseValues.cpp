@@ -74,9 +74,27 @@ Value frameRate(const ExifInformation& record) {
     return positive(std::round(static_cast<double>(record.framesPerSecondValue) * 1000) / 1000);
 }
 
+/// Degrees of a hemisphere; nullopt without.
+std::optional<double> degrees(const ExifInformation& record, std::string_view name, std::string_view reference,
+                              std::string_view negative) {
+    const Value& stored = valueIn(record.gpsDic, name);
+    if (!stored.isNumber()) return std::nullopt;
+    const std::string_view letter = valueIn(record.gpsDic, reference).string();
+    return letter == negative ? -stored.doubleValue() : stored.doubleValue();
+}
+
+/// The file's own degrees where the record is there: it may have the first digits of a movie's only, a person may have
+/// given the photo another place, and where there are GPS tags but no degrees the record is at zero.
 Value coordinate(const ExifInformation& record) {
     if (!record.location) return {};
-    return Array{record.location->coordinate.latitude, record.location->coordinate.longitude};
+    constexpr double kNear = 0.01;
+    const auto& [north, east] = record.location->coordinate;
+    const auto latitude = degrees(record, kCGImagePropertyGPSLatitude, kCGImagePropertyGPSLatitudeRef, "S");
+    const auto longitude = degrees(record, kCGImagePropertyGPSLongitude, kCGImagePropertyGPSLongitudeRef, "W");
+    if (record.gpsDic && !(latitude && longitude) && north == 0 && east == 0) return {};
+    const bool isThere =
+        latitude && longitude && std::fabs(*latitude - north) < kNear && std::fabs(*longitude - east) < kNear;
+    return isThere ? Array{*latitude, *longitude} : Array{north, east};
 }
 
 /// Metres. A place that came without the tag has 0 where no height is known.

@@ -5,6 +5,7 @@
 #include "acquisition/ExifManager.h"
 #include "acquisition/MediaFile.h"
 #include "codecs/Pictures.h"
+#include "metadata/PreciseValues.h"
 #include "settings/PersistanceManager.h"
 #include "support/Containers.h"
 #include "support/TemporaryFolder.h"
@@ -82,6 +83,9 @@ TEST(ExifManager, ReadsAMovieIntoTheSameRecord) {
     EXPECT_EQ(record->fileNameCached(), "clip.mov");
     EXPECT_TRUE(record->dateTaken) << "without a date of its own, the file's";
     EXPECT_FALSE(recordOf(text("\xA9xyz", "+51.4169"))->location) << "half a place";
+    const auto diver = recordOf(text("\xA9xyz", "+51.4169-000.0806-012.300/"));
+    EXPECT_EQ(statedValue(*diver, "GPSAltitude"), Value(-12.3));
+    EXPECT_EQ(statedValue(*diver, "GPS"), Value(Array{51.4169, -0.0806}));
     struct Case {
         const char *box, *tag;
         bool exif;

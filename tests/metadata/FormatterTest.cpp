@@ -395,6 +395,10 @@ TEST_F(Formatters, SayNothingThatTheFileDoesNotSay) {
     for (const auto& [key, isEmpty] : {std::pair("FocalLength", false), {"MapView", true}, {"PixelWidth", true}})
         EXPECT_EQ(isEmptyRow(*bare, key), isEmpty) << key;
     EXPECT_EQ(bare->shortExifStringsForShare(), "50 mm\n\n\n");
+    bare->location.emplace();
+    EXPECT_FALSE(isEmptyRow(*bare, "GPS")) << "in the Gulf of Guinea";
+    bare->gpsDic = Dictionary{{"DateStamp", "2024:09:14"}};
+    EXPECT_TRUE(isEmptyRow(*bare, "GPS")) << "GPS tags without degrees are no place";
     for (const std::string_view key : ExifInformation::keyNames())
         EXPECT_EQ(isEmptyRow(*fullRecord(), key),
                   key == "CameraMakeAndModel" || key == "LocationName" || key == "GPSSpeed")
