@@ -73,9 +73,16 @@ void visitXmpAt(ByteSource& source, std::uint64_t position, const ValueVisitor& 
     constexpr std::string_view kStart = "<rdf:RDF";
     constexpr std::string_view kEnd = "</rdf:RDF>";
     const std::uint64_t start = position - kStart.size();
-    std::vector<std::byte> bytes(static_cast<std::size_t>(std::min(kLargestBlock, source.size() - start)));
-    const std::string_view text = asText(Bytes(bytes).first(source.copyTo(start, bytes)));
-    visitXmp(text.substr(0, std::min(text.size(), text.find(kEnd)) + kEnd.size()), visit);
+    const auto most = static_cast<std::size_t>(std::min(kLargestBlock, source.size() - start));
+    // Most packets are short, and a file may have many.
+    for (std::size_t size = std::min<std::size_t>(most, 64 * 1024);; size = std::min(most, size * 8)) {
+        std::vector<std::byte> bytes(size);
+        const std::string_view text = asText(Bytes(bytes).first(source.copyTo(start, bytes)));
+        const std::size_t end = text.find(kEnd);
+        if (end == text.npos && size < most) continue;
+        visitXmp(end == text.npos ? text : text.substr(0, end + kEnd.size()), visit);
+        return;
+    }
 }
 
 /// The parts of a packet that was too long for one segment, by its identifier (XMP part 3, 1.1.3.1).
