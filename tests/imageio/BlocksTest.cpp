@@ -119,10 +119,10 @@ TEST(Icc, NamesProfilesOfBothVersions) {
     imageio::readIccProfile(old, early);
     EXPECT_EQ(early.top["ProfileName"], Value("Gray"));
     EXPECT_EQ(early.top["ColorModel"], Value("Gray"));
-    // Names in several languages: the English one.
+    // Names in several languages: the first English one.
     ByteString many;
     many.add(12, '\0').add("mntrRGB XYZ ").add(12, '\0').add("acsp").add(88, '\0').u32(1).add("desc").u32(144).u32(58);
-    many.add("mluc\0\0\0\0"_z).u32(3).u32(12).add("deDE").u32(2).u32(52).add("enUS").u32(2).u32(54).add("frFR");
+    many.add("mluc\0\0\0\0"_z).u32(3).u32(12).add("deDE").u32(2).u32(52).add("enUS").u32(2).u32(54).add("enGB");
     many.u32(2).u32(56).add("\0d\0e\0f"_z);
     ImageProperties languages;
     imageio::readIccProfile(many, languages);

@@ -226,11 +226,7 @@ ByteString fullTiff() {
     addAt(kPixelsAt + 1000, second.directory(first, kPixelsAt + 1000));
     addAt(kPixelsAt + 2000, inner.directory(exif, kPixelsAt + 2000));
     addAt(kPixelsAt + 3000, inner.directory(gps, kPixelsAt + 3000));
-    // What follows the entries of the first directory leads to the second.
-    std::string text(file.text());
-    const auto count = static_cast<unsigned char>(text[8]) + 256U * static_cast<unsigned char>(text[9]);
-    text.replace(10 + count * 12, 4, std::string(ByteString().number(kPixelsAt + 1000, true).text()));
-    return ByteString(text);
+    return withNext(file, kPixelsAt + 1000);
 }
 
 /// Of a raw, what a converter needs stays; every block of texts goes, and there are three with captions.
@@ -254,15 +250,16 @@ ByteString fullPsd() {
     return psd.build();
 }
 
-/// Item 1 is the picture, 2 its Exif, 3 and 4 packets of XMP, 5 another maker's item.
+/// Item 1 is the picture, 2 its Exif, 3 and 4 packets of XMP, 5 another maker's item, 6 an Exif block that is cut.
 ByteString fullHeif() {
     const auto build = [](std::uint32_t base) {
-        const std::vector<ByteString> contents{"PIXELS", ByteString().u32(0).add(exifBlock()), packet("heic"),
-                                               packet("further"), "WHO-heic-item;"};
+        const std::vector<ByteString> contents{"PIXELS",         ByteString().u32(0).add(exifBlock()),
+                                               packet("heic"),   packet("further"),
+                                               "WHO-heic-item;", "\0\0"_z};
         const auto item = [](unsigned id, std::string_view type, const ByteString& more = {}) {
             return fullBox("infe", 2, 0, {ByteString().u16(id).u16(0).add(type).u8(0).add(more)});
         };
-        ByteString places = ByteString().u16(0x4400).u16(5);
+        ByteString places = ByteString().u16(0x4400).u16(6);
         ByteString references;
         std::uint32_t at = base;
         unsigned id = 0;
@@ -277,8 +274,8 @@ ByteString fullHeif() {
             {fullBox("hdlr", 0, 0, {"\0\0\0\0pict\0\0\0\0\0\0\0\0\0\0\0\0WHO-handler;\0"_z}),
              fullBox("pitm", 0, 0, {ByteString().u16(1)}),
              fullBox("iinf", 0, 0,
-                     {ByteString().u16(5), item(1, "hvc1"), item(2, "Exif"), item(3, "mime", "application/rdf+xml\0"_z),
-                      item(4, "mime", "application/rdf+xml\0"_z), item(5, "mime", "text/plain\0"_z)}),
+                     {ByteString().u16(6), item(1, "hvc1"), item(2, "Exif"), item(3, "mime", "application/rdf+xml\0"_z),
+                      item(4, "mime", "application/rdf+xml\0"_z), item(5, "mime", "text/plain\0"_z), item(6, "Exif")}),
              fullBox("iref", 0, 0, {references}),
              box("iprp", {box("ipco", {fullBox("ispe", 0, 0, {ByteString().u32(64).u32(48)})}),
                           fullBox("ipma", 0, 0, {ByteString().u32(1).u16(1).u8(1).u8(1)})}),
@@ -362,18 +359,18 @@ struct Container {
     const char* checksums;
 };
 constexpr Container kContainers[]{
-    {"JPEG", fullJpeg, "f01d5e95 e5c38d54 c4a0f550 e96f61c5 e5c38d54 00000000"},
-    {"PNG", fullPng, "a9090289 e10af047 ec983363 d1863d39 e10af047 fd4bca90"},
-    {"WebP", fullWebp, "0f100433 abf07aec e4bd3940 4d4d8520 abf07aec 828c5542"},
-    {"GIF", fullGif, "a9776ea9 b81ba3f4 f16666c0 843a69b8 b81ba3f4 00000000"},
-    {"TIFF", fullTiff, "8c8aeabe 5dc1a594 d0b16c28 0012423c 2dd63a62 94a3b906"},
-    {"NEF", fullNef, "a8e79a89 5743b0d3 36291811 8bd0a495 5743b0d3 fa854d58"},
-    {"PSD", fullPsd, "710f5eec 0cc06379 9c03ba47 cd44a1cc 0cc06379 00000000"},
-    {"HEIC", fullHeif, "dea72461 bdd6fc8c 4d15f68c a497bcdb bdd6fc8c 20030c86"},
-    {"JPEG XL", fullJxl, "b7f10081 1001d8a7 b60a5371 87fd4fef 1001d8a7 00000000"},
-    {"JPEG 2000", fullJp2, "58f88aa1 e4587b9a 46405a1c 0b148f3f e4587b9a 00000000"},
-    {"AVI", fullAvi, "7d224495 e2af92c2 66887918 00000000 e2af92c2 9b2ccd3d"},
-    {"MOV", fullMovie, "699a9080 59e05bed 5fc3c1e3 00000000 59e05bed 7cc7471f"},
+    {"JPEG", fullJpeg, "f01d5e95 e5c38d54 c4a0f550 5a6cd4d4 e1d9def7 00000000"},
+    {"PNG", fullPng, "a9090289 e10af047 ec983363 32c384f1 54c33f2d fd4bca90"},
+    {"WebP", fullWebp, "0f100433 abf07aec e4bd3940 5feffc1b 9c440187 828c5542"},
+    {"GIF", fullGif, "a9776ea9 b81ba3f4 f16666c0 c42c09c3 31357b79 00000000"},
+    {"TIFF", fullTiff, "8c8aeabe 5dc1a594 d0b16c28 85af8a7a 89df3a6a 94a3b906"},
+    {"NEF", fullNef, "a8e79a89 5743b0d3 36291811 1cb6bcd5 0491ffd2 fa854d58"},
+    {"PSD", fullPsd, "710f5eec 0cc06379 9c03ba47 e624a5f9 98f95209 00000000"},
+    {"HEIC", fullHeif, "dea72461 bdd6fc8c 4d15f68c c49baa6d 7b672726 3e7bbe8b"},
+    {"JPEG XL", fullJxl, "b7f10081 1001d8a7 b60a5371 222d06bc e0bff7a3 00000000"},
+    {"JPEG 2000", fullJp2, "58f88aa1 e4587b9a 46405a1c 22c7f102 90c50d97 00000000"},
+    {"AVI", fullAvi, "7d224495 e2af92c2 66887918 00000000 00000000 9b2ccd3d"},
+    {"MOV", fullMovie, "699a9080 59e05bed 5fc3c1e3 00000000 00000000 7cc7471f"},
 };
 
 /// How often each planted value stands in the file; those in UTF-16 too.

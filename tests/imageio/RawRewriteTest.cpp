@@ -18,7 +18,7 @@ ByteString raw(std::string_view make, const ByteString& note, bool isDng = false
     TiffBuilder tiff;
     tiff.text(TiffBuilder::first, 0x010F, make).text(TiffBuilder::first, 0x0110, "KEPT model");
     tiff.text(TiffBuilder::first, 0x0132, "SECRET date").text(TiffBuilder::first, 0x013B, "SECRET artist");
-    tiff.longs(TiffBuilder::first, 0x0111, {6000}).longs(TiffBuilder::first, 0x0117, {200});
+    tiff.longs(TiffBuilder::first, 0x0111, {6000}).longs(TiffBuilder::first, 0x0117, {280});
     tiff.shorts(TiffBuilder::first, 0x0103, {34713}).longs(TiffBuilder::first, 0x014A, {0});
     const ByteString words = xmp(R"(xmp:CreatorTool="SECRET tool" photoshop:City="PLACE")");
     tiff.raw(TiffBuilder::first, 0x02BC, 1, static_cast<std::uint32_t>(words.size()), words);
@@ -34,8 +34,11 @@ ByteString raw(std::string_view make, const ByteString& note, bool isDng = false
     // A preview with metadata of its own.
     TiffBuilder inner;
     inner.text(TiffBuilder::first, 0x013B, "SECRET preview").text(TiffBuilder::gps, 0x12, "PLACE in the preview");
+    const ByteString sets("\x1C\2\x50\0\6SECRET\x1C\2\x5A\0\5PLACE"_z);
     return file.add(jpeg({jpegSegment(0xE1, ByteString("Exif\0\0"_z).add(inner.build())),
+                          jpegSegment(0xED, ByteString("Photoshop 3.0\0"_z).add(psdResource(0x0404, sets))),
                           jpegSegment(0xDB, "KEPT table"), jpegSegment(0xE5, "SECRET segment"),
+                          jpegSegment(0xE0, "JFIF\0\1\1"_z), jpegSegment(0xEF, "SECRET last"),
                           jpegSegment(0xEE, "Adobe KEPT colours"), jpegSegment(0xFE, "SECRET comment")}));
 }
 
@@ -88,8 +91,8 @@ TEST(RawRewrite, DropsTheNoteOfADng) {
     const std::string clean = rewritten(file, Removal::everything);
     EXPECT_THAT(clean, Not(HasSubstr("SECRET")));
     EXPECT_THAT(clean, Not(HasSubstr("KKKKKKKK")));
-    EXPECT_EQ(checksumsOf(file), "ce23181e 4b47b1e6 f85f85ed 16cd2d18 4b47b1e6 206922a4");
-    EXPECT_EQ(checksumsOf(raw("NIKON", nikonNote("0100"))), "64f00841 a8616574 b1fab41d a59e039c a8616574 e85b0c1c");
+    EXPECT_EQ(checksumsOf(file), "a63cbf8f fa3607f1 c4acc6a0 bb900686 b07307bb 980ad155");
+    EXPECT_EQ(checksumsOf(raw("NIKON", nikonNote("0100"))), "26c7fc71 95f3f133 40323626 7cbb71d8 c68e7b53 90474eae");
 }
 
 TEST(RawRewrite, OfThePlaceTakesItFromTheNoteToo) {
@@ -120,8 +123,8 @@ TEST(RawRewrite, CleansTheBlockInsideAForeignContainer) {
         EXPECT_EQ(clean.find("KEPT make"), before.find("KEPT make"));
         EXPECT_EQ(clean.find("SENSOR"), before.find("SENSOR"));
     }
-    EXPECT_EQ(checksumsOf(raf), "860ef286 5979980f 00000000 00000000 5979980f aba61966");
-    EXPECT_EQ(checksumsOf(mrw), "94009c0f cab5c819 00000000 00000000 cab5c819 6df885b9");
+    EXPECT_EQ(checksumsOf(raf), "860ef286 5979980f 00000000 00000000 00000000 aba61966");
+    EXPECT_EQ(checksumsOf(mrw), "94009c0f cab5c819 00000000 00000000 00000000 6df885b9");
 }
 
 }  // namespace

@@ -39,7 +39,7 @@ ByteString track(const TrackOptions& options) {
     const unsigned perChunk = options.sizes.empty() ? 1 : 2;
     offsets.u32(static_cast<std::uint32_t>(options.chunks.size()));
     for (const std::uint32_t chunk : options.chunks) options.wide ? offsets.u64(chunk) : offsets.u32(chunk);
-    const ByteString entry = box(options.format, {ByteString().add(70, '\0').add("SECRET encoder")});
+    const ByteString entry = box(options.format, {ByteString().add(64, '\0').add("SECRET encoder")});
     const ByteString table =
         box("stbl", {fullBox("stsd", 0, 0, {ByteString().u32(1), entry}),
                      fullBox("stsc", 0, 0, {ByteString().u32(1).u32(1).u32(perChunk).u32(1)}),
@@ -118,7 +118,7 @@ TEST(MovieRewrite, TakesPositionTracksOutOfTheMiddleAndMovesTheOffsets) {
 ByteString flight() {
     const ByteString type = box("ftyp", {"mp42\0\0\0\0mp42"_z});
     const ByteString media =
-        box("mdat", {"VIDEO-1|", "GPS(1)PLACE", "VIDEO-2|", "GPS(2)PLACE*", "SPOKEN", "INDEXPLACE"});
+        box("mdat", {"VIDEO-1|", "GPS(1)PLACE", "VIDEO-2|", "GPS(2)PLACE*", "SPOKEN", "INDEXPLACE", "GPS(3)PLACE"});
     const auto start = static_cast<std::uint32_t>(type.size()) + 8;
     const auto named = [](std::string_view name, std::string_view text) {
         return box("----", {fullBox("mean", 0, 0, {"example"}), fullBox("name", 0, 0, {name}),
@@ -126,14 +126,15 @@ ByteString flight() {
     };
     const ByteString list =
         box("ilst", {named("Location", "PLACE 1"), named("Label", "SECRET 1"), named("", "SECRET 2")});
-    return ByteString(type).add(media).add(
-        box("moov", {fullBox("mvhd", 0, 0, {ByteString().u32(1).u32(2).u32(1000).u32(2000).add(80, '\0')}),
-                     track({"vide", "avc1", 1, {start, start + 19}, 8}),
-                     track({"text", "tx3g", 2, {start + 8, start + 27}, 0, false, {5, 6, 7, 5}}),
-                     track({"text", "tx3g", 3, {start + 39}, 0, true, {2, 4}}),
-                     fullBox("gps ", 0, 0, {ByteString().u32(1).u32(start + 45).u32(10)}),
-                     box("udta", {fullBox("meta", 0, 0, {fullBox("hdlr", 0, 0, {"\0\0\0\0mdir"_z}), list})}),
-                     box("dinf", {fullBox("dref", 0, 0, {ByteString().u32(1), fullBox("url ", 0, 1, {"SECRET"})})})}));
+    return ByteString(type).add(media).add(box(
+        "moov",
+        {fullBox("mvhd", 0, 0, {ByteString().u32(1).u32(2).u32(1000).u32(2000).add(80, '\0')}),
+         track({"vide", "avc1", 1, {start, start + 19}, 8}),
+         track({"text", "tx3g", 2, {start + 8, start + 27}, 0, false, {5, 6, 7, 5}}),
+         track({"text", "tx3g", 3, {start + 39}, 0, true, {2, 4}}), track({"text", "tx3g", 4, {start + 55}, 11, true}),
+         fullBox("gps ", 0, 0, {ByteString().u32(1).u32(start + 45).u32(10)}),
+         box("udta", {fullBox("meta", 0, 0, {fullBox("hdlr", 0, 0, {"\0\0\0\0mdir"_z}), list})}),
+         box("dinf", {fullBox("dref", 0, 0, {ByteString().u32(1), fullBox("url ", 0, 1, {"SECRET"})})})}));
 }
 
 TEST(MovieRewrite, LeavesTheRestToTheByte) {
@@ -141,9 +142,9 @@ TEST(MovieRewrite, LeavesTheRestToTheByte) {
     EXPECT_THAT(made, Not(HasSubstr("PLACE")));
     EXPECT_THAT(made, HasSubstr("VIDEO-1|VIDEO-2|SPOKEN"));
     for (const char* label : {"SECRET 1", "SECRET 2"}) EXPECT_THAT(made, HasSubstr(label));
-    EXPECT_EQ(checksumsOf(flight()), "10ee7da9 5994b2d5 5994b2d5 00000000 5994b2d5 45acfc56");
-    EXPECT_EQ(checksumsOf(movie(false, false)), "88665d8b bf9fff0a ecf0a047 00000000 bf9fff0a 1275b5ae");
-    EXPECT_EQ(checksumsOf(movie(true, true)), "ab1afbf8 9a87aab3 a4391975 00000000 9a87aab3 5530dddb");
+    EXPECT_EQ(checksumsOf(flight()), "5c59518d f1422eeb f1422eeb 00000000 00000000 5458c457");
+    EXPECT_EQ(checksumsOf(movie(false, false)), "1ff00a1f 5c286890 43f4d1f6 00000000 00000000 675d1529");
+    EXPECT_EQ(checksumsOf(movie(true, true)), "81654196 9ae7d341 57eb6401 00000000 00000000 97e07b80");
 }
 
 TEST(MovieRewrite, ForgetsWhenItWasMade) {

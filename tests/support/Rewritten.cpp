@@ -16,10 +16,27 @@ using Removal = MetadataChange::Removal;
 Dictionary valuesToSet() {
     return {{"{TIFF}", Dictionary{{"Artist", "Zo\xC3\xAB"}, {"Orientation", 3}, {"Software", ""}}},
             {"{Exif}", Dictionary{{"DateTimeOriginal", "2021:02:03 04:05:06"},
+                                  {"SubsecTimeOriginal", "07"},
+                                  {"OffsetTimeOriginal", "+02:00"},
                                   {"ExposureTime", 0.004},
+                                  {"FNumber", 3.14159265358979},
+                                  {"ExposureBiasValue", -1.0 / 3},
+                                  {"ISOSpeedRatings", Array{100, 200}},
+                                  {"LensSpecification", Array{24, 70, 2.8, 4}},
                                   {"UserComment", "gr\xC3\xBC\xC3\x9F dich"}}},
-            {"{GPS}", Dictionary{{"Latitude", 12.5}, {"LatitudeRef", "S"}, {"Altitude", 3.25}}},
+            {"{GPS}", Dictionary{{"Latitude", 12.5},
+                                 {"LatitudeRef", "S"},
+                                 {"Longitude", -7.0000123},
+                                 {"LongitudeRef", "W"},
+                                 {"Altitude", 3.25}}},
             {"{IPTC}", Dictionary{{"Keywords", Array{"a & b", "c"}}, {"StarRating", 4}, {"City", ""}}}};
+}
+
+Dictionary valuesToEmpty() {
+    return {{"{TIFF}", Dictionary{{"Artist", ""}, {"Make", ""}}},
+            {"{Exif}", Dictionary{{"DateTimeOriginal", ""}, {"BodySerialNumber", ""}}},
+            {"{GPS}", Dictionary{{"Latitude", ""}, {"Altitude", ""}}},
+            {"{IPTC}", Dictionary{{"Keywords", ""}, {"Byline", ""}}}};
 }
 
 uLong added(uLong sum, std::string_view text) {
@@ -53,7 +70,7 @@ std::string checksumsOf(const ByteString& file) {
         {.removal = Removal::place, .removes = {}, .values = {}},
         {.removal = Removal::dictionaries, .removes = {true, true, true, true}, .values = {}},
         {.removal = Removal::nothing, .removes = {}, .values = valuesToSet()},
-        {.removal = Removal::place, .removes = {}, .values = {}, .firstImageOnly = true},
+        {.removal = Removal::nothing, .removes = {}, .values = valuesToEmpty(), .firstImageOnly = true},
     };
     for (const MetadataChange& change : changes) {
         const std::string made = rewritten(file, change, &refused);

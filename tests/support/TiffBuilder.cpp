@@ -82,4 +82,11 @@ ByteString TiffBuilder::build() const {
     return whole;
 }
 
+ByteString withNext(const ByteString& tiff, std::uint32_t offset) {
+    std::string text(tiff.text());
+    const auto count = static_cast<unsigned char>(text[8]) + 256U * static_cast<unsigned char>(text[9]);
+    text.replace(10 + count * 12, 4, std::string(ByteString().number(offset, true).text()));
+    return ByteString(text);
+}
+
 }  // namespace tessaly::test

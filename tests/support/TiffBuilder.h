@@ -42,4 +42,7 @@ private:
     std::vector<Entry> entries_[3];
 };
 
+/// A little-endian structure whose first directory is followed by the one at `offset`.
+[[nodiscard]] ByteString withNext(const ByteString& tiff, std::uint32_t offset);
+
 }  // namespace tessaly::test
