@@ -29,6 +29,23 @@ CLLocation locationOf(const Dictionary& gps) {
     return location;
 }
 
+/// 65535 says that the sensitivity is too large for its field; others tell it then (Exif 2.32, 4.6.5,
+/// PhotographicSensitivity). The properties stay as the file has them.
+void tellSensitivity(ExifInformation& record) {
+    constexpr std::int64_t tooLarge = 65535;
+    if (!record.exifDic) return;
+    const Value& told = (*record.exifDic)[kCGImagePropertyExifISOSpeedRatings];
+    if ((told.isArray() ? told.array().first() : told).integerValue() != tooLarge) return;
+    for (const std::string_view name : {std::string_view("RecommendedExposureIndex"),
+                                        std::string_view("StandardOutputSensitivity"), kCGImagePropertyExifISOSpeed}) {
+        const auto sensitivity = (*record.exifDic)[name].integerValue();
+        if (sensitivity <= 0) continue;
+        record.exifDic->set(kCGImagePropertyExifISOSpeedRatings, Array{sensitivity});
+        record.iSOSpeed = sensitivity;
+        return;
+    }
+}
+
 }  // namespace
 
 ExifManager::ExifManager() : dateFormatter_("yyyy:MM:dd HH:mm:ss", NSLocale::systemLocale()) {}
@@ -58,6 +75,7 @@ std::optional<Dictionary> ExifManager::metadataFromImageData(const Data& data) {
 
 ExifInformationRef ExifManager::exifInformationWithMetadataDict(const std::optional<Dictionary>& properties) {
     auto record = ExifInformation::exifInformationFromMetaDataDictionary(properties ? Value(*properties) : Value());
+    tellSensitivity(*record);
     if (record->gpsDic) record->location = locationOf(*record->gpsDic);
     return record;
 }

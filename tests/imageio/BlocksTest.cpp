@@ -36,6 +36,8 @@ TEST(Xmp, FillsTheDictionariesThatTheFileLeavesEmpty) {
     EXPECT_EQ(found.exif["FNumber"].doubleValue(), 2.8);
     EXPECT_EQ(found.aux["LensInfo"], Value(Array{24, 70, 2.8}));
     EXPECT_EQ(found.exif["DateTimeOriginal"], Value("2015:01:02 03:04:05"));
+    EXPECT_EQ(found.exif["OffsetTimeOriginal"], Value("+01:00"));
+    EXPECT_EQ(found.exif["SubsecTimeOriginal"], Value("67"));
     EXPECT_EQ(found.exif["DateTimeDigitized"], Value("2015:01:02 03:04:00"));
     EXPECT_NEAR(found.gps["Latitude"].doubleValue(), 51.51, 1e-9);
     EXPECT_EQ(found.gps["LatitudeRef"], Value("S"));
@@ -47,6 +49,27 @@ TEST(Xmp, DoesNotOverruleWhatTheFileSays) {
     ImageProperties::add(properties.iptc, "ObjectName", "From the datasets");
     imageio::readXmp(xmp("", "<dc:title><rdf:Alt><rdf:li>Other</rdf:li></rdf:Alt></dc:title>"), properties);
     EXPECT_EQ(properties.iptc["ObjectName"], Value("From the datasets"));
+}
+
+// Where a file's own blocks are silent, what else it holds fills in.
+TEST(Xmp, TellsTheDateAloneAndTheNamesOfTiff) {
+    const ByteString packet = xmp(R"(exif:FNumber="4/1" photoshop:DateCreated="2015-01-02T03:04:05Z")",
+                                  "<dc:creator><rdf:Seq><rdf:li>Ada</rdf:li><rdf:li>Bo</rdf:li></rdf:Seq></dc:creator>"
+                                  "<dc:rights><rdf:Alt><rdf:li>Mine</rdf:li></rdf:Alt></dc:rights>");
+    for (const bool isDated : {false, true}) {
+        ImageProperties properties;
+        ImageProperties::add(properties.exif, isDated ? "DateTimeDigitized" : "StandardOutputSensitivity", Value(800));
+        if (isDated) ImageProperties::add(properties.tiff, "Artist", "Eve");
+        imageio::readXmp(packet, properties);
+        const Dictionary whole = std::move(properties).assemble();
+        const Dictionary& exif = whole["{Exif}"].dictionary();
+        EXPECT_TRUE(exif["FNumber"].isNull());
+        EXPECT_EQ(exif["DateTimeOriginal"], isDated ? Value() : Value("2015:01:02 03:04:05"));
+        EXPECT_EQ(exif["OffsetTimeOriginal"], isDated ? Value() : Value("+00:00"));
+        EXPECT_EQ(exif["ISOSpeedRatings"], isDated ? Value() : Value(Array{800}));
+        EXPECT_EQ(whole["{TIFF}"].dictionary()["Artist"], Value(isDated ? "Eve" : "Ada; Bo"));
+        EXPECT_EQ(whole["{TIFF}"].dictionary()["Copyright"], Value("Mine"));
+    }
 }
 
 TEST(Xmp, EndsInWhatCanBeReadOfDamagedPackets) {

@@ -45,7 +45,7 @@ TEST(MakerNote, ReadsCanonAlsoWhereAnEditorHasMovedIt) {
 TEST(MakerNote, ReadsNikonInAllThreeForms) {
     TiffBuilder tags;
     tags.text(first, 0x001D, "2001234").rationals(first, 0x0084, {{18, 1}, {55, 1}, {35, 10}, {56, 10}});
-    tags.longs(first, 0x00A7, {4711});
+    tags.longs(first, 0x00A7, {4711}).shorts(first, 0x0002, {0, 640});
     const auto own = [&](std::uint32_t) {
         return ByteString("Nikon\0\2\x10\0\0II*\0\x08\0\0\0"_z).add(tags.directory(first, 8));
     };
@@ -56,6 +56,7 @@ TEST(MakerNote, ReadsNikonInAllThreeForms) {
     const auto check = [](const Dictionary& found, const char* why) {
         EXPECT_EQ(aux(found, "SerialNumber"), Value("2001234")) << why;
         EXPECT_EQ(aux(found, "ImageNumber"), Value(4711)) << why;
+        EXPECT_EQ(found["{Exif}"].dictionary()["ISOSpeedRatings"], Value(Array{640})) << why;
         EXPECT_EQ(aux(found, "LensModel"), Value("18-55mm f/3.5-5.6")) << why;
     };
     check(photoWithNote("NIKON CORPORATION", "D", own), "with a header of its own");
@@ -115,6 +116,24 @@ TEST(MakerNote, ReadsOlympusEquipment) {
     });
     EXPECT_EQ(aux(found, "SerialNumber"), Value("BHP123456"));
     EXPECT_EQ(aux(found, "LensModel"), Value("OLYMPUS M.12-40mm F2.8"));
+}
+
+TEST(MakerNote, ReadsTrailCamerasAtTheirFixedPlaces) {
+    struct Row {
+        ByteString mark;
+        std::size_t at, letterSize;
+    };
+    for (const auto& [mark, at, letterSize] :
+         {Row{"\x01\xF1"_z, 42, 2}, Row{"RECONYXH2\0"_z, 126, 2}, Row{"RECONYXUF\0"_z, 67, 1}}) {
+        std::string text(mark.text());
+        text.resize(300, '\0');
+        for (std::size_t i = 0; i < 12; ++i) text[at + i * letterSize] = "HLPX01234567"[i];
+        for (const std::size_t length : {text.size(), at + 3}) {
+            const Dictionary found =
+                photoWithNote("RECONYX", "", [&](std::uint32_t) { return ByteString(text.substr(0, length)); });
+            EXPECT_EQ(aux(found, "SerialNumber"), length == text.size() ? Value("HLPX01234567") : Value()) << at;
+        }
+    }
 }
 
 TEST(MakerNote, GivesWayToXmp) {

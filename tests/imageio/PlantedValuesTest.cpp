@@ -362,7 +362,7 @@ constexpr Container kContainers[]{
     {"JPEG", fullJpeg, "f01d5e95 e5c38d54 c4a0f550 5a6cd4d4 e1d9def7 00000000"},
     {"PNG", fullPng, "a9090289 e10af047 ec983363 32c384f1 54c33f2d fd4bca90"},
     {"WebP", fullWebp, "0f100433 abf07aec e4bd3940 5feffc1b 9c440187 828c5542"},
-    {"GIF", fullGif, "a9776ea9 b81ba3f4 f16666c0 c42c09c3 31357b79 00000000"},
+    {"GIF", fullGif, "a9776ea9 b81ba3f4 f16666c0 dcecc653 31357b79 00000000"},
     {"TIFF", fullTiff, "8c8aeabe 5dc1a594 d0b16c28 85af8a7a 89df3a6a 94a3b906"},
     {"NEF", fullNef, "a8e79a89 5743b0d3 36291811 1cb6bcd5 0491ffd2 fa854d58"},
     {"PSD", fullPsd, "710f5eec 0cc06379 9c03ba47 e624a5f9 98f95209 00000000"},

@@ -192,7 +192,7 @@ const std::vector<Format>& formats() {
         {"jpeg", fullJpeg, true, "56fa075e 2aebae51 2a53fe1d 119cb1f2 45b53e6f 8410f1a4"},
         {"png", fullPng, true, "d3606c0c 32d1c20a 647b862e 6937c4c0 5d2eed9e d75fc7c8"},
         {"webp", fullWebp, true, "1b3e7fac 691d2d3f 2a1337c4 839c1830 cdafa3c2 d784f236"},
-        {"gif", fullGif, false, "7e376ed1 f7e915e2 764f7bcd 328ff0d9 c9593d96 7381ce1e"},
+        {"gif", fullGif, false, "7e376ed1 f7e915e2 764f7bcd 3ceab1a8 c9593d96 7381ce1e"},
         {"tiff", fullTiff, true, "a8b8a4cb 53865565 36a910d5 9c304799 68236334 26ffbde4"},
         {"heif", fullHeif, true, "8464f33d d8bb7284 4525910e f19e8818 fff76859 99d71dbb"},
         {"jxl", fullJxl, true, "a62f6fbf 7061595d b5307969 7ce80058 d5af4403 cb986e92"},
@@ -417,8 +417,8 @@ TEST(Strip, MindsTheRarerForms) {
         const char* checksums;
     };
     for (const auto& [name, file, placeless, checksums] :
-         {Row{"GIF89a", gifOfTwo("GIF89a"), "SECRET", "1f2e8c0d c77a5fa2 1f2e8c0d 7a209fba 32e60bde c46c26cc"},
-          Row{"GIF87a", gifOfTwo("GIF87a"), "SECRET", "927685db c77a5fa2 927685db 7a209fba 32e60bde d577bde9"},
+         {Row{"GIF89a", gifOfTwo("GIF89a"), "SECRET", "1f2e8c0d c77a5fa2 1f2e8c0d 8decb40b 32e60bde c46c26cc"},
+          Row{"GIF87a", gifOfTwo("GIF87a"), "SECRET", "927685db c77a5fa2 927685db 8decb40b 32e60bde d577bde9"},
           Row{"WebP, animated", animated, "SECRET 2", "8a5266ee 05deff5a b8db49c1 628cb2d9 54715ac4 fe97f3dc"},
           Row{"WebP, simple", webpOf({riffChunk("VP8 ", {"\x30\1\0\x9D\1\x2A\x40\0\x30\0PIX"_z})}), "PIX",
               "13a4a6a5 13a4a6a5 13a4a6a5 52f399c6 13a4a6a5 71ce449a"},
@@ -426,11 +426,11 @@ TEST(Strip, MindsTheRarerForms) {
               "cdf754dd cdf754dd cdf754dd 130e1c8c cdf754dd 45aab1ef"},
           Row{"TIFF, tiled", tiledTiff(), "SECRET below", "ab12f429 e51dd94a 9dde9f3c 5651d4b0 81e76516 6774d560"},
           Row{"BigTIFF", bigTiff(), "SECRET artist", "76b49da0 bd1d547f 15c16202 bb596afe 15c16202 ac6f6ef8"},
-          Row{"JPEG", oddJpeg(), "SECRET caf\xE9", "e438825a 0a59fda2 23fcb726 800a2228 d53e0ea0 00000000"},
+          Row{"JPEG", oddJpeg(), "SECRET caf\xE9", "e438825a 2b5f72b2 23fcb726 800a2228 d53e0ea0 00000000"},
           Row{"JPEG, thumbnail", thumbnailJpeg(), "SECRET thumbnail",
               "863c2711 62c2cf80 863c2711 e2fd63ef 8ecbb1b5 7bd99744"},
           Row{"JPEG, repeating", repeatingJpeg(), "SECRET face",
-              "f01d5e95 f9df60fa 9a888fd6 692a217d 7cf95f18 00000000"},
+              "f01d5e95 d0d64ce4 9a888fd6 692a217d 7cf95f18 00000000"},
           Row{"JPEG XL", ByteString(fullJxl()).add(box("xml ", {further})).add(box("jxlp", {"\0\0\0\1"_z, kPixels})),
               "SECRET 2", "56257c0c c1270dd1 ddb3a13a 4b1eb651 426bc4ed 2006627c"},
           Row{"JPEG XL, bare", ByteString("\xFF\x0A").add(kPixels), "PIXEL",

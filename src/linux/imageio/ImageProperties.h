@@ -17,6 +17,7 @@ struct ImageProperties {
     Dictionary top, exif, tiff, gps, iptc, aux, pictureStyle, png, gif, jfif, heif, webp, dng, makerApple;
     /// What a maker note says of the things in aux: it holds where neither XMP nor the file's own tags say otherwise.
     Dictionary makerAux;
+    Value makerIso;  ///< The sensitivity as a maker note tells it; null where it does not.
     /// The size of the whole picture as a maker note tells it, in pixels; zeros where it does not.
     struct MakerSize {
         std::uint64_t width = 0;

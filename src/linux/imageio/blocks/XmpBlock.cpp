@@ -203,16 +203,32 @@ bool isMapped(std::string_view prefix, std::string_view name) {
 /// What a packet says of the properties that are mapped, in the order of the table.
 using Found = std::array<Value, kMappings.size()>;
 
+/// The zone and the fraction of "2015-01-02T03:04:05.67+01:00", which Exif has in fields of their own.
+void addBesideDate(std::string_view text, Dictionary& exif) {
+    constexpr std::size_t minutes = 16;
+    if (exifDate(text).isNull()) return;
+    text.remove_prefix(minutes);
+    const auto zone = std::min(text.find_first_of("+-Z"), text.size());
+    if (const auto point = text.substr(0, zone).find('.'); point != std::string_view::npos)
+        ImageProperties::add(exif, "SubsecTimeOriginal", text.substr(point + 1, zone - point - 1));
+    if (zone < text.size())
+        ImageProperties::add(exif, "OffsetTimeOriginal", text[zone] == 'Z' ? "+00:00" : text.substr(zone));
+}
+
 void addMapped(const Found& found, ImageProperties& properties) {
     // Exif that was read from its own block is complete: XMP's copy of it would only mix in other programs' edits.
     const bool exifSpoke = !properties.exif.empty();
+    // But for the date, where it stands in XMP alone.
+    const bool isDated = properties.exif.contains("DateTimeOriginal") || properties.exif.contains("DateTimeDigitized");
     const bool gpsSpoke = properties.gps.contains("Latitude");
     for (const Mapping& mapping : kMappings) {
         const Value& value = found[static_cast<std::size_t>(&mapping - kMappings.data())];
-        if (value.isNull() || (mapping.dictionary == &P::exif && exifSpoke) ||
-            (mapping.dictionary == &P::gps && gpsSpoke))
+        const bool isSaid = exifSpoke && (isDated || mapping.form != Form::date);
+        if (value.isNull() || (mapping.dictionary == &P::exif && isSaid) || (mapping.dictionary == &P::gps && gpsSpoke))
             continue;
         Dictionary& target = properties.*mapping.dictionary;
+        if (mapping.name == "DateTimeOriginal" && !target.contains(mapping.name))
+            addBesideDate(firstText(value), target);
         if (mapping.form == Form::coordinate)
             addCoordinate(mapping, firstText(value), target);
         else

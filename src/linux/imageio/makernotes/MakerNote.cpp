@@ -61,6 +61,7 @@ constexpr std::array kFormats{
 };
 
 constexpr std::size_t kLongestMark = 18;
+constexpr std::uint64_t kReconyxHead = 256;  ///< All that is read of one stands before.
 constexpr std::uint16_t kMostEntries = 512;
 constexpr std::uint64_t kInlineSize = 4;
 constexpr std::size_t kEnoughInside = 4;  // Values that stand where they should: the note was not moved.
@@ -178,6 +179,9 @@ void readMakerNote(TiffContext& tiff, const MakerNoteEntry& note, std::string_vi
                    ImageProperties& properties) {
     if (auto opened = openMakerNote(tiff, note.position, note.length, make))
         opened->read({opened->tiff, opened->directory, model}, properties);
+    else if (startsWithMake(make, "reconyx"))
+        readReconyxNote(tiff.source.bytesUpTo(note.position, std::min<std::uint64_t>(note.length, kReconyxHead)),
+                        properties);
 }
 
 }  // namespace tessaly::imageio

@@ -52,6 +52,8 @@ void readPentaxNote(const MakerDirectory& note, ImageProperties& properties);
 void readSamsungNote(const MakerDirectory& note, ImageProperties& properties);
 void readRicohNote(const MakerDirectory& note, ImageProperties& properties);
 void readSigmaNote(const MakerDirectory& note, ImageProperties& properties);
+/// Trail cameras: blocks of bytes at fixed places. Does nothing to any other note.
+void readReconyxNote(Bytes note, ImageProperties& properties);
 /// Only the identifier that a live photo shares with its video (17); the rest is not told to anybody.
 void readAppleNote(const MakerDirectory& note, ImageProperties& properties);
 

@@ -6,6 +6,7 @@
 namespace tessaly::imageio {
 namespace {
 
+constexpr std::uint16_t kIso = 0x0002;  // Its second number.
 constexpr std::uint16_t kLens = 0x0084;
 constexpr std::uint16_t kShutterCount = 0x00A7;
 constexpr std::uint64_t kUncounted = 4294965247;  // What bodies without a counter write.
@@ -28,6 +29,8 @@ void readLens(TiffContext& tiff, const TiffEntry& entry, ImageProperties& proper
 void readNikonNote(const MakerDirectory& note, ImageProperties& properties) {
     addNoteTags(note.tiff, note.directory, kTags, properties);
     if (const auto lens = note.directory.find(kLens); lens && lens->count == 4) readLens(note.tiff, *lens, properties);
+    if (const auto iso = note.directory.find(kIso); iso && iso->count == 2 && properties.makerIso.isNull())
+        properties.makerIso = tiffNumber(note.tiff, *iso, 1);
     if (const auto count = note.directory.find(kShutterCount))
         if (const auto number = count->integer(note.tiff); number && *number != kUncounted)
             ImageProperties::add(properties.makerAux, "ImageNumber", *number);

@@ -138,8 +138,15 @@ private:
             if (writeElement(child, true, 0)) ++properties_;
         }
         close(element, content);
-        if (properties_ == before) text_.resize(textMark);
+        properties_ == before ? text_.resize(textMark) : noteSubject(element);
         scopes_.resize(mark);
+    }
+
+    /// All descriptions of a packet are about the same (XMP part 1, 7.4): new ones too.
+    void noteSubject(Element description) {
+        for (const XmlTree::Attribute& attribute : description.attributes())
+            if (const Name name = named(attribute.name); name.prefix == "rdf" && name.local == "about")
+                subject_ = escaped(attribute.value());
     }
 
     /// A property, or whatever is inside one. @return whether it stays.
@@ -207,7 +214,9 @@ private:
             const std::string name = std::string(property.prefix).append(":").append(property.name);
             text_.append("<rdf:Description xmlns:rdf=\"")
                 .append(namespaceOfPrefix("rdf"))
-                .append("\" rdf:about=\"\" xmlns:")
+                .append("\" rdf:about=\"")
+                .append(subject_)
+                .append("\" xmlns:")
                 .append(property.prefix)
                 .append("=\"")
                 .append(namespaceOfPrefix(property.prefix))
@@ -238,6 +247,7 @@ private:
     static constexpr int kDeepest = 24;
     const XmpRules& rules_;
     std::string text_;
+    std::string subject_;  ///< What the descriptions that stay are about.
     std::vector<Scope> scopes_;
     std::size_t properties_ = 0;
     bool wroteRdf_ = false;
