@@ -10,8 +10,8 @@
 
 #include "Request.h"
 #include "extension/ExifPhotoDetailViewController.h"
-#include "linux/quick/PictureItem.h"
-#include "linux/quick/ViewerWindow.h"
+#include "linux/quick/pictures/PictureItem.h"
+#include "linux/quick/window/ViewerWindow.h"
 
 // tessaly_viewer_paging FILE...: opens the files in the window and turns to every page in turn, each as soon as the
 // picture of the one before is drawn. Prints times and memory.
