@@ -4,6 +4,7 @@
 #include <array>
 #include <filesystem>
 #include <optional>
+#include <sstream>
 #include <string_view>
 
 #include "Commands.h"
@@ -51,19 +52,23 @@ void normalise(std::vector<std::string>& arguments) {
     }
 }
 
-std::string optionHint(const CLI::App& program, const std::vector<std::string>& arguments) {
-    const CLI::App* command = nullptr;
-    for (const CLI::App* candidate : program.get_subcommands({}))
-        if (candidate->get_name() == arguments.front()) command = candidate;
-    if (!command) return {};
+/// The first option that the command does not have, with the one that may have been meant; "" for none.
+std::string unknownOption(const CLI::App& program, const std::vector<std::string>& arguments) {
+    const CLI::App* command = &program;
+    for (const std::string& argument : arguments)
+        for (const CLI::App* inner :
+             command->get_subcommands([&](const CLI::App* each) { return each->get_name() == argument; }))
+            command = inner;
+    if (command == &program) return {};
     std::vector<std::string> names;
     for (const CLI::Option* option : command->get_options())
         for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
     const std::vector<std::string_view> views(names.begin(), names.end());
     for (const std::string& argument : arguments) {
         const std::string name = argument.substr(0, argument.find('='));
-        if (!name.starts_with("--") || name == "--" || std::ranges::find(names, name) != names.end()) continue;
-        return suggestion(name, views);
+        if (name == "--") break;
+        if (!name.starts_with("--") || std::ranges::find(names, name) != names.end()) continue;
+        return "unknown option '" + name + "'" + suggestion(name, views);
     }
     return {};
 }
@@ -71,7 +76,16 @@ std::string optionHint(const CLI::App& program, const std::vector<std::string>& 
 int usageError(const CLI::App& program, const CLI::ParseError& error, const std::vector<std::string>& arguments) {
     std::string what = error.what();
     while (what.ends_with('\n') || what.ends_with('.')) what.pop_back();
-    complain(what + optionHint(program, arguments));
+    const bool isExtra = dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr;
+    const std::string unknown =
+        isExtra || dynamic_cast<const CLI::RequiredError*>(&error) ? unknownOption(program, arguments) : std::string();
+    if (!unknown.empty())
+        what = unknown;
+    else if (isExtra && what.find(": -") != std::string::npos)
+        what = "unknown option '" + what.substr(what.find(": -") + 2) + "'";
+    else if (what == "FILE is required")
+        what = "no file was given";
+    complain(what);
     const bool known = !arguments.empty() && isOneOf(arguments.front(), kCommands);
     complain("try 'tessaly " + (known ? arguments.front() + " " : std::string()) + "--help'");
     return kUsage;
@@ -97,11 +111,7 @@ int run(std::vector<std::string> arguments) {
     addSettingsCommand(program, status);
     addKeysCommand(program, status);
 
-    if (arguments.empty()) {
-        complain("no file was given");
-        complain("try 'tessaly --help'");
-        return kUsage;
-    }
+    if (arguments.empty()) arguments = {"show"};
     if (const auto meant = mistypedCommand(arguments.front()); meant && !isOneOf(arguments.front(), kCommands)) {
         complain("'" + arguments.front() + "' is neither a command nor a file; did you mean '" + std::string(*meant) +
                  "'?");
@@ -112,7 +122,12 @@ int run(std::vector<std::string> arguments) {
         std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
         program.parse(std::move(reversed));
     } catch (const CLI::ParseError& error) {
-        if (error.get_exit_code() == 0) return program.exit(error);
+        if (error.get_exit_code() == 0) {
+            std::ostringstream text;
+            static_cast<void>(program.exit(error, text, text));
+            Output::standard() << text.str();
+            return Output::standard().flush() ? kSuccess : kFailure;
+        }
         return usageError(program, error, arguments);
     }
     return Output::standard().flush() ? status : kFailure;

@@ -53,6 +53,12 @@ JsonWriter& JsonWriter::text(std::string_view text) {
         const auto c = static_cast<unsigned char>(text.front());
         if (c >= 0x80) {
             const std::size_t length = utf8SequenceLength(text);
+            // The controls of Latin-1 steer terminals as well.
+            if (const auto next = length == 2 ? static_cast<unsigned char>(text[1]) : 0xFFU; c == 0xC2 && next < 0xA0) {
+                (out_ += "\\u00").append(1, hexadecimal[next >> 4U]).append(1, hexadecimal[next & 15U]);
+                text.remove_prefix(2);
+                continue;
+            }
             out_ += length == 0 ? std::string_view("\xEF\xBF\xBD") : text.substr(0, length);
             text.remove_prefix(length == 0 ? 1 : length);
             continue;
@@ -100,6 +106,37 @@ JsonWriter& JsonWriter::null() {
     separate();
     out_ += "null";
     return *this;
+}
+
+namespace {
+
+bool isUtf8(std::string_view text) {
+    while (!text.empty()) {
+        const std::size_t length = static_cast<unsigned char>(text.front()) < 0x80 ? 1 : utf8SequenceLength(text);
+        if (length == 0) return false;
+        text.remove_prefix(length);
+    }
+    return true;
+}
+
+std::string base64(std::string_view bytes) {
+    constexpr std::string_view digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string text;
+    for (std::size_t at = 0; at < bytes.size(); at += 3) {
+        const std::string_view piece = bytes.substr(at, 3);
+        std::uint32_t bits = 0;
+        for (std::size_t i = 0; i < 3; ++i)
+            bits = bits << 8U | (i < piece.size() ? static_cast<unsigned char>(piece[i]) : 0U);
+        for (std::size_t i = 0; i < 4; ++i) text += i <= piece.size() ? digits[bits >> (18 - 6 * i) & 63U] : '=';
+    }
+    return text;
+}
+
+}  // namespace
+
+JsonWriter& JsonWriter::path(std::string_view path) {
+    key("path").text(path);
+    return isUtf8(path) ? *this : key("pathBytes").text(base64(path));
 }
 
 JsonWriter& JsonWriter::value(const Value& value) {

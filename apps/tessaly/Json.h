@@ -24,6 +24,8 @@ public:
     JsonWriter& boolean(bool value);
     JsonWriter& null();
     JsonWriter& value(const Value& value);
+    /// "path": the name of a file; where it is no UTF-8 also "pathBytes": its bytes in Base64 (RFC 4648).
+    JsonWriter& path(std::string_view path);
 
 private:
     void separate();

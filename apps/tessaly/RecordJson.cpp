@@ -80,7 +80,7 @@ std::string iso8601(NSDate date) {
 }
 
 void appendJsonError(std::string& out, std::string_view path, std::string_view error) {
-    JsonWriter(out).beginObject().key("path").text(path).key("error").text(error).endObject();
+    JsonWriter(out).beginObject().path(path).key("error").text(error).endObject();
 }
 
 void appendJson(std::string& out, const std::string& path, const MediaFile& file, const KeySelection& selection) {
@@ -89,7 +89,7 @@ void appendJson(std::string& out, const std::string& path, const MediaFile& file
     const bool video = isVideo(record);
     JsonWriter json(out);
     json.beginObject();
-    json.key("path").text(path);
+    json.path(path);
     json.key("mediaType").text(video ? "video" : "image");
     json.key("fileSizeInBytes").number(record.fileSizeInBytes);
     writeDimensions(json, record.dimensions);

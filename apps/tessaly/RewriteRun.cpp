@@ -10,6 +10,7 @@
 #include <map>
 
 #include "CommandLine.h"
+#include "FileCondition.h"
 #include "FileWalk.h"
 #include "Output.h"
 #include "ScratchFile.h"
@@ -120,6 +121,7 @@ void RewriteRun::addOptions(CLI::App& command) {
     command.add_flag("--force", force, "Replace files that exist already");
     command.add_flag("--keep-dates", keepsDates, "Give the new file the time stamps of the old one");
     command.add_flag("-r,--recursive", recursive, "Do what is in folders");
+    addConditionOption(command, condition);
 }
 
 std::string RewriteRun::targetOf(const NamedFile& file) const {
@@ -133,7 +135,9 @@ std::string RewriteRun::targetOf(const NamedFile& file) const {
 
 std::optional<std::vector<OutputFile>> RewriteRun::plan(bool& failed) const {
     std::vector<OutputFile> planned;
-    for (NamedFile& file : namedFilesBelow(files, recursive, failed)) {
+    std::vector<NamedFile> named = namedFilesBelow(files, recursive, failed);
+    keepFilesThat(condition, named, failed);
+    for (NamedFile& file : named) {
         std::string target = targetOf(file);
         planned.push_back({std::move(file), std::move(target)});
     }
@@ -215,6 +219,7 @@ int RewriteRun::runPiped(const ChangeFor& changeFor) const {
         return kFailure;
     }
     const std::string source = isPiped(name) ? input.path() : name;
+    if (!condition.empty()) throw CLI::ValidationError("--if chooses among files, not for a pipe");
     const auto change = changeFor(source);
     if (!change) return kFailure;
     if (dryRun) return preview({{source, name, false}, toPipe ? "-" : output}, *change) ? kSuccess : kFailure;

@@ -21,7 +21,8 @@ struct RewriteRun {
     bool recursive = false;
     bool check = false;
     bool dryRun = false;
-    std::string backup;  ///< The folder that keeps what is replaced in place; "" for none.
+    std::string condition;  ///< Of the files that are done; "" for all.
+    std::string backup;     ///< The folder that keeps what is replaced in place; "" for none.
 
     /// Adds the options of this structure.
     void addOptions(CLI::App& command);

@@ -5,6 +5,7 @@
 
 #include "CommandLine.h"
 #include "Commands.h"
+#include "FileCondition.h"
 #include "FileWalk.h"
 #include "OrderedWork.h"
 #include "Output.h"
@@ -21,6 +22,7 @@ struct ScanOptions {
     std::string folder;
     std::size_t jobs = 0;
     std::string shard;
+    std::string condition;
 };
 
 Shard shardOf(const std::string& text) {
@@ -36,9 +38,10 @@ struct Batch {
     std::vector<std::pair<std::string, std::string_view>> errors;
 };
 
-void readBatch(Batch& batch, const KeySelection& selection) {
+void readBatch(Batch& batch, const KeySelection& selection, const FileCondition* condition) {
     for (const std::string& path : batch.paths) {
         const MediaFile file = MediaFile::read(path);
+        if (file.record && condition && !condition->holds(path, file)) continue;
         if (!file.record) batch.errors.emplace_back(path, describe(file.fault));
         appendJson(batch.lines, path, file, selection);
         batch.lines += '\n';
@@ -52,8 +55,9 @@ public:
         : folder_(options.folder),
           shard_(shard),
           selection_(KeySelection::usersOwn(false)),
+          condition_(FileCondition::of(options.condition)),
           work_(
-              options.jobs, [this](Batch& batch) { readBatch(batch, selection_); },
+              options.jobs, [this](Batch& batch) { readBatch(batch, selection_, condition_.get()); },
               [this](const Batch& batch) { write(batch); }) {}
 
     int run() {
@@ -89,6 +93,7 @@ private:
     const std::string& folder_;
     Shard shard_;
     KeySelection selection_;
+    std::unique_ptr<const FileCondition> condition_;
     bool failed_ = false;
     Batch batch_;
     OrderedWork<Batch> work_;
@@ -112,6 +117,7 @@ void addScanCommand(CLI::App& program, int& status) {
         ->type_name("N");
     command->add_option("--shard", options->shard, "Only part K of N; all N parts together are the whole tree")
         ->type_name("K/N");
+    addConditionOption(*command, options->condition);
     command->footer(
         "Parts are made by the path of a file inside DIR, so every machine cuts a tree alike.\n"
         "Memory does not grow with the number of files.");

@@ -6,9 +6,11 @@
 #include "CommandLine.h"
 #include "Commands.h"
 #include "Csv.h"
+#include "FileCondition.h"
 #include "FileWalk.h"
 #include "Output.h"
 #include "Page.h"
+#include "PipedMedia.h"
 #include "Properties.h"
 #include "RecordJson.h"
 #include "settings/PersistanceManager.h"
@@ -26,6 +28,7 @@ struct ShowOptions {
     bool json = false;
     bool ndjson = false;
     bool csv = false;
+    std::string condition;
 };
 
 /// A name that no key has is a mistake of the caller's, not an empty row.
@@ -126,8 +129,18 @@ int show(const ShowOptions& options) {
     Progress progress(files.size());
     std::string text;
     report->begin(text);
-    for (const std::string& path : files) {
-        const MediaFile file = MediaFile::read(path);
+    const auto condition = FileCondition::of(options.condition);
+    for (const std::string& argument : files) {
+        const PipedMedia media = PipedMedia::read(argument);
+        const std::string& path = media.name;
+        const MediaFile& file = media.file;
+        if (!media.why.empty()) {
+            complain(path, media.why);
+            report->addError(text, path, media.why);
+            failed = true;
+            continue;
+        }
+        if (file.record && condition && !condition->holds(path, file)) continue;
         if (file.record) {
             report->add(text, path, file);
         } else {
@@ -162,6 +175,7 @@ void addShowCommand(CLI::App& program, int& status) {
     command->add_flag("--precise", options->precise, "Values as precise as the file; nothing that it does not say")
         ->excludes(raw);
     command->add_flag("-r,--recursive", options->recursive, "Read what is in folders");
+    addConditionOption(*command, options->condition);
     CLI::Option* json = command->add_flag("--json", options->json, "One JSON array");
     CLI::Option* ndjson = command->add_flag("--ndjson", options->ndjson, "One JSON object a line");
     CLI::Option* csv = command->add_flag("--csv", options->csv, "A table of comma-separated values");

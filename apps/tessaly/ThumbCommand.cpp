@@ -1,3 +1,4 @@
+#include <cctype>
 #include <filesystem>
 #include <memory>
 
@@ -6,6 +7,7 @@
 #include "FileWalk.h"
 #include "Output.h"
 #include "OutputFiles.h"
+#include "PipedMedia.h"
 #include "Utf8.h"
 #include "acquisition/MediaFile.h"
 #include "platform/AVFoundation/AVAssetImageGenerator.h"
@@ -68,9 +70,32 @@ std::string targetOf(const ThumbOptions& options, const NamedFile& file, bool to
     return pathBelow(options.output, file, options.format.empty() ? ".jpg" : "." + options.format);
 }
 
+/// In small letters, with its dot.
+std::string endingOf(const std::string& path) {
+    std::string ending = std::filesystem::path(path).extension().string();
+    for (char& c : ending) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return ending;
+}
+
+bool isPicture(const std::string& ending) { return ending == ".jpg" || ending == ".jpeg" || ending == ".png"; }
+
 bool isPng(const ThumbOptions& options, const std::string& target) {
-    if (!options.format.empty()) return options.format == "png";
-    return std::filesystem::path(target).extension() == ".png";
+    return options.format.empty() ? endingOf(target) == ".png" : options.format == "png";
+}
+
+/// A name without an ending is a folder's, and so is whatever takes a tree.
+bool takesFolder(const ThumbOptions& options) {
+    const std::string ending = endingOf(options.output);
+    return isFolder(options.output) || options.output.ends_with('/') ||
+           (options.format.empty() && (ending.empty() || (options.recursive && !isPicture(ending))));
+}
+
+/// What is called a GIF and is a JPEG would deceive whoever opens it.
+void checkEnding(const ThumbOptions& options, bool toFolder) {
+    const std::string ending = endingOf(options.output);
+    if (toFolder || isPicture(ending) || !options.format.empty()) return;
+    throw CLI::ValidationError("--output: '" + options.output + "': pictures are written as .jpg or .png, not as " +
+                               ending + "; --format says which of them a file of that name is to be");
 }
 
 bool writeThumbnail(const ThumbOptions& options, const std::string& path, const std::string& target) {
@@ -78,9 +103,10 @@ bool writeThumbnail(const ThumbOptions& options, const std::string& path, const 
         complain(target, why);
         return false;
     }
-    const Picture picture = thumbnailOf(path, options.size);
+    const PipedFile source = PipedFile::of(path);
+    const Picture picture = source.why.empty() ? thumbnailOf(source.path, options.size) : Picture{nullptr, source.why};
     if (!picture.image) {
-        complain(path, picture.why);
+        complain(source.name, picture.why);
         return false;
     }
     const UIImageRef image = UIImage::imageWithCGImage(picture.image);
@@ -96,7 +122,10 @@ bool writeThumbnail(const ThumbOptions& options, const std::string& path, const 
 int thumb(const ThumbOptions& options) {
     bool failed = false;
     std::vector<NamedFile> named = namedFilesBelow(options.files, options.recursive, failed);
-    const bool toFolder = isFolder(options.output) || options.output.ends_with('/');
+    const bool toFolder = takesFolder(options);
+    checkEnding(options, toFolder);
+    for (NamedFile& file : named)
+        if (isPiped(file.path)) file.below = "standard-input";
     if (!toFolder && named.size() > 1) throw CLI::ValidationError("--output: several files need a folder");
     std::vector<OutputFile> files;
     for (NamedFile& file : named) {

@@ -70,7 +70,7 @@ TEST_F(CommandLine, AnswersWrongUsageWithTwo) {
     };
     const Case cases[] = {
         {{}, "--help"},
-        {{"show"}, "FILE"},
+        {{"show"}, "no file was given"},
         {{"shwo"}, "did you mean 'show'?"},
         {{"--jsno", "x.jpg"}, "did you mean '--json'?"},
         {{"--json", "--csv", "x.jpg"}, "excludes"},
@@ -97,6 +97,37 @@ TEST_F(CommandLine, AnswersWrongUsageWithTwo) {
         EXPECT_THAT(result.errors, StartsWith("tessaly: ")) << hint;
         EXPECT_THAT(result.errors, HasSubstr(hint));
     }
+}
+
+TEST_F(CommandLine, TakesOnlyWhatAConditionHoldsFor) {
+    TemporaryFolder folder;
+    TiffBuilder tiff;
+    tiff.text(TiffBuilder::first, 0x0110, "X100").text(TiffBuilder::exif, 0x9003, "2024:05:01 12:30:05");
+    tiff.rationals(TiffBuilder::exif, 0x829D, {{28, 10}});
+    const std::string path = folder.write("a.jpg", jpegWithExif(tiff.build()).text());
+    const struct {
+        const char* condition;
+        const char* fault;  ///< "" where it holds, "-" where it does not.
+    } cases[] = {
+        {"dateTaken = 2024-05 AND FNumber < 2.9", ""},
+        {"Model BEGINSWITH[c] 'x1' AND TIFF.Model = 'X100'", ""},
+        {"mediaType = 'image' AND location = NULL AND path ENDSWITH 'a.jpg'", ""},
+        {"FNumber > 2.8", "-"},
+        {"duration < 1 OR GPS.Model != NULL", "-"},
+        {"dateTaken > 2024-05-01", "-"},
+        {"FNumbr < 3", "--if: 'FNumbr' is not a name that can be asked for; did you mean 'FNumber'?"},
+        {"dateTaken > 'May'", "--if: 'dateTaken' is a date, and 'May' is none"},
+        {"width = '100'", "--if: 'width' is a number, and '100' is none"},
+    };
+    for (const auto& [condition, fault] : cases) {
+        SCOPED_TRACE(condition);
+        const ProcessResult result = run({"--ndjson", "--if", condition, path});
+        const bool isFault = fault[0] == '-' && fault[1] == '-';
+        EXPECT_EQ(result.status, isFault ? 2 : 0) << result.errors;
+        EXPECT_EQ(!result.output.empty(), fault[0] == '\0');
+        if (isFault) EXPECT_THAT(result.errors, HasSubstr(fault));
+    }
+    EXPECT_EQ(run({"strip", "-o", (folder.path() / "out/").string(), "--if", "FNumber > 3", path}).output, "");
 }
 
 TEST_F(CommandLine, HelpsEverywhere) {

@@ -100,7 +100,7 @@ _tessaly() {
             if [[ $current == -* ]]; then
                 local own="--set"
                 [ "$command" = strip ] && own="--location --keep --check"
-                mapfile -t COMPREPLY < <(compgen -W "$own --output --in-place --backup --dry-run --force --keep-dates --recursive --help" -- "$current")
+                mapfile -t COMPREPLY < <(compgen -W "$own --if --output --in-place --backup --dry-run --force --keep-dates --recursive --help" -- "$current")
             else
                 mapfile -t COMPREPLY < <(compgen -f -- "$current")
             fi
@@ -152,7 +152,7 @@ _tessaly() {
                 keys=$(tessaly keys photo show 2>/dev/null | awk '{print $2}')
                 mapfile -t COMPREPLY < <(compgen -W "$keys" -- "$current")
             elif [[ $current == -* ]]; then
-                mapfile -t COMPREPLY < <(compgen -W "--keys --all --precise --raw --recursive --json --ndjson --csv --help" -- "$current")
+                mapfile -t COMPREPLY < <(compgen -W "--if --keys --all --precise --raw --recursive --json --ndjson --csv --help" -- "$current")
             else
                 mapfile -t COMPREPLY < <(compgen -f -- "$current")
             fi

@@ -76,3 +76,4 @@ complete -c tessaly -f -n "__fish_seen_subcommand_from settings; and not __fish_
 complete -c tessaly -f -n "__fish_seen_subcommand_from settings; and __fish_seen_subcommand_from get set reset" -a "(tessaly settings list | awk '{print \$1}')"
 complete -c tessaly -f -n "__fish_seen_subcommand_from keys" -a "photo video share edit edit-video show hide unhide move reset"
 complete -c tessaly -f -n "__fish_seen_subcommand_from help" -a "show share scan strip edit thumb library settings keys"
+complete -c tessaly -n "not __fish_seen_subcommand_from share thumb library settings keys" -l if -x -d "Only files that a condition holds for"

@@ -12,7 +12,13 @@ using photos::PhotoLibrary;
 
 std::shared_ptr<PhotoLibrary> openedLibrary() {
     std::string error;
-    auto library = PhotoLibrary::open(PhotoLibrary::userFolder(), error);
+    const std::string folder = PhotoLibrary::userFolder();
+    if (folder.empty()) {
+        // A folder at the root of the system would be everybody's.
+        complain("there is no home folder for the library; set HOME or XDG_DATA_HOME");
+        return nullptr;
+    }
+    auto library = PhotoLibrary::open(folder, error);
     if (!library) complain(error);
     return library;
 }

@@ -20,7 +20,11 @@ namespace {
 
 constexpr off_t kMaximumFile = 16 * 1024 * 1024;
 
-std::string configFolder() { return baseFolder("XDG_CONFIG_HOME", ".config") + "/tessaly"; }
+/// "" without a home: then nothing can be written, rather than at the root of the system.
+std::string configFolder() {
+    const std::string config = baseFolder("XDG_CONFIG_HOME", ".config");
+    return config.empty() ? config : config + "/tessaly";
+}
 
 void makeFolders(const std::string& path) {
     for (auto slash = path.find('/', 1); slash != std::string::npos; slash = path.find('/', slash + 1))
@@ -152,6 +156,10 @@ struct NSUserDefaults::State {
     }
 
     bool write() {
+        if (path.empty()) {
+            error = "there is no home folder for the settings; set HOME or XDG_CONFIG_HOME";
+            return false;
+        }
         makeFolders(path);
         const Descriptor lock(::open((path + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
         if (!lock) return failed();
@@ -172,13 +180,14 @@ struct NSUserDefaults::State {
     }
 
     bool failed() {
-        error = path + ": " + std::strerror(errno);
+        error = std::strerror(errno);
         return false;
     }
 };
 
 NSUserDefaults::NSUserDefaults(std::string_view suiteName) : state_(std::make_unique<State>()) {
-    state_->path = configFolder() + "/" + std::string(suiteName) + ".json";
+    const std::string folder = configFolder();
+    if (!folder.empty()) state_->path = folder + "/" + std::string(suiteName) + ".json";
 }
 
 NSUserDefaults::~NSUserDefaults() = default;

@@ -74,12 +74,16 @@ std::shared_ptr<PhotoLibrary> PhotoLibrary::open(const std::string& folder, std:
     try {
         return std::shared_ptr<PhotoLibrary>(new PhotoLibrary(folder));
     } catch (const DatabaseError& fault) {
-        error = folder + ": " + fault.what();
+        const std::string why = fault.what();
+        error = why.starts_with(folder) ? why : folder + ": " + why;
         return nullptr;
     }
 }
 
-std::string PhotoLibrary::userFolder() { return baseFolder("XDG_DATA_HOME", ".local/share") + "/tessaly/library"; }
+std::string PhotoLibrary::userFolder() {
+    const std::string data = baseFolder("XDG_DATA_HOME", ".local/share");
+    return data.empty() ? data : data + "/tessaly/library";
+}
 
 std::vector<PhotoLibrary::Folder> PhotoLibrary::folders() const {
     std::vector<Folder> folders;

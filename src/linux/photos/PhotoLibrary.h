@@ -20,7 +20,7 @@ public:
     /// Opens or makes the library in `folder`, and finishes what an earlier program was killed in. Null with what is
     /// wrong in `error`.
     [[nodiscard]] static std::shared_ptr<PhotoLibrary> open(const std::string& folder, std::string& error);
-    /// $XDG_DATA_HOME/tessaly/library, else ~/.local/share/tessaly/library.
+    /// $XDG_DATA_HOME/tessaly/library, else ~/.local/share/tessaly/library; "" without a home.
     [[nodiscard]] static std::string userFolder();
     ~PhotoLibrary() override;
 
