@@ -373,9 +373,11 @@ std::optional<std::int64_t> knownByContent(const Database& database, const std::
         database.integer("SELECT id FROM known WHERE print = ? ORDER BY size < 0, id < 0, abs(id) LIMIT 1", print);
     if (known) return known;
     isUnedited = true;
+    // In this order: edits are few, and files are all there are.
     return database.integer(
-        "SELECT k.id FROM edits JOIN files ON files.asset = edits.asset AND files.type <> 9 JOIN known AS k ON k.id = "
-        "files.id WHERE original_print = ? LIMIT 1",
+        "SELECT k.id FROM edits CROSS JOIN files ON files.asset = edits.asset AND files.type <> 9 CROSS JOIN known AS "
+        "k "
+        "ON k.id = files.id WHERE original_print = ? LIMIT 1",
         print);
 }
 
