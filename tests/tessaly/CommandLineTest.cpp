@@ -86,6 +86,8 @@ TEST_F(CommandLine, AnswersWrongUsageWithTwo) {
         {{"settings", "set", "isDarkModeOn", "perhaps"}, "true or false"},
         {{"settings", "set", "dateFormatString", ""}, "'yyyy-MM-dd HH:mm'"},
         {{"settings", "get", "isDarkMode"}, "did you mean 'isDarkModeOn'?"},
+        {{"show", "--jsn", "x"}, "unknown option '--jsn'; did you mean '--json'?"},
+        {{"thumb", "x.jpg", "-o", "x.gif"}, "written as .jpg or .png, not as .gif"},
         {{"keys", "photos", "show"}, "did you mean 'photo'?"},
         {{"keys", "photo", "move", "Make", "99"}, "1 to 66"},
         {{"keys", "photo", "hide", "Nothing"}, "is not in the list"},
